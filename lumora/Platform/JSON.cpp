@@ -1,0 +1,226 @@
+#include "lumora/Platform/JSON.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <utility>
+#include <vector>
+
+namespace lumora {
+namespace {
+
+/// Builds values straight from the parser's events, so that no second tree is made.
+class ValueBuilder {
+ public:
+  bool null() { return add(Value()); }
+  bool boolean(bool value) { return add(Value(value)); }
+  bool number_integer(std::int64_t value) { return add(Value(static_cast<long long>(value))); }
+  bool number_unsigned(std::uint64_t value) {
+    if (value > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+      return add(Value(static_cast<double>(value)));
+    }
+    return add(Value(static_cast<long long>(value)));
+  }
+  bool number_float(double value, const std::string&) { return std::isfinite(value) && add(Value(value)); }
+  bool string(std::string& value) { return add(Value(std::move(value))); }
+  bool binary(std::vector<std::uint8_t>&) { return false; }
+  bool start_object(std::size_t) { return open(true); }
+  bool key(std::string& value) {
+    open_.back().key = std::move(value);
+    return true;
+  }
+  bool end_object() {
+    Dictionary map = std::move(open_.back().map);
+    open_.pop_back();
+    return add(Value(std::move(map)));
+  }
+  bool start_array(std::size_t) { return open(false); }
+  bool end_array() {
+    List list = std::move(open_.back().list);
+    open_.pop_back();
+    return add(Value(std::move(list)));
+  }
+  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) { return false; }
+
+  Value take() { return std::move(root_); }
+
+ private:
+  struct Container {
+    bool isMap;
+    std::string key;
+    Dictionary map;
+    List list;
+  };
+
+  bool open(bool isMap) {
+    if (open_.size() >= static_cast<std::size_t>(kMaximumJSONDepth)) return false;
+    open_.push_back({isMap, {}, {}, {}});
+    return true;
+  }
+
+  bool add(Value value) {
+    if (open_.empty()) {
+      root_ = std::move(value);
+    } else if (Container& container = open_.back(); container.isMap) {
+      container.map.insert_or_assign(std::move(container.key), std::move(value));
+    } else {
+      container.list.push_back(std::move(value));
+    }
+    return true;
+  }
+
+  std::vector<Container> open_;
+  Value root_;
+};
+
+class Writer {
+ public:
+  explicit Writer(JSONStyle style) : pretty_(style == JSONStyle::pretty) { text_.reserve(256); }
+
+  /// Each of these gives false when the value cannot be written; the text is then of no use.
+  bool write(const Value& value) {
+    switch (value.kind()) {
+      case Value::Kind::null: text_ += "null"; return true;
+      case Value::Kind::number: return writeNumber(value);
+      case Value::Kind::string: return writeText(*value.asString());
+      case Value::Kind::list: return writeList(*value.asList());
+      case Value::Kind::map: return writeMap(*value.asDictionary());
+      default: return false;
+    }
+  }
+
+  bool writeMap(const Dictionary& map) {
+    return writeMembers('{', '}', map, [this](const auto& entry) {
+      if (!writeText(entry.first)) return false;
+      text_ += pretty_ ? ": " : ":";
+      return write(entry.second);
+    });
+  }
+
+  std::string take() { return std::move(text_); }
+
+ private:
+  bool writeList(const List& list) {
+    return writeMembers('[', ']', list, [this](const Value& item) { return write(item); });
+  }
+
+  template <typename Members, typename WriteMember>
+  bool writeMembers(char open, char close, const Members& members, WriteMember writeMember) {
+    if (++depth_ > kMaximumJSONDepth) return false;
+    text_ += open;
+    bool first = true;
+    for (const auto& member : members) {
+      if (!std::exchange(first, false)) text_ += ',';
+      breakLine();
+      if (!writeMember(member)) return false;
+    }
+    --depth_;
+    if (!members.empty()) breakLine();
+    text_ += close;
+    return true;
+  }
+
+  void breakLine() {
+    if (!pretty_) return;
+    text_ += '\n';
+    text_.append(static_cast<std::size_t>(depth_) * 2, ' ');
+  }
+
+  bool writeNumber(const Value& value) {
+    if (value.isBoolean()) {
+      text_ += value.boolValue() ? "true" : "false";
+    } else if (!value.isFloatingPoint()) {
+      std::array<char, 24> digits{};
+      const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value.integerValue()).ptr;
+      text_.append(digits.data(), end);
+    } else if (std::isfinite(value.doubleValue())) {
+      text_ += nlohmann::json(value.doubleValue()).dump();
+    } else {
+      return false;
+    }
+    return true;
+  }
+
+  bool writeText(const std::string& text) {
+    const bool isPlain = std::ranges::all_of(text, [](char c) {
+      const auto byte = static_cast<unsigned char>(c);
+      return byte >= 0x20 && byte < 0x7F && c != '"' && c != '\\';
+    });
+    if (isPlain) {  // Most texts are, and need no work.
+      text_.append(1, '"').append(text).append(1, '"');
+      return true;
+    }
+    if (!isUTF8(text)) return false;
+    text_ += nlohmann::json(text).dump();
+    return true;
+  }
+
+  const bool pretty_;
+  int depth_ = 0;
+  std::string text_;
+};
+
+/// The bytes that a UTF-8 sequence may begin with, and what may follow: the first continuation byte's range
+/// leaves out overlong forms, surrogates, and what lies beyond U+10FFFF.
+struct Sequence {
+  std::size_t length;
+  unsigned char lowestSecond;
+  unsigned char highestSecond;
+};
+
+Sequence sequenceFor(unsigned char first) noexcept {
+  if (first < 0x80) return {1, 0, 0};
+  if (first >= 0xC2 && first <= 0xDF) return {2, 0x80, 0xBF};
+  if (first == 0xE0) return {3, 0xA0, 0xBF};
+  if (first == 0xED) return {3, 0x80, 0x9F};
+  if (first >= 0xE1 && first <= 0xEF) return {3, 0x80, 0xBF};
+  if (first == 0xF0) return {4, 0x90, 0xBF};
+  if (first >= 0xF1 && first <= 0xF3) return {4, 0x80, 0xBF};
+  if (first == 0xF4) return {4, 0x80, 0x8F};
+  return {0, 0, 0};
+}
+
+}  // namespace
+
+std::optional<Value> parseJSON(std::string_view text) {
+  ValueBuilder builder;
+  try {
+    if (!nlohmann::json::sax_parse(text, &builder)) return std::nullopt;
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+  return builder.take();
+}
+
+std::optional<std::string> writeJSON(const Value& value, JSONStyle style) {
+  Writer writer(style);
+  if (!writer.write(value)) return std::nullopt;
+  return writer.take();
+}
+
+std::optional<std::string> writeJSON(const Dictionary& map, JSONStyle style) {
+  Writer writer(style);
+  if (!writer.writeMap(map)) return std::nullopt;
+  return writer.take();
+}
+
+bool isUTF8(std::string_view text) noexcept {
+  const auto byteAt = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  for (std::size_t i = 0; i < text.size();) {
+    const Sequence sequence = sequenceFor(byteAt(i));
+    if (sequence.length == 0 || sequence.length > text.size() - i) return false;
+    for (std::size_t j = 1; j < sequence.length; ++j) {
+      const unsigned char lowest = j == 1 ? sequence.lowestSecond : 0x80;
+      const unsigned char highest = j == 1 ? sequence.highestSecond : 0xBF;
+      if (byteAt(i + j) < lowest || byteAt(i + j) > highest) return false;
+    }
+    i += sequence.length;
+  }
+  return true;
+}
+
+}  // namespace lumora

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lumora/Platform/Platform.h"
+
+namespace lumora {
+
+class LinuxMainQueue;
+class LinuxApplication;
+class LinuxTaskQueues;
+
+/// What a host tells the Linux platform about itself. Every field has a usable default.
+struct LinuxPlatformOptions {
+  /// The database's folder; empty: `$XDG_DATA_HOME/<program name>/Documents` (`~/.local/share` when unset).
+  std::string documentsDirectory;
+  /// The folder of files that can be fetched again; empty: `$XDG_CACHE_HOME/<program name>` (`~/.cache`).
+  std::string cachesDirectory;
+  /// The settings file; empty: `$XDG_DATA_HOME/<program name>/settings.json`.
+  std::string settingsFile;
+  /// The keychain's file, outside the host's own data; empty: `$XDG_DATA_HOME/lumora/keychain`.
+  std::string keychainFile;
+  /// The folder of the host's resources, such as `LMRResources.bundle`; empty: `resources` beside the program.
+  std::string resourcesDirectory;
+
+  /// The host's information entries: `CFBundleIdentifier`, `CFBundleShortVersionString`, `CFBundleVersion`.
+  std::map<std::string, std::string, std::less<>> info;
+  /// The host's own wording of the library's texts, by the library's text.
+  std::map<std::string, std::string, std::less<>> localizedTexts;
+
+  /// What the device information answers; what is not set is asked of the system.
+  std::optional<std::string> model;
+  std::optional<std::string> systemVersion;
+  std::optional<std::string> deviceName;
+  std::optional<std::string> localeIdentifier;
+  std::vector<std::string> preferredLanguages;
+  std::optional<std::string> carrierName;
+  std::optional<std::string> machineIdentifier;
+
+  /// A PEM file of the certificate authorities to trust instead of the system's.
+  std::string certificateAuthorityFile;
+  /// `HOST:PORT`: every connection goes there, while names and certificates are checked as the URL says.
+  std::string connectTo;
+
+  ApplicationState initialState = ApplicationState::active;
+
+  /// Receives each log message; without one, messages go to standard error, one line each. Any thread.
+  std::function<void(std::string_view message)> logSink;
+  /// Opens a URL; gives false when it cannot. Main thread. Without one, `xdg-open` is started.
+  std::function<bool(const URL& url)> urlOpener;
+  /// Shows an alert. Main thread. Without one, alerts are written to the log.
+  std::function<void(Alert alert)> alertPresenter;
+  /// Schedules notifications. Main thread. Without them scheduling fails with a description, or does nothing.
+  std::function<void(const NotificationRequest& request, std::function<void(std::optional<std::string>)> completion)>
+      notificationScheduler;
+  std::function<void(const LocalNotification& notification)> localNotificationScheduler;
+  /// Gives the bottom screen of the key window. Main thread. Without one there is no window.
+  std::function<std::shared_ptr<ViewController>()> rootViewController;
+  /// Loads a layout resource from its file. Any thread. Without one there are no layouts.
+  std::function<std::shared_ptr<LayoutResource>(const std::string& path)> layoutLoader;
+};
+
+/// The Linux implementation of every platform service.
+///
+/// Made once, on the thread that is to be the main thread, and kept until the process ends:
+///
+///     static auto* const host = new lumora::LinuxPlatform(options);
+///     lumora::installPlatform(host->platform());
+///     …
+///     host->mainQueue().run();
+class LUMORA_EXPORT LinuxPlatform {
+ public:
+  explicit LinuxPlatform(LinuxPlatformOptions options = {});
+  ~LinuxPlatform();
+  LinuxPlatform(const LinuxPlatform&) = delete;
+  LinuxPlatform& operator=(const LinuxPlatform&) = delete;
+
+  const Platform& platform() const noexcept;
+  LinuxMainQueue& mainQueue() noexcept;
+  LinuxTaskQueues& queues() noexcept;
+  LinuxApplication& application() noexcept;
+
+ private:
+  struct Services;
+  std::unique_ptr<Services> services_;
+};
+
+}  // namespace lumora

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <mutex>
+
+/// Thread-safety annotations, checked by clang (-Wthread-safety) and empty for other compilers.
+#if defined(__clang__)
+#define LUMORA_THREAD_ANNOTATION(attribute) __attribute__((attribute))
+#else
+#define LUMORA_THREAD_ANNOTATION(attribute)
+#endif
+
+#define LUMORA_GUARDED_BY(mutex) LUMORA_THREAD_ANNOTATION(guarded_by(mutex))
+#define LUMORA_REQUIRES(mutex) LUMORA_THREAD_ANNOTATION(requires_capability(mutex))
+
+namespace lumora {
+
+/// A plain mutex that the thread-safety analysis knows.
+class LUMORA_THREAD_ANNOTATION(capability("mutex")) Mutex {
+ public:
+  void lock() LUMORA_THREAD_ANNOTATION(acquire_capability()) { mutex_.lock(); }
+  void unlock() LUMORA_THREAD_ANNOTATION(release_capability()) { mutex_.unlock(); }
+
+ private:
+  std::mutex mutex_;
+};
+
+/// A mutex that its holder may take again.
+class LUMORA_THREAD_ANNOTATION(capability("recursive mutex")) RecursiveMutex {
+ public:
+  void lock() LUMORA_THREAD_ANNOTATION(acquire_capability()) { mutex_.lock(); }
+  void unlock() LUMORA_THREAD_ANNOTATION(release_capability()) { mutex_.unlock(); }
+
+ private:
+  std::recursive_mutex mutex_;
+};
+
+/// Holds a mutex for the length of a scope.
+template <typename MutexType>
+class LUMORA_THREAD_ANNOTATION(scoped_lockable) Lock {
+ public:
+  explicit Lock(MutexType& mutex) LUMORA_THREAD_ANNOTATION(acquire_capability(mutex)) : mutex_(mutex) {
+    mutex_.lock();
+  }
+  ~Lock() LUMORA_THREAD_ANNOTATION(release_capability()) { mutex_.unlock(); }
+  Lock(const Lock&) = delete;
+  Lock& operator=(const Lock&) = delete;
+
+ private:
+  MutexType& mutex_;
+};
+
+template <typename MutexType>
+Lock(MutexType&) -> Lock<MutexType>;
+
+}  // namespace lumora

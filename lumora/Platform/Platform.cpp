@@ -1,0 +1,50 @@
+#include "lumora/Platform/Platform.h"
+
+#include <cassert>
+#include <optional>
+
+#include "lumora/Platform/DefaultPlatform.h"
+#include "lumora/Platform/Mutex.h"
+
+namespace lumora {
+namespace {
+
+/// The one installed platform. Never destroyed: queues may still run while the process ends.
+class Installation {
+ public:
+  bool install(const Platform& platform) {
+    Lock lock(mutex_);
+    if (installed_) return false;
+    installed_.emplace(platform);
+    return true;
+  }
+
+  const Platform& get() {
+    Lock lock(mutex_);
+    if (!installed_) installed_.emplace(defaultPlatform());
+    return *installed_;
+  }
+
+ private:
+  Mutex mutex_;
+  std::optional<Platform> installed_ LUMORA_GUARDED_BY(mutex_);
+};
+
+Installation& installation() {
+  static auto* const instance = new Installation;
+  return *instance;
+}
+
+}  // namespace
+
+void installPlatform(const Platform& platform) {
+  [[maybe_unused]] const bool first = installation().install(platform);
+  assert(first && "installPlatform must be called once, before the library is used");
+}
+
+const Platform& platform() {
+  static const Platform& current = installation().get();
+  return current;
+}
+
+}  // namespace lumora

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "lumora/Platform/Alerts.h"
+#include "lumora/Platform/Application.h"
+#include "lumora/Platform/Bundle.h"
+#include "lumora/Platform/Clock.h"
+#include "lumora/Platform/Device.h"
+#include "lumora/Platform/Export.h"
+#include "lumora/Platform/FileSystem.h"
+#include "lumora/Platform/ImageDecoder.h"
+#include "lumora/Platform/Keychain.h"
+#include "lumora/Platform/Notifications.h"
+#include "lumora/Platform/SettingsStore.h"
+#include "lumora/Platform/SystemLog.h"
+#include "lumora/Platform/TaskQueues.h"
+#include "lumora/Platform/URLLoader.h"
+#include "lumora/Platform/UUIDSource.h"
+
+namespace lumora {
+
+/// Everything that the library needs from the system it runs on, one narrow interface per service.
+///
+/// The services belong to whoever made them and must live until the process ends.
+struct Platform {
+  SettingsStore& settings;
+  Keychain& keychain;
+  URLLoader& urlLoader;
+  ImageDecoder& imageDecoder;
+  TaskQueues& queues;
+  Application& application;
+  Bundle& bundle;
+  Alerts& alerts;
+  Notifications& notifications;
+  Device& device;
+  FileSystem& files;
+  Clock& clock;
+  SystemLog& log;
+  UUIDSource& uuids;
+};
+
+/// Installs the platform that the library uses from now on. To be called once, on the main thread, before
+/// the first use of any shared instance; a later call is a programming error: it asserts, and changes nothing.
+LUMORA_EXPORT void installPlatform(const Platform& platform);
+
+/// The installed platform. Without one, the platform that the library was built with (on Linux the one of
+/// `lumora/Platform/Linux/LinuxPlatform.h`, with its default options) is installed by the first call.
+LUMORA_EXPORT const Platform& platform();
+
+}  // namespace lumora

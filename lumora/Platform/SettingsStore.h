@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string_view>
+
+#include "lumora/Platform/Value.h"
+
+namespace lumora {
+
+/// The host application's persistent key-value store. The library shares it with the host.
+///
+/// Thread safety: every operation may be called from any thread.
+class LUMORA_EXPORT SettingsStore {
+ public:
+  virtual ~SettingsStore() = default;
+
+  /// False while the store cannot be used; reads then give null and writes do nothing.
+  virtual bool isAvailable() = 0;
+
+  /// The stored value, or null. Never touches the disk once the store is loaded.
+  virtual Value object(std::string_view key) = 0;
+
+  /// Stores a string, a number, a date, data, or a list or map of these. May throw a `std::exception` for a
+  /// value that the store cannot hold; nothing is stored then. The library catches it.
+  virtual void setObject(std::string_view key, const Value& value) = 0;
+
+  /// Removes a key; does nothing when it is absent.
+  virtual void removeObject(std::string_view key) = 0;
+
+  /// Writes what was changed to persistent storage. Returns false when that failed; the changes are kept in
+  /// memory and the next call tries again.
+  virtual bool synchronize() = 0;
+};
+
+/// Passes everything to another store; a base for a host that replaces a single operation.
+class LUMORA_EXPORT ForwardingSettingsStore : public SettingsStore {
+ public:
+  explicit ForwardingSettingsStore(SettingsStore& next) : next_(next) {}
+  bool isAvailable() override { return next_.isAvailable(); }
+  Value object(std::string_view key) override { return next_.object(key); }
+  void setObject(std::string_view key, const Value& value) override { next_.setObject(key, value); }
+  void removeObject(std::string_view key) override { next_.removeObject(key); }
+  bool synchronize() override { return next_.synchronize(); }
+
+ private:
+  SettingsStore& next_;
+};
+
+}  // namespace lumora

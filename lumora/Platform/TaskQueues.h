@@ -1,0 +1,51 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "lumora/Platform/Export.h"
+
+namespace lumora {
+
+using Task = std::function<void()>;
+
+/// Runs tasks one at a time, in the order in which they were handed over.
+///
+/// Thread safety: every operation may be called from any thread, from a running task too.
+class LUMORA_EXPORT TaskQueue {
+ public:
+  virtual ~TaskQueue() = default;
+  virtual std::string label() const = 0;
+  /// Hands a task over and returns at once. A task that throws is dropped; the queue goes on.
+  virtual void async(Task task) = 0;
+  /// Hands a task over and waits until it has run. Must not be called from a task of the same queue.
+  virtual void sync(const Task& task) = 0;
+};
+
+/// Makes queues. The main queue runs on the thread that the host chose for it.
+class LUMORA_EXPORT TaskQueues {
+ public:
+  virtual ~TaskQueues() = default;
+  /// A new serial queue with a thread of its own while it has work. Tasks that have not begun when the queue
+  /// is destroyed are dropped.
+  virtual std::unique_ptr<TaskQueue> makeSerialQueue(std::string label) = 0;
+  virtual TaskQueue& mainQueue() = 0;
+  virtual bool isMainThread() = 0;
+};
+
+/// Passes everything to other queues; a base for a host that replaces the main queue only.
+class LUMORA_EXPORT ForwardingTaskQueues : public TaskQueues {
+ public:
+  explicit ForwardingTaskQueues(TaskQueues& next) : next_(next) {}
+  std::unique_ptr<TaskQueue> makeSerialQueue(std::string label) override {
+    return next_.makeSerialQueue(std::move(label));
+  }
+  TaskQueue& mainQueue() override { return next_.mainQueue(); }
+  bool isMainThread() override { return next_.isMainThread(); }
+
+ private:
+  TaskQueues& next_;
+};
+
+}  // namespace lumora

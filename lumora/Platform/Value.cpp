@@ -1,0 +1,227 @@
+#include "lumora/Platform/Value.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "lumora/Platform/ASCII.h"
+
+namespace lumora {
+namespace {
+
+/// Values that wait to be taken apart on this thread; null while none is.
+thread_local std::vector<Value>* dismantling = nullptr;
+
+/// Converts as the platform does: toward zero, the range's end for what lies outside, 0 for what is no number.
+std::int64_t truncated(double value) {
+  constexpr double limit = 9223372036854775808.0;  // 2^63
+  if (std::isnan(value)) return 0;
+  if (value >= limit) return std::numeric_limits<std::int64_t>::max();
+  if (value <= -limit) return std::numeric_limits<std::int64_t>::min();
+  return static_cast<std::int64_t>(value);
+}
+
+std::string_view trimmedStart(std::string_view text) {
+  const auto first = text.find_first_not_of(" \t\n\r");
+  return first == std::string_view::npos ? std::string_view{} : text.substr(first);
+}
+
+double leadingDouble(std::string_view text) {
+  text = trimmedStart(text);
+  if (text.starts_with('+')) text.remove_prefix(1);
+  const std::string_view digits = text.starts_with('-') ? text.substr(1) : text;
+  // Only digits begin a number; the words for infinity and not-a-number do not count.
+  if (digits.empty() || (!isASCIIDigit(digits.front()) && digits.front() != '.')) return 0;
+  double value = 0;
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (result.ec == std::errc::result_out_of_range) {
+    return text.starts_with('-') ? -std::numeric_limits<double>::infinity() : std::numeric_limits<double>::infinity();
+  }
+  return value;
+}
+
+std::int64_t leadingInteger(std::string_view text) {
+  text = trimmedStart(text);
+  if (text.starts_with('+')) text.remove_prefix(1);
+  std::int64_t value = 0;
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (result.ec == std::errc::result_out_of_range) return truncated(leadingDouble(text));
+  return value;
+}
+
+bool leadingTruth(std::string_view text) {
+  text = trimmedStart(text);
+  if (text.starts_with('+') || text.starts_with('-')) text.remove_prefix(1);
+  text.remove_prefix(std::min(text.find_first_not_of('0'), text.size()));
+  if (text.empty()) return false;
+  const char first = toASCIILower(text.front());
+  return first == 'y' || first == 't' || (first >= '1' && first <= '9');
+}
+
+template <typename Items, typename Describe>
+std::string describeItems(const Items& items, char open, char close, Describe describe) {
+  std::string text(1, open);
+  for (const auto& item : items) {
+    if (text.size() > 1) text += ", ";
+    text += describe(item);
+  }
+  text += close;
+  return text;
+}
+
+}  // namespace
+
+double secondsSince1970(Date date) {
+  return std::chrono::duration<double>(date.time_since_epoch()).count();
+}
+
+Date dateFromSeconds(double secondsSince1970) {
+  return Date(Date::duration(truncated(std::round(secondsSince1970 * 1e6))));
+}
+
+Value::Value(List list) : storage_(std::make_shared<List>(std::move(list))) {}
+Value::Value(Dictionary map) : storage_(std::make_shared<Dictionary>(std::move(map))) {}
+
+bool Value::ownsNestedValues() const noexcept {
+  if (const auto* list = std::get_if<std::shared_ptr<List>>(&storage_)) return *list && list->use_count() == 1;
+  if (const auto* map = std::get_if<std::shared_ptr<Dictionary>>(&storage_)) return *map && map->use_count() == 1;
+  return false;
+}
+
+Value::~Value() {
+  if (!ownsNestedValues()) return;
+  try {
+    if (dismantling) {
+      dismantling->push_back(std::move(*this));
+      return;
+    }
+    std::vector<Value> pending;
+    dismantling = &pending;
+    storage_ = std::monostate{};
+    while (!pending.empty()) {
+      const Storage next = std::move(pending.back().storage_);
+      pending.back().storage_ = std::monostate{};
+      pending.pop_back();
+    }
+    dismantling = nullptr;
+  } catch (...) {
+    // Without memory for the list the members are taken apart by recursion.
+    dismantling = nullptr;
+  }
+}
+
+Value::Kind Value::kind() const noexcept {
+  constexpr Kind kinds[] = {Kind::null, Kind::number, Kind::number, Kind::string, Kind::date,
+                            Kind::url,  Kind::data,   Kind::list,   Kind::map,    Kind::opaque};
+  return kinds[storage_.index()];
+}
+
+const Data* Value::asData() const noexcept {
+  const auto* held = std::get_if<std::shared_ptr<Data>>(&storage_);
+  return held ? held->get() : nullptr;
+}
+
+const List* Value::asList() const noexcept {
+  const auto* held = std::get_if<std::shared_ptr<List>>(&storage_);
+  return held ? held->get() : nullptr;
+}
+
+const Dictionary* Value::asDictionary() const noexcept {
+  const auto* held = std::get_if<std::shared_ptr<Dictionary>>(&storage_);
+  return held ? held->get() : nullptr;
+}
+
+const Value::Opaque* Value::asOpaque() const noexcept {
+  const auto* held = std::get_if<std::shared_ptr<Opaque>>(&storage_);
+  return held ? held->get() : nullptr;
+}
+
+std::optional<Value::NumberKind> Value::numberKind() const noexcept {
+  if (const auto* integer = std::get_if<Integer>(&storage_)) return integer->kind;
+  if (const auto* real = std::get_if<Real>(&storage_)) return real->kind;
+  return std::nullopt;
+}
+
+std::int64_t Value::integerValue() const noexcept {
+  if (const auto* integer = std::get_if<Integer>(&storage_)) return integer->value;
+  if (const auto* real = std::get_if<Real>(&storage_)) return truncated(real->value);
+  if (const auto* text = asString()) return leadingInteger(*text);
+  return 0;
+}
+
+double Value::doubleValue() const noexcept {
+  if (const auto* integer = std::get_if<Integer>(&storage_)) return static_cast<double>(integer->value);
+  if (const auto* real = std::get_if<Real>(&storage_)) return real->value;
+  if (const auto* text = asString()) return leadingDouble(*text);
+  return 0;
+}
+
+bool Value::boolValue() const noexcept {
+  if (isNumber()) return doubleValue() != 0;
+  if (const auto* text = asString()) return leadingTruth(*text);
+  return false;
+}
+
+std::string Value::description() const {
+  switch (kind()) {
+    case Kind::null: return "<null>";
+    case Kind::number:
+      if (numberKind() == NumberKind::floating) return fmt::format("{}", static_cast<float>(doubleValue()));
+      return isFloatingPoint() ? fmt::format("{}", doubleValue()) : fmt::format("{}", integerValue());
+    case Kind::string: return *asString();
+    case Kind::data: return fmt::format("<{:02x}>", fmt::join(*asData(), ""));
+    case Kind::date: return fmt::format("{:f} seconds since 1970", secondsSince1970(*asDate()));
+    case Kind::url: return asURL()->absoluteString();
+    case Kind::list:
+      return describeItems(*asList(), '(', ')', [](const Value& item) { return item.description(); });
+    case Kind::map:
+      return describeItems(*asDictionary(), '{', '}',
+                           [](const auto& entry) { return entry.first + " = " + entry.second.description(); });
+    case Kind::opaque: return asOpaque()->description;
+  }
+  return {};
+}
+
+std::string Value::kindName() const {
+  switch (kind()) {
+    case Kind::null: return "null";
+    case Kind::number: return "number";
+    case Kind::string: return "string";
+    case Kind::data: return "data";
+    case Kind::date: return "date";
+    case Kind::url: return "URL";
+    case Kind::list: return "list";
+    case Kind::map: return "map";
+    case Kind::opaque: return asOpaque()->kindName;
+  }
+  return {};
+}
+
+bool operator==(const Value& left, const Value& right) {
+  if (left.kind() != right.kind()) return false;
+  switch (left.kind()) {
+    case Value::Kind::null: return true;
+    case Value::Kind::number:
+      if (left.isFloatingPoint() || right.isFloatingPoint()) return left.doubleValue() == right.doubleValue();
+      return left.integerValue() == right.integerValue();
+    case Value::Kind::string: return *left.asString() == *right.asString();
+    case Value::Kind::data: return *left.asData() == *right.asData();
+    case Value::Kind::date: return *left.asDate() == *right.asDate();
+    case Value::Kind::url: return *left.asURL() == *right.asURL();
+    case Value::Kind::list: return *left.asList() == *right.asList();
+    case Value::Kind::map: return *left.asDictionary() == *right.asDictionary();
+    case Value::Kind::opaque: return *left.asOpaque() == *right.asOpaque();
+  }
+  return false;
+}
+
+const Value* findValue(const Dictionary& map, std::string_view key) noexcept {
+  const auto entry = map.find(key);
+  return entry == map.end() || entry->second.isNull() ? nullptr : &entry->second;
+}
+
+}  // namespace lumora
