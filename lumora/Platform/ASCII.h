@@ -7,8 +7,12 @@ namespace lumora {
 
 // The C library's classification functions follow the process's locale; the texts of protocols do not.
 
-constexpr bool isASCIIDigit(char c) noexcept { return c >= '0' && c <= '9'; }
-constexpr bool isASCIILetter(char c) noexcept { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+constexpr bool isASCIIDigit(char c) noexcept {
+  return c >= '0' && c <= '9';
+}
+constexpr bool isASCIILetter(char c) noexcept {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
 constexpr char toASCIILower(char c) noexcept {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }

@@ -27,7 +27,8 @@ class LUMORA_EXPORT Bundle {
   virtual std::optional<std::string> pathForResource(std::string_view name, std::string_view type) = 0;
   /// Loads the layout resource of that name from the resource bundle at `bundlePath`; null when it is missing
   /// or cannot be used.
-  virtual std::shared_ptr<LayoutResource> loadLayout(const std::string& bundlePath, std::string_view name) = 0;
+  virtual std::shared_ptr<LayoutResource> loadLayout(const std::string& bundlePath,
+                                                     std::string_view name) = 0;
   /// The host's own wording of a text, or the text itself when it has none.
   virtual std::string localizedString(std::string_view text) = 0;
 };

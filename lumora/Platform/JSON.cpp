@@ -84,12 +84,19 @@ class Writer {
   /// Each of these gives false when the value cannot be written; the text is then of no use.
   bool write(const Value& value) {
     switch (value.kind()) {
-      case Value::Kind::null: text_ += "null"; return true;
-      case Value::Kind::number: return writeNumber(value);
-      case Value::Kind::string: return writeText(*value.asString());
-      case Value::Kind::list: return writeList(*value.asList());
-      case Value::Kind::map: return writeMap(*value.asDictionary());
-      default: return false;
+      case Value::Kind::null:
+        text_ += "null";
+        return true;
+      case Value::Kind::number:
+        return writeNumber(value);
+      case Value::Kind::string:
+        return writeText(*value.asString());
+      case Value::Kind::list:
+        return writeList(*value.asList());
+      case Value::Kind::map:
+        return writeMap(*value.asDictionary());
+      default:
+        return false;
     }
   }
 

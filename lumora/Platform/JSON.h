@@ -22,7 +22,8 @@ LUMORA_EXPORT std::optional<Value> parseJSON(std::string_view text);
 LUMORA_EXPORT std::optional<std::string> writeJSON(const Value& value, JSONStyle style = JSONStyle::compact);
 
 /// The same for a map, without the copy that a Value of it would cost.
-LUMORA_EXPORT std::optional<std::string> writeJSON(const Dictionary& map, JSONStyle style = JSONStyle::compact);
+LUMORA_EXPORT std::optional<std::string> writeJSON(const Dictionary& map,
+                                                   JSONStyle style = JSONStyle::compact);
 
 /// Whether the bytes are well-formed UTF-8.
 LUMORA_EXPORT bool isUTF8(std::string_view text) noexcept;

@@ -39,7 +39,8 @@ struct Platform {
 };
 
 /// Installs the platform that the library uses from now on. To be called once, on the main thread, before
-/// the first use of any shared instance; a later call is a programming error: it asserts, and changes nothing.
+/// the first use of any shared instance; a later call is a programming error: it asserts, and changes
+/// nothing.
 LUMORA_EXPORT void installPlatform(const Platform& platform);
 
 /// The installed platform. Without one, the platform that the library was built with (on Linux the one of

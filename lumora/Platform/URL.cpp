@@ -23,7 +23,8 @@ std::size_t schemeLength(std::string_view text) {
   if (text.empty() || !isASCIILetter(text.front())) return std::string_view::npos;
   for (std::size_t i = 1; i < text.size(); ++i) {
     if (text[i] == ':') return i;
-    if (!isASCIILetter(text[i]) && !isASCIIDigit(text[i]) && text[i] != '+' && text[i] != '-' && text[i] != '.') {
+    if (!isASCIILetter(text[i]) && !isASCIIDigit(text[i]) && text[i] != '+' && text[i] != '-' &&
+        text[i] != '.') {
       break;
     }
   }
@@ -55,7 +56,8 @@ bool isValidAuthority(std::string_view authority) {
   const std::string_view host = hostOf(authority);
   const bool isAddress = host.starts_with('[') && host.ends_with(']');
   if (!isAddress && authority.find_first_of("[]") != std::string_view::npos) return false;
-  std::string_view port = authority.substr(static_cast<std::size_t>(host.data() - authority.data()) + host.size());
+  std::string_view port =
+      authority.substr(static_cast<std::size_t>(host.data() - authority.data()) + host.size());
   if (port.empty()) return true;
   if (port.front() != ':') return false;
   port.remove_prefix(1);
@@ -74,7 +76,8 @@ std::optional<URL> URL::parse(std::string_view text) {
   const auto server = authority(text);
   if (fragments > 1 || (server && !isValidAuthority(*server))) return std::nullopt;
   // Square brackets enclose addresses; elsewhere no URL holds them.
-  const std::size_t brackets = static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return c == '[' || c == ']'; }));
+  const std::size_t brackets =
+      static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return c == '[' || c == ']'; }));
   const std::size_t inHost = server && hostOf(*server).starts_with('[') ? 2 : 0;
   if (brackets != inHost) return std::nullopt;
   return URL(std::string(text));

@@ -16,7 +16,8 @@ namespace {
 /// Values that wait to be taken apart on this thread; null while none is.
 thread_local std::vector<Value>* dismantling = nullptr;
 
-/// Converts as the platform does: toward zero, the range's end for what lies outside, 0 for what is no number.
+/// Converts as the platform does: toward zero, the range's end for what lies outside, 0 for what is no
+/// number.
 std::int64_t truncated(double value) {
   constexpr double limit = 9223372036854775808.0;  // 2^63
   if (std::isnan(value)) return 0;
@@ -39,7 +40,8 @@ double leadingDouble(std::string_view text) {
   double value = 0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
   if (result.ec == std::errc::result_out_of_range) {
-    return text.starts_with('-') ? -std::numeric_limits<double>::infinity() : std::numeric_limits<double>::infinity();
+    return text.starts_with('-') ? -std::numeric_limits<double>::infinity()
+                                 : std::numeric_limits<double>::infinity();
   }
   return value;
 }
@@ -87,8 +89,10 @@ Value::Value(List list) : storage_(std::make_shared<List>(std::move(list))) {}
 Value::Value(Dictionary map) : storage_(std::make_shared<Dictionary>(std::move(map))) {}
 
 bool Value::ownsNestedValues() const noexcept {
-  if (const auto* list = std::get_if<std::shared_ptr<List>>(&storage_)) return *list && list->use_count() == 1;
-  if (const auto* map = std::get_if<std::shared_ptr<Dictionary>>(&storage_)) return *map && map->use_count() == 1;
+  if (const auto* list = std::get_if<std::shared_ptr<List>>(&storage_))
+    return *list && list->use_count() == 1;
+  if (const auto* map = std::get_if<std::shared_ptr<Dictionary>>(&storage_))
+    return *map && map->use_count() == 1;
   return false;
 }
 
@@ -168,35 +172,51 @@ bool Value::boolValue() const noexcept {
 
 std::string Value::description() const {
   switch (kind()) {
-    case Kind::null: return "<null>";
+    case Kind::null:
+      return "<null>";
     case Kind::number:
       if (numberKind() == NumberKind::floating) return fmt::format("{}", static_cast<float>(doubleValue()));
       return isFloatingPoint() ? fmt::format("{}", doubleValue()) : fmt::format("{}", integerValue());
-    case Kind::string: return *asString();
-    case Kind::data: return fmt::format("<{:02x}>", fmt::join(*asData(), ""));
-    case Kind::date: return fmt::format("{:f} seconds since 1970", secondsSince1970(*asDate()));
-    case Kind::url: return asURL()->absoluteString();
+    case Kind::string:
+      return *asString();
+    case Kind::data:
+      return fmt::format("<{:02x}>", fmt::join(*asData(), ""));
+    case Kind::date:
+      return fmt::format("{:f} seconds since 1970", secondsSince1970(*asDate()));
+    case Kind::url:
+      return asURL()->absoluteString();
     case Kind::list:
       return describeItems(*asList(), '(', ')', [](const Value& item) { return item.description(); });
     case Kind::map:
-      return describeItems(*asDictionary(), '{', '}',
-                           [](const auto& entry) { return entry.first + " = " + entry.second.description(); });
-    case Kind::opaque: return asOpaque()->description;
+      return describeItems(*asDictionary(), '{', '}', [](const auto& entry) {
+        return entry.first + " = " + entry.second.description();
+      });
+    case Kind::opaque:
+      return asOpaque()->description;
   }
   return {};
 }
 
 std::string Value::kindName() const {
   switch (kind()) {
-    case Kind::null: return "null";
-    case Kind::number: return "number";
-    case Kind::string: return "string";
-    case Kind::data: return "data";
-    case Kind::date: return "date";
-    case Kind::url: return "URL";
-    case Kind::list: return "list";
-    case Kind::map: return "map";
-    case Kind::opaque: return asOpaque()->kindName;
+    case Kind::null:
+      return "null";
+    case Kind::number:
+      return "number";
+    case Kind::string:
+      return "string";
+    case Kind::data:
+      return "data";
+    case Kind::date:
+      return "date";
+    case Kind::url:
+      return "URL";
+    case Kind::list:
+      return "list";
+    case Kind::map:
+      return "map";
+    case Kind::opaque:
+      return asOpaque()->kindName;
   }
   return {};
 }
@@ -204,17 +224,25 @@ std::string Value::kindName() const {
 bool operator==(const Value& left, const Value& right) {
   if (left.kind() != right.kind()) return false;
   switch (left.kind()) {
-    case Value::Kind::null: return true;
+    case Value::Kind::null:
+      return true;
     case Value::Kind::number:
       if (left.isFloatingPoint() || right.isFloatingPoint()) return left.doubleValue() == right.doubleValue();
       return left.integerValue() == right.integerValue();
-    case Value::Kind::string: return *left.asString() == *right.asString();
-    case Value::Kind::data: return *left.asData() == *right.asData();
-    case Value::Kind::date: return *left.asDate() == *right.asDate();
-    case Value::Kind::url: return *left.asURL() == *right.asURL();
-    case Value::Kind::list: return *left.asList() == *right.asList();
-    case Value::Kind::map: return *left.asDictionary() == *right.asDictionary();
-    case Value::Kind::opaque: return *left.asOpaque() == *right.asOpaque();
+    case Value::Kind::string:
+      return *left.asString() == *right.asString();
+    case Value::Kind::data:
+      return *left.asData() == *right.asData();
+    case Value::Kind::date:
+      return *left.asDate() == *right.asDate();
+    case Value::Kind::url:
+      return *left.asURL() == *right.asURL();
+    case Value::Kind::list:
+      return *left.asList() == *right.asList();
+    case Value::Kind::map:
+      return *left.asDictionary() == *right.asDictionary();
+    case Value::Kind::opaque:
+      return *left.asOpaque() == *right.asOpaque();
   }
   return false;
 }

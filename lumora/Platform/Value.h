@@ -44,7 +44,16 @@ class LUMORA_EXPORT Value {
   enum class Kind { null, number, string, data, date, url, list, map, opaque };
 
   /// How a number was stored; SQLite binding and JSON tell them apart.
-  enum class NumberKind { boolean, character, shortInteger, integer, longInteger, longLong, floating, doubleFloating };
+  enum class NumberKind {
+    boolean,
+    character,
+    shortInteger,
+    integer,
+    longInteger,
+    longLong,
+    floating,
+    doubleFloating
+  };
 
   /// An object of a kind that the library does not know, with the texts that log lines print for it.
   struct Opaque {
@@ -78,8 +87,8 @@ class LUMORA_EXPORT Value {
   }
   /// Pointers would silently become booleans.
   template <typename T>
-    requires(!std::is_same_v<std::remove_cv_t<T>, char>)
-  Value(T*) = delete;
+  requires(!std::is_same_v<std::remove_cv_t<T>, char>) Value(T*)
+  = delete;
 
   Value(const Value&) = default;
   Value(Value&&) noexcept = default;

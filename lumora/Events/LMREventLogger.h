@@ -1,0 +1,81 @@
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "lumora/Platform/Mutex.h"
+#include "lumora/Platform/Value.h"
+
+namespace lumora {
+
+/// The event pipeline: builds event records, keeps the table of open sessions, and uploads what is stored.
+///
+/// A record is stored as one row until an upload that the service accepted deletes it. The logger is a lock
+/// that its holder may take again: every builder, every session operation and a whole upload, its request
+/// included, hold it. Any thread may call; uploads block theirs.
+class LMREventLogger {
+ public:
+  static LMREventLogger& sharedInstance();
+
+  // Records.
+
+  /// A new record: the kind of event and the present second.
+  Dictionary getEventSkeleton(std::string_view eventType);
+  /// Stores a record, and ahead of it the client information when that is still due.
+  void saveEvent(const Dictionary& event);
+  /// Without metadata the record has no such entry.
+  void reportCheckpoint(const std::string& name, std::string_view type,
+                        const std::optional<Dictionary>& meta);
+  void reportAppOpen();
+  void reportClientInfo();
+  void reportUserAttributes(const Dictionary& attributes);
+  void reportPushToken(const std::string& token);
+  void clearPushToken();
+  Dictionary getPushSubEvent(std::string_view subtype, const Value& campaignId) const;
+  void reportPushOpened(const Value& campaignId);
+  void reportPushDelivered(const Value& campaignId);
+  void reportPushOpen(const std::optional<Dictionary>& launchOptions);
+  /// The campaign and the subtype are recorded only when both are there; the event is recorded always.
+  void reportInappWithSubType(const std::optional<std::string>& subtype,
+                              const std::optional<std::string>& campaignId);
+  /// Only on a test device.
+  void reportTestPushToken(const std::string& token);
+
+  // Sessions.
+
+  /// False, with a line, when the session is open already or too many are.
+  bool startSession(const std::string& name);
+  /// Records the session's duration and closes it; a session younger than a second stays open.
+  void endSession(const std::string& name);
+  void endAllSessions();
+  /// Closes every session without recording it.
+  void discardAllSessions();
+  bool startAppSession();
+  void stopAppSession();
+
+  // Upload.
+
+  /// Sends every stored event in one request and deletes what was sent once the service accepted it. Without
+  /// force it gives up at once while another upload runs, and soon after the last one.
+  void reportEvents(bool force);
+  bool canReport() const;
+  std::optional<std::string> getReportEndPoint() const;
+  bool isReporting() const noexcept { return isReporting_; }
+  void setIsReporting(bool isReporting) noexcept { isReporting_ = isReporting; }
+
+ private:
+  LMREventLogger() = default;
+
+  bool mayUpload(bool force) const;
+  void uploadEvents(const std::string& events, const List& ids);
+
+  RecursiveMutex mutex_;
+  /// Open sessions by name; each holds the second in which it began.
+  std::map<std::string, Dictionary> sessions_ LUMORA_GUARDED_BY(mutex_);
+  std::atomic<bool> isReporting_ = false;
+};
+
+}  // namespace lumora

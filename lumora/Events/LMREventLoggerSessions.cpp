@@ -1,0 +1,65 @@
+#include <vector>
+
+#include "lumora/Events/CurrentSecond.h"
+#include "lumora/Events/EventKeys.h"
+#include "lumora/Events/LMREventLogger.h"
+#include "lumora/Facade/LumoraConstants.h"
+#include "lumora/Util/Log.h"
+
+namespace lumora {
+
+bool LMREventLogger::startSession(const std::string& name) {
+  Lock lock(mutex_);
+  if (sessions_.size() >= static_cast<std::size_t>(MAX_SESSIONS_COUNT)) {
+    logLine("LumoraSDK-Session threshold exceeded, unable to start this session {}.", name);
+    return false;
+  }
+  if (sessions_.contains(name)) {
+    logLine("LumoraSDK-Session {} already started.", name);
+    return false;
+  }
+  sessions_.emplace(name, Dictionary{{std::string(KEY_SESSION_START), currentSecond()}});
+  return true;
+}
+
+void LMREventLogger::endSession(const std::string& name) {
+  Lock lock(mutex_);
+  const auto session = sessions_.find(name);
+  if (session == sessions_.end()) {
+    if (name != kLmroSession) logLine("LumoraSDK-{} session not started.", name);
+    return;
+  }
+  const std::int64_t start = session->second.at(std::string(KEY_SESSION_START)).integerValue();
+  const std::int64_t duration = currentSecond() - start;
+  if (duration <= 0) return;
+  Dictionary event = getEventSkeleton(KEY_SESSION);
+  event.emplace(KEY_SESSION_NAME, name);
+  event.emplace(KEY_SESSION_DURATION, static_cast<long long>(duration));
+  event.emplace(KEY_TYPE, KEY_TYPE_INTERNAL);
+  saveEvent(event);
+  sessions_.erase(name);
+}
+
+void LMREventLogger::endAllSessions() {
+  Lock lock(mutex_);
+  std::vector<std::string> names;
+  for (const auto& [name, session] : sessions_) names.push_back(name);
+  for (const std::string& name : names) endSession(name);
+}
+
+void LMREventLogger::discardAllSessions() {
+  Lock lock(mutex_);
+  sessions_.clear();
+}
+
+bool LMREventLogger::startAppSession() {
+  if (!startSession(std::string(kLmroSession))) return false;
+  reportAppOpen();
+  return true;
+}
+
+void LMREventLogger::stopAppSession() {
+  endSession(std::string(kLmroSession));
+}
+
+}  // namespace lumora

@@ -1,0 +1,92 @@
+#include "lumora/Events/LMREventLogger.h"
+#include "lumora/Facade/Lumora.h"
+#include "lumora/Manager/LMRNetworkManager.h"
+#include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/LMRSettingsKeys.h"
+#include "lumora/Util/LMRUtil.h"
+#include "lumora/Util/Log.h"
+#include "lumora/Util/MinimumInterval.h"
+
+namespace lumora {
+namespace {
+
+constexpr const char* kLmroReportEndpoint = "report/events/";
+constexpr double minimumSecondsBetweenUploads = 5.0;
+constexpr const char* operation = "-[LMREventLogger reportEvents:]";
+constexpr const char* callbackOperation = "-[LMREventLogger reportEvents:]_block_invoke";
+
+/// Marks the logger as uploading for the length of a scope, whatever way leads out of it.
+class ReportingMark {
+ public:
+  explicit ReportingMark(std::atomic<bool>& flag) : flag_(flag) { flag_ = true; }
+  ~ReportingMark() { flag_ = false; }
+  ReportingMark(const ReportingMark&) = delete;
+  ReportingMark& operator=(const ReportingMark&) = delete;
+
+ private:
+  std::atomic<bool>& flag_;
+};
+
+}  // namespace
+
+bool LMREventLogger::canReport() const {
+  const Platform& current = platform();
+  const MinimumInterval interval = minimumIntervalSince(current.settings.object(kLmroLastReport),
+                                                        current.settings.object(kLmroSyncTimepout),
+                                                        minimumSecondsBetweenUploads, current.clock.now());
+  if (!interval.hasPassed) {
+    logTrace({"-[LMREventLogger canReport]", 134}, "lapsed from last report call {:f}", interval.elapsed);
+  }
+  return interval.hasPassed;
+}
+
+std::optional<std::string> LMREventLogger::getReportEndPoint() const {
+  return kLmroReportEndpoint;
+}
+
+void LMREventLogger::reportEvents(bool force) {
+  // Tested before the lock is taken: an ordinary trigger returns at once instead of waiting for an upload.
+  if (isReporting_ && !force) {
+    logTrace({operation, 144}, "Already reporting the event");
+    return;
+  }
+  Lock lock(mutex_);
+  const ReportingMark reporting(isReporting_);
+  if (!mayUpload(force)) return;
+  LMRUtil::setObject(platform().clock.now(), kLmroLastReport);
+  LMRDataManager::sharedInstance().getEventsDataWith(
+      [this](const std::string& events, const List& ids) { uploadEvents(events, ids); });
+}
+
+bool LMREventLogger::mayUpload(bool force) const {
+  if (!Lumora::sharedInstance().appSecret()) {
+    logTrace({operation, 153}, "Lumora is not initlized");
+    return false;
+  }
+  if (!force && !canReport()) {
+    logTrace({operation, 170}, "Wait for some time");
+    return false;
+  }
+  return true;
+}
+
+void LMREventLogger::uploadEvents(const std::string& events, const List& ids) {
+  if (ids.empty()) {
+    logTrace({callbackOperation, 180}, "Lumra-No data available Failed to report data");
+    return;
+  }
+  logTrace({callbackOperation, 185}, " sending data {}", events);
+  const auto endPoint = getReportEndPoint();
+  if (!endPoint) {
+    logTrace({callbackOperation, 196}, "Failed to get access token");
+    return;
+  }
+  if (!LMRNetworkManager::sharedInstance().postDataSync(events, *endPoint)) {
+    logTrace({callbackOperation, 209}, "Failed to report events data");
+    return;
+  }
+  logLine("LumoraSDK-Reported all data successfully.");
+  LMRDataManager::sharedInstance().cleanUpEventsWith(ids);
+}
+
+}  // namespace lumora

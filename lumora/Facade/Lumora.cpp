@@ -1,0 +1,184 @@
+#include "lumora/Facade/Lumora.h"
+
+#include <date/date.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "lumora/Events/LMREventLogger.h"
+#include "lumora/Facade/LumoraConstants.h"
+#include "lumora/Manager/LMRNetworkManager.h"
+#include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/LMRSettingsKeys.h"
+#include "lumora/Util/LMRUtil.h"
+#include "lumora/Util/Log.h"
+#include "lumora/Util/UIDeviceAdditionalInfo.h"
+
+namespace lumora {
+namespace {
+
+constexpr long minimumTimeoutSeconds = 5;
+
+std::unique_ptr<TaskQueue> makeQueue(const char* name, const void* owner) {
+  return platform().queues.makeSerialQueue(fmt::format("{}.{}", name, owner));
+}
+
+}  // namespace
+
+Lumora& Lumora::sharedInstance() {
+  static auto* const instance = new Lumora;
+  return *instance;
+}
+
+Lumora::Lumora()
+    : serialQueue_(makeQueue("com.ostrel.queue", this)),
+      serialInAppQueue_(makeQueue("com.ostrel.inapp.queue", this)),
+      dataManager_(LMRDataManager::sharedInstance()),
+      eventLogger_(LMREventLogger::sharedInstance()),
+      networkManager_(LMRNetworkManager::sharedInstance()) {
+  appStoreEnvironment_ = !platform().bundle.pathForResource("embedded", "mobileprovision");
+}
+
+void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
+                                    const std::optional<std::string>& appSecret,
+                                    std::optional<Dictionary> launchOptions) {
+  if (makingInitCall_) return;
+  if (LMRUtil::isStringEmpty(tarrowID)) {
+    logLine("LumoraSDK-Tarrow ID is an empty string.");
+    return;
+  }
+  if (LMRUtil::isStringEmpty(appSecret)) {
+    logLine("LumoraSDK-App Secret is empty string.");
+    return;
+  }
+  if (this->appSecret()) {
+    logLine("LumoraSDK-Already initialized.");
+    return;
+  }
+  if (makingInitCall_.exchange(true)) return;  // Another thread was first.
+  Application& application = platform().application;
+  application.observe(LifecycleNotification::willEnterForeground, [this] { appWillEnterForeground(); });
+  application.observe(LifecycleNotification::didEnterBackground, [this] { appDidEnterBackground(); });
+  isSyncing_ = false;
+  serialQueue_->async([this, tarrowID = *tarrowID, secret = *appSecret, options = std::move(launchOptions)] {
+    initialize(tarrowID, secret);
+    makingInitCall_ = false;
+  });
+}
+
+void Lumora::initialize(const std::string& tarrowID, const std::string& appSecret) {
+  const std::string storedVersion = LMRUtil::getStringForKey(kLmroAppVersion);
+  const std::string storedCredentials =
+      LMRUtil::getStringForKey(kLmroTarrowID) + LMRUtil::getStringForKey(kLmroAppSecret);
+  accountBlocked_ = LMRUtil::getBoolForKey(kLmroAcountBlocked);
+  LMRUtil::setObject(tarrowID, kLmroTarrowID);
+  const auto version = platform().bundle.infoValue(kBundleShortVersionKey);
+  if (LMRUtil::isStringEmpty(version)) {
+    logLine("LumoraSDK-Invalid app version, app version can not be empty.");
+    return;
+  }
+  if (storedVersion != *version || storedCredentials != tarrowID + appSecret) {
+    initializeAfresh(appSecret, storedVersion.empty());
+  } else {
+    restart(appSecret);
+  }
+}
+
+/// The first run, an application update, or new credentials.
+void Lumora::initializeAfresh(const std::string& appSecret, bool isFirstRun) {
+  LMRUtil::setBool(false, kLmroInit);
+  LMRUtil::setBool(isFirstRun, kLmroNewUser);
+  if (isFirstRun) LMRUtil::setObject(getFormattedDate(), kLmroInstallDate);
+  getLatestConfiguration(appSecret);
+  eventLogger_.reportEvents(true);
+}
+
+/// The same application and credentials as in the last run.
+void Lumora::restart(const std::string& appSecret) {
+  if (accountBlocked_) {
+    logLine("LumoraSDK-account disabled for this app.");
+    return;
+  }
+  completeInitialization(appSecret);
+  eventLogger_.reportEvents(true);
+  resyncConfiguration();
+}
+
+void Lumora::completeInitialization(const std::string& appSecret) {
+  {
+    Lock lock(textMutex_);
+    appSecret_ = appSecret;
+  }
+  logLine("LumoraSDK-v.{} initialized successfully.", kOstrelSDKVersion);
+  eventLogger_.startAppSession();
+}
+
+std::string Lumora::getFormattedDate() const {
+  Clock& clock = platform().clock;
+  const Date now = clock.now();
+  return date::format("%Y-%m-%d", std::chrono::floor<std::chrono::days>(now + clock.utcOffset(now)));
+}
+
+std::optional<std::string> Lumora::appSecret() const {
+  Lock lock(textMutex_);
+  return appSecret_;
+}
+
+bool Lumora::sdkInitialized() const {
+  Lock lock(textMutex_);
+  return !LMRUtil::isStringEmpty(appSecret_);
+}
+
+void Lumora::sdkInitilizationWarning() const {
+  if (sdkInitialized() || makingInitCall_) return;
+  logLine(
+      "LumoraSDK-[warning] is not initialized. Initialize Framwork using initializeWithTarrowID:appSecret: "
+      "method.");
+}
+
+bool Lumora::hasStoredCredentials() const {
+  const std::string version = LMRUtil::getStringForKey(kLmroAppVersion);
+  const std::string secret = LMRUtil::getStringForKey(kLmroAppSecret);
+  return !version.empty() && !secret.empty();
+}
+
+void Lumora::appDidEnterBackground() {
+  Application& application = platform().application;
+  // The time asked for lasts until the platform ends it; the work below does not end it earlier.
+  auto task = std::make_shared<Application::BackgroundTaskId>();
+  *task = application.beginBackgroundTask([&application, task] { application.endBackgroundTask(*task); });
+  if (!hasStoredCredentials()) return;
+  serialQueue_->async([this] {
+    eventLogger_.stopAppSession();
+    eventLogger_.reportEvents(false);
+    resyncConfiguration();
+  });
+}
+
+void Lumora::appWillEnterForeground() {
+  if (!hasStoredCredentials()) return;
+  serialQueue_->async([this] {
+    eventLogger_.startAppSession();
+    eventLogger_.reportEvents(true);
+    resyncConfiguration();
+  });
+}
+
+void Lumora::reportAll() {
+  serialQueue_->async([] { LMREventLogger::sharedInstance().reportEvents(true); });
+}
+
+std::string Lumora::getDeviceId() const {
+  return UIDeviceAdditionalInfo::sharedInstance().installIdentifier();
+}
+
+void Lumora::setTimeoutInterval(long seconds) {
+  networkManager_.setTimeoutInterval(std::max(seconds, minimumTimeoutSeconds));
+}
+
+std::string Lumora::getPushDeviceToken() const {
+  return LMRUtil::getStringForKey(kLmroToken);
+}
+
+}  // namespace lumora

@@ -1,0 +1,147 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "lumora/Platform/Export.h"
+#include "lumora/Platform/Mutex.h"
+#include "lumora/Platform/TaskQueues.h"
+#include "lumora/Platform/Value.h"
+
+namespace lumora {
+
+class LMRDataManager;
+class LMREventLogger;
+class LMRNetworkManager;
+class LumoraActionMetaData;
+class LumoraLead;
+
+/// The library's single entry point.
+///
+/// The host initialises it once, at launch, on its main thread; from then on the library records sessions,
+/// actions and the person's profile in a local database and uploads them to the service.
+///
+/// Threads: any thread may call any operation. A call checks its arguments and enqueues the work on the
+/// library's own queue, so it never waits for the disk or the network, except where it says so.
+///
+/// Failures: nothing is thrown and nothing is reported back; a call that cannot be served writes a line that
+/// begins with "LumoraSDK-" to the platform's log. Calls made before initialisation are noted there, and
+/// their records are kept and uploaded later.
+///
+///     auto& lumora = lumora::Lumora::sharedInstance();
+///     lumora.initializeWithTarrowID("acme", "s3cret");
+///     lumora.startSession("checkout");
+///     lumora.reportAction("coupon_applied");
+///     lumora.endSession("checkout");
+class LUMORA_EXPORT Lumora {
+ public:
+  /// The one instance: made by the first call, safely from any thread, and never destroyed.
+  static Lumora& sharedInstance();
+
+  Lumora(const Lumora&) = delete;
+  Lumora& operator=(const Lumora&) = delete;
+
+  // Initialisation and lifecycle.
+
+  /// Starts the library for an account and an application secret. `launchOptions` is the map that the
+  /// platform handed to the host at launch, if any. An empty argument or a second initialisation is logged
+  /// and changes nothing; a call while another initialisation is under way is ignored.
+  void initializeWithTarrowID(const std::optional<std::string>& tarrowID,
+                              const std::optional<std::string>& appSecret,
+                              std::optional<Dictionary> launchOptions = std::nullopt);
+  /// Seconds that a configuration request may take; anything below 5 becomes 5. The default is 10.
+  void setTimeoutInterval(long seconds);
+  /// Whether an initialisation has completed in this run.
+  bool sdkInitialized() const;
+  /// Logs that the library is not initialised, unless it is or is about to be.
+  void sdkInitilizationWarning() const;
+  /// Uploads everything that is stored, on the library's queue.
+  void reportAll();
+  /// The identifier of this installation; a reinstallation makes a new one.
+  std::string getDeviceId() const;
+  /// Today's date in the device's time zone, as "yyyy-MM-dd".
+  std::string getFormattedDate() const;
+
+  /// The host calls these itself only where the platform posts no lifecycle notifications.
+  void appDidEnterBackground();
+  void appWillEnterForeground();
+
+  // Tracking.
+
+  /// Starts a named session. An empty name does nothing.
+  void startSession(const std::optional<std::string>& name);
+  /// Ends it: the session's duration in whole seconds is recorded. One younger than a second stays open.
+  void endSession(const std::optional<std::string>& name);
+  /// Ends every open session, whatever type is given.
+  void endAllSessionsWithType(const std::optional<std::string>& type);
+  /// Forgets every open session without recording it. Works on the calling thread, and waits there for an
+  /// upload that is under way.
+  void discardAllSessions();
+  /// Records an action under a name that must not be empty.
+  void reportAction(const std::optional<std::string>& name,
+                    std::shared_ptr<LumoraActionMetaData> metaData = nullptr);
+  /// Records the person's profile. A null lead is refused.
+  void associateLead(std::shared_ptr<LumoraLead> lead);
+
+  // Push.
+
+  /// The push token as text, "" when none is registered.
+  std::string getPushDeviceToken() const;
+
+  // State.
+
+  /// Whether a configuration request, or an upload, would be allowed now.
+  bool canUpdate() const;
+  bool canReport() const;
+
+  /// The secret of this run; nothing until an initialisation has completed.
+  std::optional<std::string> appSecret() const;
+  /// True when the host's resources hold no provisioning profile.
+  bool isAppStoreEnvironment() const noexcept { return appStoreEnvironment_; }
+  /// Whether the service has disabled the account for this application.
+  bool accountBlocked() const noexcept { return accountBlocked_; }
+  void setAccountBlocked(bool blocked) noexcept { accountBlocked_ = blocked; }
+  bool makingInitCall() const noexcept { return makingInitCall_; }
+  void setMakingInitCall(bool making) noexcept { makingInitCall_ = making; }
+  bool isSyncing() const noexcept { return isSyncing_; }
+  void setIsSyncing(bool syncing) noexcept { isSyncing_ = syncing; }
+
+  /// The library's own queues and managers; a host has no need of them beyond waiting for the queues.
+  TaskQueue& serialQueue() noexcept { return *serialQueue_; }
+  TaskQueue& serialInAppQueue() noexcept { return *serialInAppQueue_; }
+  LMREventLogger& eventLogger() noexcept { return eventLogger_; }
+  LMRDataManager& dataManager() noexcept { return dataManager_; }
+  LMRNetworkManager& networkManager() noexcept { return networkManager_; }
+
+ private:
+  Lumora();
+
+  void initialize(const std::string& tarrowID, const std::string& appSecret);
+  void initializeAfresh(const std::string& appSecret, bool isFirstRun);
+  void restart(const std::string& appSecret);
+  void completeInitialization(const std::string& appSecret);
+  bool hasStoredCredentials() const;
+
+  std::string getSyncUrl(const std::string& appSecret) const;
+  void getLatestConfiguration(const std::string& appSecret);
+  void resyncConfiguration();
+  bool parseResponseForBlockedAndFeatures(const std::optional<Dictionary>& response);
+  void applyConfiguration(const Dictionary& config);
+
+  bool appStoreEnvironment_ = false;
+  std::atomic<bool> accountBlocked_ = false;
+  std::atomic<bool> makingInitCall_ = false;
+  std::atomic<bool> isSyncing_ = false;
+  mutable Mutex textMutex_;
+  std::optional<std::string> appSecret_ LUMORA_GUARDED_BY(textMutex_);
+  RecursiveMutex mutex_;
+  std::unique_ptr<TaskQueue> serialQueue_;
+  std::unique_ptr<TaskQueue> serialInAppQueue_;
+  LMRDataManager& dataManager_;
+  LMREventLogger& eventLogger_;
+  LMRNetworkManager& networkManager_;
+};
+
+}  // namespace lumora

@@ -1,0 +1,31 @@
+#include "lumora/Facade/LumoraLead.h"
+
+#include "lumora/Util/LMRUtil.h"
+
+namespace lumora {
+
+void LumoraLead::setEmail(const Text& email) {
+  if (email && LMRUtil::sharedInstance().isValidEmail(*email)) setKey(KEY_EMAIL, email);
+}
+
+void LumoraLead::setFieldName(const Text& name, const Text& value) {
+  if (name) setKey(*name, value);
+}
+
+void LumoraLead::setKey(std::string_view key, const Text& value) {
+  if (key.empty() || LMRUtil::isStringEmpty(value)) return;
+  Lock lock(mutex_);
+  userAttributes_.insert_or_assign(std::string(key), *value);
+}
+
+Dictionary LumoraLead::userData() const {
+  Lock lock(mutex_);
+  return userAttributes_;
+}
+
+void LumoraLead::setUserAttributes(Dictionary attributes) {
+  Lock lock(mutex_);
+  userAttributes_ = std::move(attributes);
+}
+
+}  // namespace lumora

@@ -1,0 +1,139 @@
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <utility>
+
+#include "lumora/Events/LMREventLogger.h"
+#include "lumora/Facade/Lumora.h"
+#include "lumora/Manager/LMRNetworkManager.h"
+#include "lumora/Util/LMRSettingsKeys.h"
+#include "lumora/Util/LMRUtil.h"
+#include "lumora/Util/Log.h"
+#include "lumora/Util/MinimumInterval.h"
+
+namespace lumora {
+namespace {
+
+constexpr const char* kLmroInAppSync = "api/v1/sync";
+constexpr double minimumSecondsBetweenSyncs = 10.0;
+constexpr double minimumSecondsBetweenUploads = 5.0;
+
+/// The shortest decimal text that reads back equal: no exponent, no decimals for a whole number.
+std::string decimalText(const Value& number) {
+  if (!number.isFloatingPoint()) return number.description();
+  std::array<char, 400>
+      digits{};  // The longest double has 309 digits before its point, or 1,074 zeros behind it.
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number.doubleValue(),
+                                 std::chars_format::fixed);
+  return end.ec == std::errc() ? std::string(digits.data(), end.ptr) : "0";
+}
+
+/// Numbers and texts can be read as numbers; what is neither counts as absent.
+const Value* findNumberOrText(const Dictionary& map, std::string_view key) {
+  const Value* value = findValue(map, key);
+  return value && (value->isNumber() || value->asString()) ? value : nullptr;
+}
+
+/// The features that a configuration leaves out are off.
+bool readFlag(const Dictionary& map, std::string_view key) {
+  const Value* value = findValue(map, key);
+  return value && value->boolValue();
+}
+
+/// Stores a feature's new state; true when that switched it on.
+bool switchesOn(std::string_view key, bool enabled) {
+  const bool wasEnabled = LMRUtil::getBoolForKey(key);
+  LMRUtil::setBool(enabled, key);
+  return enabled && !wasEnabled;
+}
+
+/// The campaigns of one sync answer, on the in-app queue.
+void receiveCampaigns(const Value& campaigns) {
+  const List* list = campaigns.asList();
+  if (!list) return;
+  logTrace({"-[Lumora parseResponseForBlockedAndFeatures:]_block_invoke", 265},
+           "Received {} InAppMessages in sync call.", list->size());
+}
+
+bool hasMinimumPassed(std::string_view lastKey, double minimum, TracePoint origin, const char* what) {
+  const Platform& current = platform();
+  const MinimumInterval interval =
+      minimumIntervalSince(current.settings.object(lastKey), current.settings.object(kLmroSyncTimepout),
+                           minimum, current.clock.now());
+  if (!interval.hasPassed) logTrace(origin, "lapsed from last {}{:f}", what, interval.elapsed);
+  return interval.hasPassed;
+}
+
+}  // namespace
+
+std::string Lumora::getSyncUrl(const std::string& appSecret) const {
+  const Value last = platform().settings.object(kLmroLastInAppUpdate);
+  return fmt::format("{}/{}?lst={}", kLmroInAppSync, appSecret, last.isNull() ? "0" : decimalText(last));
+}
+
+void Lumora::getLatestConfiguration(const std::string& appSecret) {
+  const auto response = networkManager_.getDataFromEndpoint(getSyncUrl(appSecret));
+  if (!response) return;
+  if (!parseResponseForBlockedAndFeatures(response) || accountBlocked_) {
+    makingInitCall_ = false;
+    return;
+  }
+  completeInitialization(appSecret);
+  LMRUtil::setObject(platform().bundle.infoValue(kBundleShortVersionKey), kLmroAppVersion);
+  LMRUtil::setObject(appSecret, kLmroAppSecret);
+  LMRUtil::setObject(platform().clock.now(), kLmroLastUpdate);
+}
+
+void Lumora::resyncConfiguration() {
+  if (isSyncing_) return;
+  Lock lock(mutex_);
+  isSyncing_ = true;
+  // Without a secret of this run there is nothing to ask for: a stored one may belong to other credentials.
+  const auto secret = appSecret();
+  if (secret && canUpdate()) {
+    LMRUtil::setObject(platform().clock.now(), kLmroLastUpdate);
+    logTrace({"-[Lumora resyncConfiguration]", 407}, "Making update call");
+    parseResponseForBlockedAndFeatures(networkManager_.getDataFromEndpoint(getSyncUrl(*secret)));
+  }
+  isSyncing_ = false;
+}
+
+bool Lumora::canUpdate() const {
+  return hasMinimumPassed(kLmroLastUpdate, minimumSecondsBetweenSyncs, {"-[Lumora canUpdate]", 355},
+                          "update call  ");
+}
+
+bool Lumora::canReport() const {
+  return hasMinimumPassed(kLmroLastReport, minimumSecondsBetweenUploads, {"-[Lumora canReport]", 334},
+                          "report call ");
+}
+
+bool Lumora::parseResponseForBlockedAndFeatures(const std::optional<Dictionary>& response) {
+  if (!response) return false;
+  const Value* blocked = findValue(*response, "blocked");
+  if (blocked) accountBlocked_ = blocked->boolValue();
+  LMRUtil::setBool(blocked && blocked->boolValue(), kLmroAcountBlocked);
+  if (const Value* last = findNumberOrText(*response, "lst")) {
+    LMRUtil::setObject(last->doubleValue(), kLmroLastInAppUpdate);
+  }
+  const Value* campaigns = findValue(*response, "inapp");
+  serialInAppQueue_->async([campaigns = campaigns ? *campaigns : Value()] { receiveCampaigns(campaigns); });
+  const Value* config = findValue(*response, "config");
+  if (config && config->asDictionary()) applyConfiguration(*config->asDictionary());
+  return true;
+}
+
+void Lumora::applyConfiguration(const Dictionary& config) {
+  if (const Value* timeout = findNumberOrText(config, "syncTimeOut")) {
+    LMRUtil::setObject(*timeout, kLmroSyncTimepout);
+  }
+  if (switchesOn(kLmroSecureMode, readFlag(config, "secure_mode"))) {
+    logLine("LumoraSDK-Enabling a secure communication mode on this device.");
+  }
+  if (switchesOn(kLmroTestDevice, readFlag(config, "test_device"))) {
+    logLine("LumoraSDK-Enabling a test device functionality on this device");
+    eventLogger_.reportTestPushToken(getPushDeviceToken());
+  }
+}
+
+}  // namespace lumora

@@ -1,0 +1,68 @@
+#include <utility>
+
+#include "lumora/Events/EventKeys.h"
+#include "lumora/Events/LMREventLogger.h"
+#include "lumora/Facade/Lumora.h"
+#include "lumora/Facade/LumoraActionMetaData.h"
+#include "lumora/Facade/LumoraLead.h"
+#include "lumora/Util/LMRUtil.h"
+#include "lumora/Util/Log.h"
+
+namespace lumora {
+
+void Lumora::startSession(const std::optional<std::string>& name) {
+  if (LMRUtil::isStringEmpty(name)) return;
+  sdkInitilizationWarning();
+  serialQueue_->async([this, name = *name] { eventLogger_.startSession(name); });
+}
+
+void Lumora::endSession(const std::optional<std::string>& name) {
+  if (LMRUtil::isStringEmpty(name)) return;
+  sdkInitilizationWarning();
+  serialQueue_->async([this, name = *name] {
+    eventLogger_.endSession(name);
+    eventLogger_.reportEvents(false);
+  });
+}
+
+void Lumora::endAllSessionsWithType(const std::optional<std::string>&) {
+  sdkInitilizationWarning();
+  serialQueue_->async([this] {
+    eventLogger_.endAllSessions();
+    eventLogger_.reportEvents(false);
+  });
+}
+
+void Lumora::discardAllSessions() {
+  sdkInitilizationWarning();
+  eventLogger_.discardAllSessions();
+}
+
+void Lumora::reportAction(const std::optional<std::string>& name,
+                          std::shared_ptr<LumoraActionMetaData> metaData) {
+  if (LMRUtil::isStringEmpty(name)) {
+    logLine("LumoraSDK-Actin name should be a valid string. Failed to report action {}.", textOrNull(name));
+    return;
+  }
+  sdkInitilizationWarning();
+  serialQueue_->async([this, name = *name, metaData = std::move(metaData)] {
+    // Read now, not at the call: what the host changed in between belongs to the action.
+    eventLogger_.reportCheckpoint(name, KEY_TYPE_CUSTOM,
+                                  metaData ? std::optional(metaData->actionMetadata()) : std::nullopt);
+    eventLogger_.reportEvents(false);
+  });
+}
+
+void Lumora::associateLead(std::shared_ptr<LumoraLead> lead) {
+  if (!lead) {
+    logLine("LumoraSDK-Please set valid user attributes");
+    return;
+  }
+  sdkInitilizationWarning();
+  serialQueue_->async([this, lead = std::move(lead)] {
+    eventLogger_.reportUserAttributes(lead->userData());
+    eventLogger_.reportEvents(true);
+  });
+}
+
+}  // namespace lumora

@@ -1,0 +1,148 @@
+#include "lumora/Manager/LMRNetworkManager.h"
+
+#include <cassert>
+#include <utility>
+
+#include "lumora/Facade/Lumora.h"
+#include "lumora/Facade/LumoraConstants.h"
+#include "lumora/Platform/JSON.h"
+#include "lumora/Util/LMRSettingsKeys.h"
+#include "lumora/Util/LMRUtil.h"
+#include "lumora/Util/Log.h"
+#include "lumora/Util/UIDeviceAdditionalInfo.h"
+
+namespace lumora {
+namespace {
+
+/// The scheme, the account identifier before the service's domain, and the endpoint path.
+constexpr char kOstrelBaseURL[] = "https://{}." LUMORA_SERVICE_DOMAIN "/{}";
+constexpr std::chrono::seconds postTimeout{10};
+
+void addHeader(URLRequest& request, const char* name, std::optional<std::string> value) {
+  if (value) request.headers.emplace_back(name, std::move(*value));
+}
+
+/// The answer when the service accepted the request; otherwise its reason is logged.
+std::optional<Dictionary> acceptedAnswer(const std::string& body) {
+  const auto decoded = parseJSON(body);
+  if (!decoded || (!decoded->asDictionary() && !decoded->asList())) {
+    logLine("LumoraSDK-Internal Error Occured");
+    return std::nullopt;
+  }
+  const Dictionary* answer = decoded->asDictionary();
+  const Value* success = answer ? findValue(*answer, "success") : nullptr;
+  if (success && success->isBoolean() && success->boolValue()) return *answer;
+  const Value* message = answer ? findValue(*answer, "error_message") : nullptr;
+  logLine("LumoraSDK-{}",
+          message ? message->description() : "Invalid response, please contact Lumora support.");
+  return std::nullopt;
+}
+
+bool hasBody(const URLResponse& response) {
+  return !response.error && !response.body.empty();
+}
+
+}  // namespace
+
+LMRNetworkManager& LMRNetworkManager::sharedInstance() {
+  static auto* const instance = new LMRNetworkManager;
+  return *instance;
+}
+
+std::optional<std::string> LMRNetworkManager::getBaseUrlWithEndPoint(const std::string& endPoint) const {
+  const Value tarrowID = platform().settings.object(kLmroTarrowID);
+  if (!tarrowID.asString() || LMRUtil::isStringEmpty(tarrowID)) {
+    logLine("LumoraSDK-Tarrow ID is an empty string.{}", 0);
+    return std::nullopt;
+  }
+  return fmt::format(kOstrelBaseURL, *tarrowID.asString(), endPoint);
+}
+
+void LMRNetworkManager::setHeaders(URLRequest& request) const {
+  auto& bundle = platform().bundle;
+  auto& identifiers = UIDeviceAdditionalInfo::sharedInstance();
+  addHeader(request, "lc", LMRUtil::getLocal());
+  addHeader(request, "tz", LMRUtil::getTimeZone());
+  addHeader(request, "p", "ios");
+  addHeader(request, "sec", Lumora::sharedInstance().appSecret());
+  addHeader(request, "sdkvr", std::string(kOstrelSDKVersionInt));
+  addHeader(request, "appbd", bundle.infoValue(kBundleVersionKey));
+  addHeader(request, "appver", bundle.infoValue(kBundleShortVersionKey));
+  addHeader(request, "uuid", identifiers.installIdentifier());
+  addHeader(request, "tduuid", identifiers.uniqueGlobalDeviceIdentifier());
+}
+
+std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::string& endPoint) {
+  Lock lock(mutex_);
+  const auto url = getBaseUrlWithEndPoint(endPoint);
+  if (!url) {
+    logLine("LumoraSDK-Error creating request Url");
+    return std::nullopt;
+  }
+  logTrace({"-[LMRNetworkManager getDataFromEndpoint:]", 52}, "Getting data from end point {}", *url);
+
+  URLRequest request;
+  request.url = *url;
+  request.timeout = std::chrono::seconds(timeoutInterval_);
+  request.ignoresLocalCache = true;
+  const Value etag = platform().settings.object(kOstrelEtagDefaultsKey);
+  if (!etag.isNull()) addHeader(request, "If-None-Match", etag.description());
+  addHeader(request, "Content-type", "text/plain");
+  setHeaders(request);
+
+  const URLResponse response = platform().urlLoader.load(request);
+  if (!hasBody(response)) {
+    if (response.statusCode == 304) {
+      logLine("LumoraSDK-No update available");
+    } else {
+      printErrorMessage(response.error);
+    }
+    return std::nullopt;
+  }
+  auto answer = acceptedAnswer(response.body);
+  assert(!platform().queues.isMainThread() && "the service must not be asked on the main thread");
+  if (answer) LMRUtil::setObject(response.header("Etag"), kLmroEtag);
+  return answer;
+}
+
+std::optional<Dictionary> LMRNetworkManager::postDataSync(std::string data, const std::string& toEndpoint) {
+  Lock lock(mutex_);
+  const auto url = getBaseUrlWithEndPoint(toEndpoint);
+  if (!url) {
+    logLine("LumoraSDK-Error creating request Url");
+    return std::nullopt;
+  }
+  logTrace({"-[LMRNetworkManager postDataSync:toEndpoint:]", 136}, "Posting data to end point {}", *url);
+
+  URLRequest request;
+  request.url = *url;
+  request.method = "POST";
+  request.timeout = postTimeout;
+  request.body = std::move(data);
+  addHeader(request, "Content-type", "application/json");
+  setHeaders(request);
+
+  const URLResponse response = platform().urlLoader.load(request);
+  if (!hasBody(response)) {
+    printErrorMessage(response.error);
+    return std::nullopt;
+  }
+  return acceptedAnswer(response.body);
+}
+
+void LMRNetworkManager::printErrorMessage(const std::optional<TransportError>& error) {
+  Lock lock(mutex_);
+  if (!error) return;
+  std::string message = error->description;
+  if (error->domain == kURLErrorDomain) {
+    Bundle& bundle = platform().bundle;
+    if (error->code == kURLErrorNotConnectedToInternet) {
+      message = bundle.localizedString("Cannot connect to the Lumora, Please check network connectivity.");
+    } else if (error->code == kURLErrorCannotConnectToHost || error->code == kURLErrorCannotFindHost) {
+      message = bundle.localizedString("Cannot connect to Lumora.");
+    }
+  }
+  logLine("LumoraSDK-{}", message);
+}
+
+}  // namespace lumora
