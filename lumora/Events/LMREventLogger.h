@@ -24,7 +24,8 @@ class LMREventLogger {
 
   /// A new record: the kind of event and the present second.
   Dictionary getEventSkeleton(std::string_view eventType);
-  /// Stores a record, and ahead of it the client information when that is still due.
+  /// Shows the campaign that waits for the record, then stores the record, and ahead of it the client
+  /// information when that is still due.
   void saveEvent(const Dictionary& event);
   /// Without metadata the record has no such entry.
   void reportCheckpoint(const std::string& name, std::string_view type,
@@ -62,6 +63,8 @@ class LMREventLogger {
   /// force it gives up at once while another upload runs, and soon after the last one.
   void reportEvents(bool force);
   bool canReport() const;
+  /// The path of the upload, with the signature's query in secure mode; nothing, with a line, without a
+  /// signature.
   std::optional<std::string> getReportEndPoint() const;
   bool isReporting() const noexcept { return isReporting_; }
   void setIsReporting(bool isReporting) noexcept { isReporting_ = isReporting; }

@@ -2,6 +2,7 @@
 #include "lumora/Events/EventKeys.h"
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/LumoraConstants.h"
+#include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
@@ -16,6 +17,7 @@ Dictionary LMREventLogger::getEventSkeleton(std::string_view eventType) {
 
 void LMREventLogger::saveEvent(const Dictionary& event) {
   Lock lock(mutex_);
+  LMRInAppHandler::sharedInstance().currentEvent(event);
   SettingsStore& settings = platform().settings;
   if (!settings.object(kLmroInit).boolValue()) {
     reportClientInfo();

@@ -4,6 +4,7 @@
 #include "lumora/Events/EventKeys.h"
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/LumoraConstants.h"
+#include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Util/Log.h"
 
 namespace lumora {
@@ -19,6 +20,7 @@ bool LMREventLogger::startSession(const std::string& name) {
     return false;
   }
   sessions_.emplace(name, Dictionary{{std::string(KEY_SESSION_START), currentSecond()}});
+  LMRInAppHandler::sharedInstance().currentSession(name);
   return true;
 }
 

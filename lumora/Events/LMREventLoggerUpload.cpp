@@ -1,4 +1,5 @@
 #include "lumora/Events/LMREventLogger.h"
+#include "lumora/Facade/LMRSecuritySignature.h"
 #include "lumora/Facade/Lumora.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
@@ -14,6 +15,12 @@ constexpr const char* kLmroReportEndpoint = "report/events/";
 constexpr double minimumSecondsBetweenUploads = 5.0;
 constexpr const char* operation = "-[LMREventLogger reportEvents:]";
 constexpr const char* callbackOperation = "-[LMREventLogger reportEvents:]_block_invoke";
+
+void logMissingSignature() {
+  logLine(
+      "LumoraSDK-App is in Secure mode but could not found valid Security Token , Please set valid Security "
+      "Signature using [[Lumora sharedInstance] setSecureSignature] .");
+}
 
 /// Marks the logger as uploading for the length of a scope, whatever way leads out of it.
 class ReportingMark {
@@ -59,8 +66,13 @@ void LMREventLogger::reportEvents(bool force) {
 }
 
 bool LMREventLogger::mayUpload(bool force) const {
-  if (!Lumora::sharedInstance().appSecret()) {
+  const Lumora& facade = Lumora::sharedInstance();
+  if (!facade.appSecret()) {
     logTrace({operation, 153}, "Lumora is not initlized");
+    return false;
+  }
+  if (facade.isSecureModeEnabled() && !LMRUtil::getSecureSignature()) {
+    logMissingSignature();
     return false;
   }
   if (!force && !canReport()) {

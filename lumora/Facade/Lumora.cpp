@@ -62,12 +62,13 @@ void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
   application.observe(LifecycleNotification::didEnterBackground, [this] { appDidEnterBackground(); });
   isSyncing_ = false;
   serialQueue_->async([this, tarrowID = *tarrowID, secret = *appSecret, options = std::move(launchOptions)] {
-    initialize(tarrowID, secret);
+    initialize(tarrowID, secret, options);
     makingInitCall_ = false;
   });
 }
 
-void Lumora::initialize(const std::string& tarrowID, const std::string& appSecret) {
+void Lumora::initialize(const std::string& tarrowID, const std::string& appSecret,
+                        const LaunchOptions& launchOptions) {
   const std::string storedVersion = LMRUtil::getStringForKey(kLmroAppVersion);
   const std::string storedCredentials =
       LMRUtil::getStringForKey(kLmroTarrowID) + LMRUtil::getStringForKey(kLmroAppSecret);
@@ -79,28 +80,31 @@ void Lumora::initialize(const std::string& tarrowID, const std::string& appSecre
     return;
   }
   if (storedVersion != *version || storedCredentials != tarrowID + appSecret) {
-    initializeAfresh(appSecret, storedVersion.empty());
+    initializeAfresh(appSecret, storedVersion.empty(), launchOptions);
   } else {
-    restart(appSecret);
+    restart(appSecret, launchOptions);
   }
 }
 
 /// The first run, an application update, or new credentials.
-void Lumora::initializeAfresh(const std::string& appSecret, bool isFirstRun) {
+void Lumora::initializeAfresh(const std::string& appSecret, bool isFirstRun,
+                              const LaunchOptions& launchOptions) {
   LMRUtil::setBool(false, kLmroInit);
   LMRUtil::setBool(isFirstRun, kLmroNewUser);
   if (isFirstRun) LMRUtil::setObject(getFormattedDate(), kLmroInstallDate);
   getLatestConfiguration(appSecret);
+  trackPushNotification(launchOptions);
   eventLogger_.reportEvents(true);
 }
 
 /// The same application and credentials as in the last run.
-void Lumora::restart(const std::string& appSecret) {
+void Lumora::restart(const std::string& appSecret, const LaunchOptions& launchOptions) {
   if (accountBlocked_) {
     logLine("LumoraSDK-account disabled for this app.");
     return;
   }
   completeInitialization(appSecret);
+  trackPushNotification(launchOptions);
   eventLogger_.reportEvents(true);
   resyncConfiguration();
 }

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "lumora/Platform/Application.h"
 #include "lumora/Platform/Export.h"
 #include "lumora/Platform/Mutex.h"
+#include "lumora/Platform/Notifications.h"
 #include "lumora/Platform/TaskQueues.h"
 #include "lumora/Platform/Value.h"
 
@@ -15,6 +18,7 @@ namespace lumora {
 class LMRDataManager;
 class LMREventLogger;
 class LMRNetworkManager;
+class LMRSecuritySignature;
 class LumoraActionMetaData;
 class LumoraLead;
 
@@ -85,10 +89,50 @@ class LUMORA_EXPORT Lumora {
   /// Records the person's profile. A null lead is refused.
   void associateLead(std::shared_ptr<LumoraLead> lead);
 
+  // Secure mode.
+
+  /// Replaces the signature that uploads carry, and uploads what was held back for want of one. Works on the
+  /// calling thread, the request included. Null only removes the present signature.
+  void setSecureSignature(const std::shared_ptr<LMRSecuritySignature>& signature);
+  void removeSecureSignature();
+  /// Whether the account requires signed uploads.
+  bool isSecureModeEnabled() const;
+
   // Push.
 
+  /// Tells the service the push token that the platform gave the host; a token without bytes, or the one that
+  /// is registered already, only writes a line. Waits on the calling thread for a configuration request under
+  /// way.
+  void registerPushDeviceToken(const std::optional<Data>& deviceToken);
+  /// Tells the service that the token is no longer good, on the calling thread, the request included.
+  void unregisterPushDeviceToken();
   /// The push token as text, "" when none is registered.
   std::string getPushDeviceToken() const;
+  bool isPushRegistered() const;
+  /// Records that the person opened the notification in a payload or in launch options.
+  void trackPushNotification(const std::optional<Dictionary>& notification);
+  /// Handles a payload by the application's present state: an arrival in the foreground is shown as a local
+  /// notification, anything else is recorded as opened and its link opened.
+  void handlePushNotification(const std::optional<Dictionary>& payload);
+  /// The platform delivered a local notification (systems before version 10).
+  void applicationDidReceiveLocalNotification(const LocalNotification& notification);
+  /// The person tapped a notification. The callback is called before this returns.
+  void userNotificationCenterDidReceiveNotificationResponse(const NotificationResponse& response,
+                                                            const std::function<void()>& completionHandler);
+  /// Whether the notification was made from one of the service's, a second ago or longer.
+  bool isLumoraNotification(const LocalNotification& notification) const;
+
+  // Deep links and test devices. On the main thread.
+
+  /// Takes a link that the platform opened in the host. True when it begins a test-device registration; the
+  /// person is then asked for the device's name. A refused link is logged, and shown in an alert.
+  bool applicationOpenURL(const URL& url);
+  void showDialog();
+  void alertViewClickedButtonAtIndex(int alertTag, int buttonIndex, const std::string& text);
+  void show(const std::string& message, const std::string& withTitle);
+  /// The one-time registration token of the last accepted link; nothing once it was used.
+  std::optional<std::string> token() const;
+  void setToken(std::optional<std::string> token);
 
   // State.
 
@@ -118,9 +162,12 @@ class LUMORA_EXPORT Lumora {
  private:
   Lumora();
 
-  void initialize(const std::string& tarrowID, const std::string& appSecret);
-  void initializeAfresh(const std::string& appSecret, bool isFirstRun);
-  void restart(const std::string& appSecret);
+  using LaunchOptions = std::optional<Dictionary>;
+
+  void initialize(const std::string& tarrowID, const std::string& appSecret,
+                  const LaunchOptions& launchOptions);
+  void initializeAfresh(const std::string& appSecret, bool isFirstRun, const LaunchOptions& launchOptions);
+  void restart(const std::string& appSecret, const LaunchOptions& launchOptions);
   void completeInitialization(const std::string& appSecret);
   bool hasStoredCredentials() const;
 
@@ -130,12 +177,22 @@ class LUMORA_EXPORT Lumora {
   bool parseResponseForBlockedAndFeatures(const std::optional<Dictionary>& response);
   void applyConfiguration(const Dictionary& config);
 
+  void trackTracking(const Value& tracking);
+  void handlePayload(const Dictionary& payload, ApplicationState state);
+
+  bool acceptDeepLink(const std::string& query);
+  void setAsTestDevice(const std::optional<std::string>& registrationToken,
+                       const std::optional<std::string>& deviceName);
+  std::string getTestRegistrationForToken(const std::string& registrationToken,
+                                          const std::string& deviceName);
+
   bool appStoreEnvironment_ = false;
   std::atomic<bool> accountBlocked_ = false;
   std::atomic<bool> makingInitCall_ = false;
   std::atomic<bool> isSyncing_ = false;
   mutable Mutex textMutex_;
   std::optional<std::string> appSecret_ LUMORA_GUARDED_BY(textMutex_);
+  std::optional<std::string> token_ LUMORA_GUARDED_BY(textMutex_);
   RecursiveMutex mutex_;
   std::unique_ptr<TaskQueue> serialQueue_;
   std::unique_ptr<TaskQueue> serialInAppQueue_;

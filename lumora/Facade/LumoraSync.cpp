@@ -1,11 +1,11 @@
-#include <algorithm>
-#include <array>
-#include <charconv>
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/Lumora.h"
+#include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/Manager/LMRNetworkManager.h"
+#include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/DecimalText.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -17,16 +17,6 @@ namespace {
 constexpr const char* kLmroInAppSync = "api/v1/sync";
 constexpr double minimumSecondsBetweenSyncs = 10.0;
 constexpr double minimumSecondsBetweenUploads = 5.0;
-
-/// The shortest decimal text that reads back equal: no exponent, no decimals for a whole number.
-std::string decimalText(const Value& number) {
-  if (!number.isFloatingPoint()) return number.description();
-  std::array<char, 400>
-      digits{};  // The longest double has 309 digits before its point, or 1,074 zeros behind it.
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number.doubleValue(),
-                                 std::chars_format::fixed);
-  return end.ec == std::errc() ? std::string(digits.data(), end.ptr) : "0";
-}
 
 /// Numbers and texts can be read as numbers; what is neither counts as absent.
 const Value* findNumberOrText(const Dictionary& map, std::string_view key) {
@@ -53,6 +43,14 @@ void receiveCampaigns(const Value& campaigns) {
   if (!list) return;
   logTrace({"-[Lumora parseResponseForBlockedAndFeatures:]_block_invoke", 265},
            "Received {} InAppMessages in sync call.", list->size());
+  if (list->empty()) return;
+  LMRDataManager& store = LMRDataManager::sharedInstance();
+  for (const Value& campaign : *list) {
+    if (!campaign.asDictionary()) continue;
+    const auto message = LMRInAppMessage::initWithDictionary(*campaign.asDictionary());
+    if (message && message->isValid()) store.saveCampaign(*message);
+  }
+  store.getAllValidMessages();
 }
 
 bool hasMinimumPassed(std::string_view lastKey, double minimum, TracePoint origin, const char* what) {

@@ -3,10 +3,19 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "lumora/Platform/Value.h"
 
 namespace lumora {
+
+/// The keys of a launch-option map under which the notification that launched the application stands: a local
+/// notification as a map with its user info under `kLocalNotificationUserInfoKey`, or a remote one's payload.
+inline constexpr std::string_view kLaunchOptionsLocalNotificationKey =
+    "UIApplicationLaunchOptionsLocalNotificationKey";
+inline constexpr std::string_view kLaunchOptionsRemoteNotificationKey =
+    "UIApplicationLaunchOptionsRemoteNotificationKey";
+inline constexpr std::string_view kLocalNotificationUserInfoKey = "user_info";
 
 /// A local notification for the notification center (system version 10 and newer).
 struct NotificationRequest {

@@ -87,13 +87,15 @@ Date dateFromSeconds(double secondsSince1970) {
 
 Value::Value(List list) : storage_(std::make_shared<List>(std::move(list))) {}
 Value::Value(Dictionary map) : storage_(std::make_shared<Dictionary>(std::move(map))) {}
+Value::Value(MixedMap map) : storage_(std::make_shared<MixedMap>(std::move(map))) {}
 
 bool Value::ownsNestedValues() const noexcept {
-  if (const auto* list = std::get_if<std::shared_ptr<List>>(&storage_))
-    return *list && list->use_count() == 1;
-  if (const auto* map = std::get_if<std::shared_ptr<Dictionary>>(&storage_))
-    return *map && map->use_count() == 1;
-  return false;
+  const auto isSoleOwner = [this]<typename Held>(std::type_identity<Held>) {
+    const auto* held = std::get_if<std::shared_ptr<Held>>(&storage_);
+    return held && *held && held->use_count() == 1;
+  };
+  return isSoleOwner(std::type_identity<List>()) || isSoleOwner(std::type_identity<Dictionary>()) ||
+         isSoleOwner(std::type_identity<MixedMap>());
 }
 
 Value::~Value() {
@@ -119,8 +121,8 @@ Value::~Value() {
 }
 
 Value::Kind Value::kind() const noexcept {
-  constexpr Kind kinds[] = {Kind::null, Kind::number, Kind::number, Kind::string, Kind::date,
-                            Kind::url,  Kind::data,   Kind::list,   Kind::map,    Kind::opaque};
+  constexpr Kind kinds[] = {Kind::null, Kind::number, Kind::number, Kind::string, Kind::date,  Kind::url,
+                            Kind::data, Kind::list,   Kind::map,    Kind::map,    Kind::opaque};
   return kinds[storage_.index()];
 }
 
@@ -136,6 +138,11 @@ const List* Value::asList() const noexcept {
 
 const Dictionary* Value::asDictionary() const noexcept {
   const auto* held = std::get_if<std::shared_ptr<Dictionary>>(&storage_);
+  return held ? held->get() : nullptr;
+}
+
+const MixedMap* Value::asMixedMap() const noexcept {
+  const auto* held = std::get_if<std::shared_ptr<MixedMap>>(&storage_);
   return held ? held->get() : nullptr;
 }
 
@@ -171,6 +178,14 @@ bool Value::boolValue() const noexcept {
 }
 
 std::string Value::description() const {
+  return description(0);
+}
+
+std::string Value::description(int depth) const {
+  constexpr int deepest = 64;  // A log line must not overflow the stack.
+  const auto describe = [depth](const Value& item) {
+    return depth < deepest ? item.description(depth + 1) : std::string("...");
+  };
   switch (kind()) {
     case Kind::null:
       return "<null>";
@@ -186,10 +201,15 @@ std::string Value::description() const {
     case Kind::url:
       return asURL()->absoluteString();
     case Kind::list:
-      return describeItems(*asList(), '(', ')', [](const Value& item) { return item.description(); });
+      return describeItems(*asList(), '(', ')', describe);
     case Kind::map:
-      return describeItems(*asDictionary(), '{', '}', [](const auto& entry) {
-        return entry.first + " = " + entry.second.description();
+      if (const auto* mixed = asMixedMap()) {
+        return describeItems(*mixed, '{', '}', [&describe](const auto& entry) {
+          return describe(entry.first) + " = " + describe(entry.second);
+        });
+      }
+      return describeItems(*asDictionary(), '{', '}', [&describe](const auto& entry) {
+        return entry.first + " = " + describe(entry.second);
       });
     case Kind::opaque:
       return asOpaque()->description;

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -21,6 +22,8 @@ class Value;
 using Data = std::vector<std::uint8_t>;
 using List = std::vector<Value>;
 using Dictionary = std::map<std::string, Value, std::less<>>;
+/// A map whose keys may be of any kind, in the order in which it is to be walked.
+using MixedMap = std::vector<std::pair<Value, Value>>;
 
 /// A point in time; counts from 1970-01-01 UTC.
 using Date = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
@@ -80,6 +83,7 @@ class LUMORA_EXPORT Value {
   Value(Data data) : storage_(std::make_shared<Data>(std::move(data))) {}
   Value(List list);
   Value(Dictionary map);
+  Value(MixedMap map);
   Value(Opaque object) : storage_(std::make_shared<Opaque>(std::move(object))) {}
   /// A missing text is the null marker.
   Value(std::optional<std::string> text) {
@@ -108,6 +112,8 @@ class LUMORA_EXPORT Value {
   const Data* asData() const noexcept;
   const List* asList() const noexcept;
   const Dictionary* asDictionary() const noexcept;
+  /// A map with keys of any kind; a string-keyed map is not one of these.
+  const MixedMap* asMixedMap() const noexcept;
   const Opaque* asOpaque() const noexcept;
 
   /// How the number was stored; nothing for other kinds.
@@ -125,7 +131,8 @@ class LUMORA_EXPORT Value {
   /// than 0 (after blanks, a sign and zeros); anything else is false.
   bool boolValue() const noexcept;
 
-  /// A readable text, as log lines print it; the null marker reads `<null>`.
+  /// A readable text, as log lines print it; the null marker reads `<null>`. Members nested deeper than 64
+  /// levels are left out.
   std::string description() const;
   /// The name of the kind, as log lines print it.
   std::string kindName() const;
@@ -143,9 +150,11 @@ class LUMORA_EXPORT Value {
     NumberKind kind;
   };
   using Storage = std::variant<std::monostate, Integer, Real, std::string, Date, URL, std::shared_ptr<Data>,
-                               std::shared_ptr<List>, std::shared_ptr<Dictionary>, std::shared_ptr<Opaque>>;
+                               std::shared_ptr<List>, std::shared_ptr<Dictionary>, std::shared_ptr<MixedMap>,
+                               std::shared_ptr<Opaque>>;
 
   bool ownsNestedValues() const noexcept;
+  std::string description(int depth) const;
 
   Storage storage_;
 };

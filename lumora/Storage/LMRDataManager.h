@@ -2,15 +2,20 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
+#include <optional>
 #include <string>
-#include <string_view>
+#include <vector>
 
 #include "lumora/Platform/Mutex.h"
+#include "lumora/Storage/LMRResource.h"
 #include "lumora/Storage/OstrelSQLiteManager.h"
 
 namespace lumora {
 
-/// The storage manager: the queue of event records that wait for upload.
+class LMRInAppMessage;
+
+/// The storage manager: the queue of event records that wait for upload, and the table of campaigns.
 ///
 /// An event's life: stored as one row of JSON text → sent → deleted once the service accepted it. Once 1000
 /// rows wait, newly saved events are dropped again unless their kind is crucial.
@@ -37,6 +42,32 @@ class LMRDataManager {
   /// Whether an event's text names no crucial kind; a crucial one is logged.
   bool canDeleteEvent(const std::string& event) const;
 
+  // Campaigns.
+
+  /// Stores a campaign; one that is stored already is replaced and may be shown again.
+  void saveCampaign(const LMRInAppMessage& campaign);
+  /// The campaign saved last of those that may be shown now for an event; null when there is none.
+  std::shared_ptr<LMRInAppMessage> getCampaign(const std::string& event);
+  /// Changes a campaign's flags, or those of every campaign that is shown once per session.
+  void updateResource(const LMRResource& resource);
+  /// Deletes campaigns with their files and their entries in the handler's map. Takes the lock for each
+  /// alone.
+  void clearCampaigns(const std::vector<std::string>& campaignIds);
+  void clearCampaign(const LMRResource& resource);
+  /// Deletes one expired campaign, however many there are.
+  void clearExpiredCampaign();
+  void cleanUpInapp();
+  /// Builds the handler's map anew: for each trigger event the newest campaign that may be shown now.
+  void getAllValidMessages();
+
+  // JSON.
+
+  /// The value with everything that JSON does not have turned into text: dates and URLs silently, keys that
+  /// are no texts and objects of other kinds with a warning. The input is not changed.
+  Value JSONSerializableObjectForObject(const Value& object) const;
+  /// The coerced value as compact JSON; nothing, with a line, when it still cannot be written.
+  std::optional<std::string> JSONSerializeObject(const Value& object) const;
+
   bool isQuerying() const noexcept { return isQuerying_; }
   RecursiveMutex& databaseLock() noexcept { return databaseLock_; }
 
@@ -46,6 +77,9 @@ class LMRDataManager {
   void openDatabase() LUMORA_REQUIRES(databaseLock_);
   void createTables() LUMORA_REQUIRES(databaseLock_);
   bool hasTables() LUMORA_REQUIRES(databaseLock_);
+  void clearFirstCampaignOf(const char* query);
+  Value coercedList(const List& list) const;
+  Value coercedMap(const Value& map) const;
 
   RecursiveMutex databaseLock_;
   OstrelSQLiteManager sql_ LUMORA_GUARDED_BY(databaseLock_);

@@ -1,23 +1,18 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "lumora/Platform/Value.h"
+#include "lumora/Platform/ViewController.h"
+#include "lumora/Util/Archivable.h"
 
 namespace lumora {
 
-/// The fields of an object in their archived form.
-using Coder = Dictionary;
-
-/// An object that can be kept in the settings store as an archive.
-class Archivable {
- public:
-  virtual ~Archivable() = default;
-  virtual void encodeWithCoder(Coder& coder) const = 0;
-};
+class LMRSecuritySignature;
 
 /// The library's toolbox: the settings store with its fixed defaults, the device state, and small checks and
 /// conversions. It holds no state; every operation may be called from any thread.
@@ -74,6 +69,8 @@ class LMRUtil {
   static std::string getTimeZone();
   /// The name under which this is a test device, else the device's own name.
   static std::string getDeviceName();
+  /// The stored security signature; null when there is none or it is not valid.
+  static std::shared_ptr<LMRSecuritySignature> getSecureSignature();
   /// Milliseconds since 1970-01-01 UTC with six decimals; also logged.
   std::string getCurrentTimeStamp() const;
   /// The start of a day "yyyy-MM-dd" in the device's time zone; nothing when the text is no such day.
@@ -82,6 +79,10 @@ class LMRUtil {
   std::optional<URL> getFormatedUrl(const std::optional<std::string>& text) const;
   /// Asks the platform, on the main queue, to open the URL; a missing or refused one is logged.
   void openUrl(const std::optional<URL>& url) const;
+  /// The path of the resource bundle "LMRResources"; nothing when the host does not have it.
+  std::optional<std::string> getBundel() const;
+  /// The layout resource of the message screens; null, with a line, when it or its bundle is missing.
+  std::shared_ptr<LayoutResource> getStoryboard() const;
   /// Escapes a text for the inside of an SQL literal; line feeds become blanks.
   std::string formatString(std::string text) const;
 

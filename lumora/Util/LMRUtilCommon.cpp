@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <sstream>
 
+#include "lumora/Facade/LMRSecuritySignature.h"
 #include "lumora/Platform/ASCII.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
@@ -87,6 +88,12 @@ std::string LMRUtil::getDeviceName() {
   return name.empty() ? platform().device.name() : name;
 }
 
+std::shared_ptr<LMRSecuritySignature> LMRUtil::getSecureSignature() {
+  const auto archive = getDataObjectForKey(kLmroSecureToken);
+  auto signature = archive ? LMRSecuritySignature::initWithCoder(*archive) : nullptr;
+  return signature && signature->isValid() ? signature : nullptr;
+}
+
 std::string LMRUtil::getCurrentTimeStamp() const {
   std::string stamp = fmt::format("{:f}", secondsSince1970(platform().clock.now()) * 1000.0);
   logLine("The Timestamp is = {}", stamp);
@@ -119,6 +126,21 @@ void LMRUtil::openUrl(const std::optional<URL>& url) const {
     if (!platform().application.openURL(url))
       logLine("LumoraSDK-Failed to launch action:{}", url.absoluteString());
   });
+}
+
+std::optional<std::string> LMRUtil::getBundel() const {
+  return platform().bundle.pathForResource("LMRResources", "bundle");
+}
+
+std::shared_ptr<LayoutResource> LMRUtil::getStoryboard() const {
+  const auto bundlePath = getBundel();
+  if (!bundlePath) {
+    logLine("LumoraSDK-LMRResources.bundle not found !");
+    return nullptr;
+  }
+  auto storyboard = platform().bundle.loadLayout(*bundlePath, "LMRInApp");
+  if (!storyboard) logLine("LumoraSDK-LMRInApp Storyboard not found !");
+  return storyboard;
 }
 
 std::string LMRUtil::formatString(std::string text) const {

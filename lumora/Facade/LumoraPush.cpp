@@ -1,0 +1,214 @@
+#include <utility>
+
+#include "lumora/Events/LMREventLogger.h"
+#include "lumora/Facade/Lumora.h"
+#include "lumora/Util/CompareVersions.h"
+#include "lumora/Util/LMRSettingsKeys.h"
+#include "lumora/Util/LMRUtil.h"
+#include "lumora/Util/Log.h"
+
+namespace lumora {
+namespace {
+
+/// Category and request identifier of the local copy of a notification that arrives in the foreground.
+constexpr const char* KEY_LOCAL_NOTIFICATION = "com.lumora.localnotification";
+constexpr const char* olderCategory = "INVITE_CATEGORY";
+constexpr const char* checkedKey = "checked";
+constexpr double secondsBeforeForegroundCopy = 1.0;
+
+bool hasNotificationCenter() {
+  return compareVersions(platform().device.systemVersion(), "10") >= 0;
+}
+
+std::string hexadecimalText(const Data& bytes) {
+  return fmt::format("{:02x}", fmt::join(bytes, ""));
+}
+
+const Dictionary* findMap(const Dictionary& map, std::string_view key) {
+  const Value* value = findValue(map, key);
+  return value ? value->asDictionary() : nullptr;
+}
+
+/// The tap action of a payload; null when it has none.
+const std::string* tapAction(const Dictionary& payload) {
+  const Dictionary* tracking = findMap(payload, "vs");
+  const Value* action = tracking ? findValue(*tracking, "a") : nullptr;
+  return action ? action->asString() : nullptr;
+}
+
+void openAction(const std::string& action) {
+  const LMRUtil& util = LMRUtil::sharedInstance();
+  util.openUrl(util.getFormatedUrl(action));
+}
+
+void openTapAction(const Dictionary& payload) {
+  if (const std::string* action = tapAction(payload)) openAction(*action);
+}
+
+Value alertOf(const Dictionary& payload) {
+  const Dictionary* aps = findMap(payload, "aps");
+  const Value* alert = aps ? findValue(*aps, "alert") : nullptr;
+  return alert ? *alert : Value();
+}
+
+void logSchedulingResult(const std::optional<std::string>& error) {
+  const std::string outcome = error ? fmt::format("could not schedule a local notification: {}", *error)
+                                    : "scheduling a local notification!";
+  logLine("LumoraSDK-{}", "Received notification while app is in foreground, " + outcome);
+}
+
+void requestForegroundCopy(const Dictionary& payload) {
+  const Value alert = alertOf(payload);
+  NotificationRequest request;
+  request.identifier = KEY_LOCAL_NOTIFICATION;
+  request.categoryIdentifier = KEY_LOCAL_NOTIFICATION;
+  request.body = alert.asString() ? Value(platform().bundle.localizedString(*alert.asString())) : alert;
+  request.userInfo = payload;
+  request.badge = platform().application.iconBadgeNumber() + 1;
+  request.delay = secondsBeforeForegroundCopy;
+  platform().notifications.addNotificationRequest(request, logSchedulingResult);
+}
+
+void scheduleOlderForegroundCopy(const Dictionary& payload) {
+  const Value alert = alertOf(payload);
+  LocalNotification copy;
+  copy.fireDate = platform().clock.now();
+  if (alert.asString()) copy.alertBody = *alert.asString();
+  copy.userInfo = payload;
+  copy.category = olderCategory;
+  copy.timeZone = platform().device.timeZoneName();
+  copy.defaultSound = true;
+  platform().notifications.scheduleLocalNotification(copy);
+}
+
+/// Shows a notification that arrived in the foreground as a local one. Main queue.
+void presentForegroundCopy(const Dictionary& payload) {
+  if (hasNotificationCenter()) {
+    requestForegroundCopy(payload);
+  } else {
+    scheduleOlderForegroundCopy(payload);
+  }
+}
+
+}  // namespace
+
+void Lumora::registerPushDeviceToken(const std::optional<Data>& deviceToken) {
+  logLine("LumoraSDK-registering push token");
+  if (!deviceToken || deviceToken->empty()) return;
+  const std::string text = hexadecimalText(*deviceToken);
+  sdkInitilizationWarning();
+  if (platform().settings.object(kLmroToken) == Value(text)) {
+    logLine("LumoraSDK-Push token already registered");
+    return;
+  }
+  LMRUtil::setObject(text, kLmroToken);
+  Lock lock(mutex_);
+  serialQueue_->async([this, text] {
+    eventLogger_.reportPushToken(text);
+    eventLogger_.reportEvents(true);
+    logLine("LumoraSDK-registered push_token successfully");
+  });
+}
+
+void Lumora::unregisterPushDeviceToken() {
+  LMREventLogger& logger = LMREventLogger::sharedInstance();
+  logger.clearPushToken();
+  logger.reportEvents(true);
+  SettingsStore& settings = platform().settings;
+  settings.removeObject(kLmroToken);
+  settings.synchronize();
+}
+
+std::string Lumora::getPushDeviceToken() const {
+  return LMRUtil::getStringForKey(kLmroToken);
+}
+
+bool Lumora::isPushRegistered() const {
+  return !platform().settings.object(kLmroToken).isNull();
+}
+
+void Lumora::trackPushNotification(const std::optional<Dictionary>& notification) {
+  if (!notification) return;
+  const Dictionary* payload = &*notification;
+  if (findValue(*payload, kLaunchOptionsLocalNotificationKey)) {
+    const Dictionary* local = findMap(*payload, kLaunchOptionsLocalNotificationKey);
+    payload = local ? findMap(*local, kLocalNotificationUserInfoKey) : nullptr;
+    if (!payload) return;
+    openTapAction(*payload);
+  }
+  if (findValue(*payload, kLaunchOptionsRemoteNotificationKey)) {
+    payload = findMap(*payload, kLaunchOptionsRemoteNotificationKey);
+    // Newer systems deliver the tap itself as a notification response.
+    if (hasNotificationCenter() || !payload) return;
+    openTapAction(*payload);
+  }
+  if (const Value* tracking = findValue(*payload, "vs")) trackTracking(*tracking);
+}
+
+void Lumora::trackTracking(const Value& tracking) {
+  const Value* campaignId = tracking.asDictionary() ? findValue(*tracking.asDictionary(), "cid") : nullptr;
+  if (!campaignId) {
+    logLine("LumoraSDK-Received invalid push notification from Lumora- {}", tracking.description());
+    return;
+  }
+  if (!platform().queues.isMainThread()) {
+    eventLogger_.reportPushOpened(*campaignId);  // The library's own callers upload right after.
+    return;
+  }
+  serialQueue_->async([this, campaignId = *campaignId] {
+    eventLogger_.reportPushOpened(campaignId);
+    logLine("LumoraSDK-Push notification opened, tracking user tap.");
+    eventLogger_.reportEvents(true);
+  });
+}
+
+void Lumora::handlePushNotification(const std::optional<Dictionary>& payload) {
+  sdkInitilizationWarning();
+  const ApplicationState state = platform().application.state();
+  serialQueue_->async([this, payload, state] {
+    if (payload) handlePayload(*payload, state);
+  });
+}
+
+void Lumora::handlePayload(const Dictionary& payload, ApplicationState state) {
+  if (!LMRUtil::hasValue("vs", payload)) return;
+  logLine("LumoraSDK-Received a push notification from Lumora");
+  if (!findMap(payload, "vs")) {
+    logLine("LumoraSDK-Invalid notification payload");
+    return;
+  }
+  if (state == ApplicationState::active && !LMRUtil::hasValue(checkedKey, payload)) {
+    platform().queues.mainQueue().async([payload] { presentForegroundCopy(payload); });
+    return;
+  }
+  trackPushNotification(payload);
+  eventLogger_.reportEvents(true);
+  const std::string* action = tapAction(payload);
+  if (action && !action->empty()) {
+    logLine("LumoraSDK-Tap action found, launching it");
+    openAction(*action);
+  } else {
+    logLine("LumoraSDK-Launching application no tap action specified");
+  }
+}
+
+void Lumora::applicationDidReceiveLocalNotification(const LocalNotification& notification) {
+  if (isLumoraNotification(notification)) handlePushNotification(notification.userInfo);
+}
+
+void Lumora::userNotificationCenterDidReceiveNotificationResponse(
+    const NotificationResponse& response, const std::function<void()>& completionHandler) {
+  Dictionary payload = response.request.userInfo;
+  payload[checkedKey] = checkedKey;
+  handlePushNotification(payload);
+  if (completionHandler) completionHandler();
+}
+
+bool Lumora::isLumoraNotification(const LocalNotification& notification) const {
+  const double elapsed = secondsSince1970(platform().clock.now()) - secondsSince1970(notification.fireDate);
+  if (elapsed < 1.0) return false;
+  if (LMRUtil::isStringEmpty(notification.alertBody)) return false;
+  return notification.userInfo && findMap(*notification.userInfo, "vs");
+}
+
+}  // namespace lumora

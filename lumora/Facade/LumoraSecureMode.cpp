@@ -1,0 +1,28 @@
+#include "lumora/Events/LMREventLogger.h"
+#include "lumora/Facade/LMRSecuritySignature.h"
+#include "lumora/Facade/Lumora.h"
+#include "lumora/Util/LMRSettingsKeys.h"
+#include "lumora/Util/LMRUtil.h"
+#include "lumora/Util/Log.h"
+
+namespace lumora {
+
+void Lumora::setSecureSignature(const std::shared_ptr<LMRSecuritySignature>& signature) {
+  removeSecureSignature();
+  if (!signature) return;
+  LMRUtil::setDataObject(signature.get(), kLmroSecureToken);
+  logLine("LumoraSDK-setting secured signature.");
+  // What was held back for want of a signature goes out at once.
+  LMREventLogger::sharedInstance().reportEvents(true);
+}
+
+void Lumora::removeSecureSignature() {
+  platform().settings.removeObject(kLmroSecureToken);
+  logLine("LumoraSDK-Removed secured signature.");
+}
+
+bool Lumora::isSecureModeEnabled() const {
+  return LMRUtil::getBoolForKey(kLmroSecureMode);
+}
+
+}  // namespace lumora

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "lumora/InApp/LMRInAppMessage.h"
+#include "lumora/InApp/LMRTappable.h"
+#include "lumora/Platform/Export.h"
+#include "lumora/Platform/Mutex.h"
+#include "lumora/Platform/Value.h"
+
+namespace lumora {
+
+/// Decides when a stored campaign is shown and what a tap on it does.
+///
+/// The event pipeline tells it of every event and session, on the thread that records them; the display layer
+/// tells it of taps, on the main thread. The map from trigger events to campaigns is an immutable snapshot
+/// that the campaign store publishes whole.
+class LUMORA_EXPORT LMRInAppHandler {
+ public:
+  using EventMap = std::map<std::string, std::shared_ptr<LMRInAppMessage>, std::less<>>;
+
+  static LMRInAppHandler& sharedInstance();
+
+  /// An event is about to be stored: shows the campaign that waits for its name, unless one is on screen.
+  void currentEvent(const Dictionary& event);
+  /// A session has started: the application's own makes campaigns shown once per session available again.
+  void currentSession(std::string_view name);
+
+  /// What the display layer calls for a tap on a button, and on the view with the tap recognizer.
+  void buttonAction(LMRTappable& button) { processAction(button); }
+  void imageAction(LMRTapGestureRecognizer& recognizer);
+  /// Reports the tap, changes the campaign's state by its frequency, dismisses the screen, opens the link.
+  void processAction(LMRTappable& element);
+  /// Sets the enable flag of the element's campaign, and refills the map.
+  void updateResource(const LMRTappable& element, std::int32_t enable);
+
+  /// The snapshot; null until the store first publishes one.
+  std::shared_ptr<const EventMap> lmrInappEvents() const;
+  void setLmrInappEvents(std::shared_ptr<const EventMap> events);
+  /// The campaign last looked up for an event; null when there was none.
+  std::shared_ptr<LMRInAppMessage> message() const;
+  /// Whether a campaign was handed to the display and not tapped since.
+  bool onScreen() const noexcept { return onScreen_; }
+  void setOnScreen(bool onScreen) noexcept { onScreen_ = onScreen; }
+  LMRTapGestureRecognizer& tapGestureRecognizer() noexcept { return tapGestureRecognizer_; }
+
+ private:
+  LMRInAppHandler();
+
+  mutable RecursiveMutex mutex_;
+  std::shared_ptr<LMRInAppMessage> message_ LUMORA_GUARDED_BY(mutex_);
+  mutable Mutex mapMutex_;
+  std::shared_ptr<const EventMap> lmrInappEvents_ LUMORA_GUARDED_BY(mapMutex_);
+  std::atomic<bool> onScreen_ = false;
+  LMRTapGestureRecognizer tapGestureRecognizer_;
+};
+
+}  // namespace lumora

@@ -1,0 +1,247 @@
+#include "lumora/InApp/LMRInAppMessage.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+#include "lumora/Events/EventKeys.h"
+#include "lumora/InApp/CampaignDate.h"
+#include "lumora/InApp/ComponentReader.h"
+#include "lumora/Platform/JSON.h"
+#include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Storage/LMRIOManager.h"
+#include "lumora/Util/DecimalText.h"
+#include "lumora/Util/LMRUtil.h"
+#include "lumora/Util/Log.h"
+
+namespace lumora {
+namespace {
+
+constexpr CodeName statusCodes[] = {{"active", LMRInAppMessage::active},
+                                    {"pause", LMRInAppMessage::paused},
+                                    {"stop", LMRInAppMessage::stopped}};
+constexpr CodeName frequencyCodes[] = {{"everytime", 1},
+                                       {"once_per_session", 2},
+                                       {"everytime_until_cta", 3},
+                                       {"once_per_session_until_cta", 4},
+                                       {"once", 5}};
+
+/// A layout: its code, and the components that it is built from, all of which it needs.
+struct LayoutType {
+  std::string_view name;
+  std::int32_t code;
+  std::array<std::string_view, 5> components;
+};
+
+constexpr LayoutType layoutTypes[] = {
+    {"layout1", 101, {"background", "image", "primary_text", "secondary_text", "primary_button"}},
+    {"layout2", 102, {"background", "image", "primary_button"}},
+    {"layout3", 103, {"background", "primary_text", "secondary_text", "primary_button", "secondary_button"}},
+    {"layout4", 104, {"image"}},
+    {"layout5", 105, {"image", "primary_text", "secondary_text", "primary_button"}},
+    {"layout6", 106, {"image", "primary_text", "secondary_text", "primary_button", "secondary_button"}},
+};
+constexpr std::int32_t unknownLayoutCode = 107;
+
+/// The layout keys whose objects may name a picture, in the order in which the pictures are fetched.
+struct Resource {
+  std::string_view key;
+  std::string_view reason;
+};
+constexpr Resource resources[] = {{"background", "background uri"},
+                                  {"image", "image uri"},
+                                  {"primary_button", "primary button uri"},
+                                  {"secondary_button", "secondary button uri"}};
+
+const std::string* findText(const Dictionary& map, std::string_view key) {
+  const Value* value = findValue(map, key);
+  return value ? value->asString() : nullptr;
+}
+
+const Dictionary* findMap(const Dictionary& map, std::string_view key) {
+  const Value* value = findValue(map, key);
+  return value ? value->asDictionary() : nullptr;
+}
+
+/// The identifier as text; a number becomes its decimal text.
+std::optional<std::string> readCampaignId(const Dictionary& campaign) {
+  const Value* value = findValue(campaign, KEY_INAPP_CAMPAING_ID);
+  if (!value) return std::nullopt;
+  if (const auto* text = value->asString()) return *text;
+  if (value->isNumber() && !value->isBoolean()) return decimalText(*value);
+  return std::nullopt;
+}
+
+template <typename Component>
+std::optional<std::string> colorOf(const std::shared_ptr<Component>& component) {
+  return component ? component->color() : std::nullopt;
+}
+
+std::string wholeMilliseconds(double milliseconds) {
+  return std::to_string(Value(milliseconds).integerValue());
+}
+
+}  // namespace
+
+std::shared_ptr<LMRInAppMessage> LMRInAppMessage::initWithDictionary(
+    const std::optional<Dictionary>& campaign) {
+  auto message = std::make_shared<LMRInAppMessage>();
+  message->data_ = campaign;
+  if (campaign && !message->read(*campaign)) return nullptr;
+  return message->getResource(message->layout_) ? message : nullptr;
+}
+
+bool LMRInAppMessage::drop(std::string_view reason) const {
+  return LMRUtil::hasValue(reason, Dictionary(), campaign_id_.value_or("nil"));
+}
+
+bool LMRInAppMessage::read(const Dictionary& campaign) {
+  if (!readIdentity(campaign)) return false;
+  // At once: the store must learn the new status even when the campaign turns out to be bad.
+  updateStateIfNeeded();
+  if (const Dictionary* layout = findMap(campaign, "layout")) layout_ = *layout;
+  if (const Value* version = findValue(campaign, "version")) {
+    version_ = static_cast<std::int32_t>(std::clamp<std::int64_t>(version->integerValue(),
+                                                                  std::numeric_limits<std::int32_t>::min(),
+                                                                  std::numeric_limits<std::int32_t>::max()));
+  }
+  if (const Value* action = findValue(campaign, "action")) action_ = *action;
+  return readDisplayRules(campaign) && readTimes(campaign) && readLayout() && readCloseButton();
+}
+
+bool LMRInAppMessage::readIdentity(const Dictionary& campaign) {
+  campaign_id_ = readCampaignId(campaign);
+  if (!campaign_id_) return drop("campaingId");
+  const std::string* status = findText(campaign, "status");
+  if (!status) return drop("status");
+  status_ = codeForText(statusCodes, *status).value_or(active);
+  return true;
+}
+
+bool LMRInAppMessage::readDisplayRules(const Dictionary& campaign) {
+  const std::string* trigger = findText(campaign, "display_trigger");
+  if (!trigger) return drop("display_trigger");
+  display_trigger_ = *trigger;
+  const std::string* frequency = findText(campaign, "display_frequency");
+  if (!frequency) return drop("display_frequency");
+  display_frequency_ = codeForText(frequencyCodes, *frequency).value_or(0);
+  return true;
+}
+
+bool LMRInAppMessage::readTimes(const Dictionary& campaign) {
+  const std::string* end = findText(campaign, "end_time");
+  if (end) end_time_ = getTimeStamp(*end);
+  if (!end_time_) return drop("end_time");
+  const std::string* start = findText(campaign, "start_time");
+  if (start) start_time_ = getTimeStamp(*start);
+  return !start || start_time_ || drop("start_time");
+}
+
+bool LMRInAppMessage::readLayout() {
+  const std::string* name = findText(layout_, "type");
+  if (!name) return drop("type");
+  const auto* const type = std::ranges::find(layoutTypes, *name, &LayoutType::name);
+  if (type == std::end(layoutTypes)) {
+    notificationType_ = unknownLayoutCode;
+    return drop("type");
+  }
+  notificationType_ = type->code;
+  const auto isNamed = [](std::string_view key) { return !key.empty(); };
+  for (const std::string_view key : type->components) {
+    if (isNamed(key)) buildComponent(key);
+  }
+  const bool isWhole = std::ranges::all_of(
+      type->components, [&](std::string_view key) { return !isNamed(key) || hasComponent(key); });
+  return isWhole || drop(*name);
+}
+
+bool LMRInAppMessage::readCloseButton() {
+  const Dictionary* data = findMap(layout_, "close_button");
+  if (!data) return drop("close_button");
+  // A bad close button costs only itself.
+  closeButton_ = LMRIAClose::initWithData(data, campaign_id_);
+  if (closeButton_) closeButton_->setFrequency(display_frequency_);
+  return true;
+}
+
+void LMRInAppMessage::buildComponent(std::string_view key) {
+  const Dictionary* data = findMap(layout_, key);
+  if (key == "background") {
+    background_ = LMRIABackground::initWithData(data, campaign_id_);
+  } else if (key == "image") {
+    image_ = LMRIAImage::initWithData(data, campaign_id_);
+  } else if (key == "primary_text") {
+    primaryText_ = LMRIAPrimaryText::initWithData(data, campaign_id_);
+  } else if (key == "secondary_text") {
+    secondaryText_ = LMRIASecondaryText::initWithData(data, campaign_id_);
+  } else if (key == "primary_button") {
+    primaryButton_ = LMRIAPrimaryButton::initWithData(data, campaign_id_);
+  } else if (key == "secondary_button") {
+    secondaryButton_ = LMRIASecondaryButton::initWithData(data, campaign_id_);
+  }
+}
+
+bool LMRInAppMessage::hasComponent(std::string_view key) const {
+  if (key == "background") return background_ != nullptr;
+  if (key == "image") return image_ != nullptr;
+  if (key == "primary_text") return primaryText_ != nullptr;
+  if (key == "secondary_text") return secondaryText_ != nullptr;
+  if (key == "primary_button") return primaryButton_ != nullptr;
+  return secondaryButton_ != nullptr;
+}
+
+/// A background or a button falls back to its colour; an image cannot.
+bool LMRInAppMessage::canDoWithout(std::string_view key) const {
+  if (key == "background") return colorOf(background_).has_value();
+  if (key == "primary_button") return colorOf(primaryButton_).has_value();
+  if (key == "secondary_button") return colorOf(secondaryButton_).has_value();
+  return false;
+}
+
+bool LMRInAppMessage::getResource(const Dictionary& layout) const {
+  return std::ranges::all_of(resources, [&](const Resource& resource) {
+    const Value* element = findValue(layout, resource.key);
+    if (!element) return true;
+    const std::string* uri = element->asDictionary() ? findText(*element->asDictionary(), "uri") : nullptr;
+    const bool isThere = LMRIOManager::sharedInstance().getFileFromServer(
+        uri ? std::optional(*uri) : std::nullopt, campaign_id_);
+    return isThere || canDoWithout(resource.key) || drop(resource.reason);
+  });
+}
+
+void LMRInAppMessage::updateStateIfNeeded() const {
+  LMRDataManager& store = LMRDataManager::sharedInstance();
+  if (status_ == stopped) {
+    store.clearCampaigns({*campaign_id_});
+  } else {
+    store.updateResource(LMRResource::initWithCampaignId(campaign_id_, LMRResource::unchanged, status_));
+  }
+}
+
+bool LMRInAppMessage::isValid() const {
+  return date(platform().clock.now(), dateFromSeconds(end_time_.value_or(0) / 1000.0));
+}
+
+std::optional<double> LMRInAppMessage::getTimeStamp(const std::string& text) {
+  return parseCampaignDate(text);
+}
+
+std::string LMRInAppMessage::getStartTime() const {
+  if (start_time_) return wholeMilliseconds(*start_time_);
+  return decimalText(secondsSince1970(platform().clock.now()) * 1000.0);
+}
+
+std::string LMRInAppMessage::getEndTime() const {
+  return wholeMilliseconds(end_time_.value_or(0));
+}
+
+std::optional<std::string> LMRInAppMessage::getJsonData() const {
+  auto text = data_ ? writeJSON(*data_, JSONStyle::pretty) : std::nullopt;
+  if (!text) {
+    logLine("LumoraSDK-Failed to create json strin in InAppNotification");
+    return std::nullopt;
+  }
+  return LMRUtil::sharedInstance().formatString(std::move(*text));
+}
+
+}  // namespace lumora

@@ -1,0 +1,160 @@
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "lumora/InApp/LMRInAppHandler.h"
+#include "lumora/InApp/LMRInAppMessage.h"
+#include "lumora/Platform/JSON.h"
+#include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Storage/LMRIOManager.h"
+#include "lumora/Util/Log.h"
+
+namespace lumora {
+namespace {
+
+using EventMap = LMRInAppHandler::EventMap;
+
+std::optional<std::string> firstText(const std::vector<OstrelSQLiteManager::Row>& rows,
+                                     std::string_view column) {
+  const Value* value = rows.empty() ? nullptr : findValue(rows.front(), column);
+  if (!value) return std::nullopt;
+  return value->description();
+}
+
+std::string quoted(const std::optional<std::string>& text) {
+  return quotedForSQL(text.value_or(""));
+}
+
+/// The statement that makes a change of flags; nothing when there is nothing to change.
+std::optional<std::string> statementFor(const LMRResource& resource) {
+  const bool changesEnable = resource.enable != LMRResource::unchanged;
+  const bool changesPaused = resource.paused != LMRResource::unchanged;
+  if (!resource.campaignId) {
+    if (!changesEnable) return std::nullopt;
+    return fmt::format("Update lmro_inapp set enable={} where inapp_frequency = {} OR inapp_frequency = {};",
+                       resource.enable, 4, 2);
+  }
+  const std::string id = quoted(resource.campaignId);
+  if (changesEnable && changesPaused) {
+    return fmt::format("Update lmro_inapp set enable={} , paused={} where campaignId = '{}';",
+                       resource.enable, resource.paused, id);
+  }
+  if (changesEnable) {
+    return fmt::format("Update lmro_inapp set enable={} where campaignId = '{}';", resource.enable, id);
+  }
+  if (changesPaused) {
+    return fmt::format("Update lmro_inapp set paused={} where campaignId = '{}';", resource.paused, id);
+  }
+  return std::nullopt;
+}
+
+/// Publishes the handler's map without the first entry of that campaign.
+void removeFromHandlersMap(const std::optional<std::string>& campaignId) {
+  LMRInAppHandler& handler = LMRInAppHandler::sharedInstance();
+  const auto events = handler.lmrInappEvents();
+  if (!events) return;
+  for (const auto& [event, message] : *events) {
+    if (message->getCampaignId() != campaignId) continue;
+    auto remaining = std::make_shared<EventMap>(*events);
+    remaining->erase(event);
+    handler.setLmrInappEvents(std::move(remaining));
+    return;
+  }
+}
+
+}  // namespace
+
+void LMRDataManager::saveCampaign(const LMRInAppMessage& campaign) {
+  Lock lock(databaseLock_);
+  openDatabase();
+  const std::string id = textOrNull(campaign.getCampaignId());
+  const auto error =
+      sql_.doQuery(fmt::format("INSERT OR REPLACE INTO lmro_inapp "
+                               "(inapp_msg,campaignId,event,startTime,endTime,inapp_frequency) VALUES "
+                               "('{}','{}','{}','{}','{}','{}');",
+                               campaign.getJsonData().value_or(""), quoted(campaign.getCampaignId()),
+                               quoted(campaign.getDisplayTrigger()), campaign.getStartTime(),
+                               campaign.getEndTime(), campaign.getFrequency()));
+  constexpr const char* operation = "-[LMRDataManager saveCampaign:]";
+  if (error) {
+    logTrace({operation, 270}, "Failed to save CampaignId : {} due to {}", id, error->description);
+  } else {
+    logTrace({operation, 272}, "Saved CampaignId : {} successfully", id);
+  }
+  sql_.closeDatabase();
+}
+
+std::shared_ptr<LMRInAppMessage> LMRDataManager::getCampaign(const std::string& event) {
+  Lock lock(databaseLock_);
+  openDatabase();
+  const auto text = firstText(
+      sql_.getRowsForQuery(fmt::format(
+          "select * from lmro_inapp where event = '{}' AND enable = 1 AND paused = 0 AND "
+          "datetime(startTime/1000,'unixepoch') < datetime('now') AND datetime(endTime/1000,'unixepoch') > "
+          "datetime('now')  ORDER BY _id DESC LIMIT 1",
+          quotedForSQL(event))),
+      "inapp_msg");
+  sql_.closeDatabase();
+  const auto campaign = text ? parseJSON(*text) : std::nullopt;
+  if (!campaign || !campaign->asDictionary()) return nullptr;
+  return LMRInAppMessage::initWithDictionary(*campaign->asDictionary());
+}
+
+void LMRDataManager::updateResource(const LMRResource& resource) {
+  Lock lock(databaseLock_);
+  openDatabase();
+  if (const auto statement = statementFor(resource)) sql_.doQuery(*statement);
+  sql_.closeDatabase();
+}
+
+void LMRDataManager::clearCampaigns(const std::vector<std::string>& campaignIds) {
+  for (const std::string& campaignId : campaignIds) {
+    LMRResource resource;
+    resource.campaignId = campaignId;
+    clearCampaign(resource);
+  }
+}
+
+void LMRDataManager::clearCampaign(const LMRResource& resource) {
+  Lock lock(databaseLock_);
+  openDatabase();
+  sql_.doQuery(fmt::format("delete from lmro_inapp where campaignId='{}'", quoted(resource.campaignId)));
+  LMRIOManager::sharedInstance().clearFile(resource);
+  removeFromHandlersMap(resource.campaignId);
+  sql_.closeDatabase();
+}
+
+void LMRDataManager::clearExpiredCampaign() {
+  clearFirstCampaignOf(
+      "select campaignId from lmro_inapp where datetime(endTime/1000,'unixepoch') < datetime('now')");
+}
+
+void LMRDataManager::cleanUpInapp() {
+  clearFirstCampaignOf(
+      "select * from lmro_inapp where datetime(endTime /1000,'unixepoch') < datetime('now')");
+}
+
+void LMRDataManager::clearFirstCampaignOf(const char* query) {
+  Lock lock(databaseLock_);
+  openDatabase();
+  LMRResource resource;
+  resource.campaignId = firstText(sql_.getRowsForQuery(query), "campaignId");
+  if (resource.campaignId) clearCampaign(resource);
+  sql_.closeDatabase();
+}
+
+void LMRDataManager::getAllValidMessages() {
+  Lock lock(databaseLock_);
+  openDatabase();
+  clearExpiredCampaign();
+  auto events = std::make_shared<EventMap>();
+  for (const auto& row : sql_.getRowsForQuery("select DISTINCT event from lmro_inapp")) {
+    const Value* event = findValue(row, "event");
+    auto message = event ? getCampaign(event->description()) : nullptr;
+    if (message) events->insert_or_assign(event->description(), std::move(message));
+  }
+  LMRInAppHandler::sharedInstance().setLmrInappEvents(std::move(events));
+  sql_.closeDatabase();
+}
+
+}  // namespace lumora

@@ -1,0 +1,106 @@
+#include "lumora/Storage/LMRIOManager.h"
+
+#include "lumora/Util/Log.h"
+
+namespace lumora {
+namespace {
+
+constexpr int maximumRedirects = 5;
+
+bool isPlainFileName(const std::string& name) {
+  return name.find('/') == std::string::npos && name.find('\0') == std::string::npos && name != "." &&
+         name != "..";
+}
+
+/// The image's bytes; empty when none came.
+std::string download(const std::string& url) {
+  URLRequest request;
+  request.url = url;
+  request.maximumRedirects = maximumRedirects;
+  URLResponse response = platform().urlLoader.load(request);
+  return response.error ? std::string() : std::move(response.body);
+}
+
+}  // namespace
+
+LMRIOManager& LMRIOManager::sharedInstance() {
+  static auto* const instance = new LMRIOManager;
+  return *instance;
+}
+
+LMRIOManager::LMRIOManager() : cacheDir_(platform().files.cachesDirectory()) {}
+
+LMRIOManager::Text LMRIOManager::pathForFile(const Text& url, const Text& withId) const {
+  if (!url || !withId) return std::nullopt;
+  const std::string component = url->substr(url->rfind('/') + 1);
+  if (!isPlainFileName(*withId) || !isPlainFileName(component)) return std::nullopt;
+  return cacheDir_ + "/" + *withId + "_" + component;
+}
+
+bool LMRIOManager::getFileFromServer(const Text& url, const Text& withId) const {
+  return isFileExists(url, withId) || saveFileFromServer(url, withId).has_value();
+}
+
+LMRIOManager::Text LMRIOManager::getFileFromLocal(const Text& url, const Text& withId) const {
+  if (!isFileExists(url, withId)) return saveFileFromServer(url, withId);
+  return platform().files.read(*pathForFile(url, withId));
+}
+
+LMRIOManager::Text LMRIOManager::saveFileFromServer(const Text& url, const Text& withId) const {
+  const Text path = pathForFile(url, withId);
+  if (!path || !URL::parse(*url)) return std::nullopt;
+  logLine("LumoraSDK-Dowloading resource from: {}", *url);
+  std::string bytes = download(*url);
+  if (!platform().imageDecoder.isImage(bytes)) {
+    logLine("LumoraSDK-Dowloading failed for resource : {}", *url);
+    return std::nullopt;
+  }
+  // A file that cannot be written is fetched again the next time it is wanted.
+  platform().files.writeAtomically(*path, bytes);
+  logLine("LumoraSDK-Dowloaded resource from: {} of size : {:.2f} KB", *url,
+          static_cast<float>(bytes.size()) / 1024);
+  return bytes;
+}
+
+bool LMRIOManager::isFileExists(const Text& url, const Text& withId) const {
+  const Text path = pathForFile(url, withId);
+  return path && platform().files.fileExists(*path);
+}
+
+void LMRIOManager::deleteFile(const Text& url, const Text& withId) const {
+  const Text path = pathForFile(url, withId);
+  if (!path) return;
+  if (const auto failure = platform().files.remove(*path)) {
+    logLine("LumoraSDK-Could not delete file : {} ", *failure);
+  } else {
+    logLine("LumoraSDK-Successfully removed : {}", *path);
+  }
+}
+
+void LMRIOManager::clearFile(const LMRResource& resource) const {
+  const auto names = platform().files.list(cacheDir_);
+  if (!names) return;
+  for (const std::string& name : *names) {
+    if (name.substr(0, name.find('_')) == resource.campaignId) removeEntry(name);
+  }
+}
+
+void LMRIOManager::clearFiles(const std::vector<std::string>& campaignIds) const {
+  for (const std::string& campaignId : campaignIds) {
+    LMRResource resource;
+    resource.campaignId = campaignId;
+    clearFile(resource);
+  }
+}
+
+void LMRIOManager::cleanUp() const {
+  const auto names = platform().files.list(cacheDir_);
+  if (!names) return;
+  for (const std::string& name : *names) removeEntry(name);
+}
+
+void LMRIOManager::removeEntry(const std::string& name) const {
+  if (platform().files.remove(cacheDir_ + "/" + name)) logLine("LumoraSDK-Could not delete file : {}", name);
+}
+
+}  // namespace lumora
