@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace lumora {
+
+/// Larger images are refused from their header, before anything is reserved for them.
+constexpr bool isAcceptableImageSize(std::uint64_t width, std::uint64_t height) noexcept {
+  constexpr std::uint64_t maximumPixels = std::uint64_t{64} * 1000 * 1000;
+  return width > 0 && height > 0 && width <= maximumPixels && height <= maximumPixels / width;
+}
+
+// Whether the bytes begin with one whole image of the format. Every pixel is decoded, by rows where the
+// library allows it, and thrown away. They write nothing to standard error; they throw std::bad_alloc only.
+
+bool isWholePNG(std::string_view bytes);
+bool isWholeJPEG(std::string_view bytes);
+bool isWholeGIF(std::string_view bytes);
+bool isWholeWebP(std::string_view bytes);
+
+}  // namespace lumora

@@ -1,0 +1,154 @@
+#include "service/Accounts.h"
+
+#include <fmt/format.h>
+#include <openssl/evp.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include "lumora/Platform/ASCII.h"
+
+namespace lumora::service {
+namespace {
+
+std::string lowerCase(std::string_view text) {
+  std::string result(text);
+  for (char& c : result) c = toASCIILower(c);
+  return result;
+}
+
+const JSON* member(const JSON& object, const char* name) {
+  if (!object.is_object()) return nullptr;
+  const auto found = object.find(name);
+  return found == object.end() ? nullptr : &*found;
+}
+
+std::string textMember(const JSON& object, const char* name) {
+  const JSON* value = member(object, name);
+  return value != nullptr && value->is_string() ? value->get<std::string>() : std::string();
+}
+
+std::optional<std::int64_t> numberMember(const JSON& object, const char* name) {
+  const JSON* value = member(object, name);
+  if (value == nullptr || !value->is_number()) return std::nullopt;
+  return value->get<std::int64_t>();
+}
+
+bool flagMember(const JSON& object, const char* name) {
+  const JSON* value = member(object, name);
+  return value != nullptr && value->is_boolean() && value->get<bool>();
+}
+
+std::string quotedHash(std::string_view text) {
+  std::array<unsigned char, EVP_MAX_MD_SIZE> digest;
+  unsigned int length = 0;
+  EVP_Digest(text.data(), text.size(), digest.data(), &length, EVP_sha256(), nullptr);
+  std::string result = "\"";
+  for (unsigned int i = 0; i < 16; ++i) result += fmt::format("{:02x}", digest.at(i));
+  return result + '"';
+}
+
+/// The account's own entries go out as they stand in the file, so that a developer can try any answer.
+std::string syncAnswer(const JSON& source) {
+  JSON answer{{"success", true}};
+  for (const auto& [from, to] :
+       {std::pair("blocked", "blocked"), {"lst", "lst"}, {"config", "config"}, {"campaigns", "inapp"}}) {
+    if (const JSON* value = member(source, from)) answer[to] = *value;
+  }
+  return answer.dump();
+}
+
+Account accountFrom(const std::string& id, const JSON& source) {
+  Account account;
+  account.id = id;
+  account.secret = textMember(source, "secret");
+  account.accessKey = textMember(source, "access_key");
+  if (const JSON* config = member(source, "config"))
+    account.isInSecureMode = flagMember(*config, "secure_mode");
+  account.syncAnswer = syncAnswer(source);
+  account.syncTag = quotedHash(account.syncAnswer);
+  return account;
+}
+
+Misbehaviour misbehaviourFrom(const JSON& source) {
+  Misbehaviour result;
+  if (const std::string endpoint = textMember(source, "endpoint"); !endpoint.empty())
+    result.endpoint = endpoint;
+  result.delay = std::chrono::milliseconds(numberMember(source, "delay_ms").value_or(0));
+  if (const auto status = numberMember(source, "status")) result.status = static_cast<int>(*status);
+  if (const JSON* body = member(source, "body"))
+    result.body = body->is_string() ? body->get<std::string>() : body->dump();
+  result.truncates = flagMember(source, "truncate");
+  const std::string drop = textMember(source, "drop");
+  if (drop == "before") result.drop = Misbehaviour::Drop::before;
+  if (drop == "after") result.drop = Misbehaviour::Drop::after;
+  result.times = numberMember(source, "times");
+  return result;
+}
+
+/// One misbehaviour stands by itself, several in a list.
+std::vector<Misbehaviour> misbehavioursFrom(const JSON& account) {
+  std::vector<Misbehaviour> result;
+  const JSON* source = member(account, "misbehave");
+  if (source == nullptr) return result;
+  if (!source->is_array()) return {misbehaviourFrom(*source)};
+  for (const JSON& element : *source) result.push_back(misbehaviourFrom(element));
+  return result;
+}
+
+}  // namespace
+
+Accounts::Accounts(std::string file) : file_(std::move(file)) {}
+
+Accounts::FileState Accounts::stateOf(const std::string& file) {
+  struct stat status = {};
+  if (::stat(file.c_str(), &status) != 0) return {};
+  constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+  return {static_cast<std::int64_t>(status.st_ino), status.st_size,
+          status.st_mtim.tv_sec * nanosecondsPerSecond + status.st_mtim.tv_nsec};
+}
+
+void Accounts::readAgain() {
+  const FileState state = stateOf(file_);
+  if (state == state_) return;
+  state_ = state;
+  std::ifstream stream(file_, std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(stream), {}};
+  const JSON content = JSON::parse(text, nullptr, false);
+  const JSON* accounts = member(content, "accounts");
+  if (accounts == nullptr || !accounts->is_object()) {
+    std::cerr << file_ << " is no accounts file; the accounts stay as they were.\n";
+    return;
+  }
+  accounts_.clear();
+  misbehaviours_.clear();
+  for (const auto& [id, source] : accounts->items()) {
+    accounts_[lowerCase(id)] = std::make_shared<const Account>(accountFrom(id, source));
+    misbehaviours_[id] = misbehavioursFrom(source);
+  }
+}
+
+std::shared_ptr<const Account> Accounts::find(std::string_view id) {
+  const Lock lock(mutex_);
+  readAgain();
+  const auto found = accounts_.find(lowerCase(id));
+  return found == accounts_.end() ? nullptr : found->second;
+}
+
+std::optional<Misbehaviour> Accounts::takeMisbehaviour(const Account& account, std::string_view endpoint) {
+  const Lock lock(mutex_);
+  for (Misbehaviour& misbehaviour : misbehaviours_[account.id]) {
+    if (misbehaviour.endpoint != "all" && misbehaviour.endpoint != endpoint) continue;
+    if (misbehaviour.times && (*misbehaviour.times)-- <= 0) {
+      misbehaviour.times = 0;
+      continue;
+    }
+    return misbehaviour;
+  }
+  return std::nullopt;
+}
+
+}  // namespace lumora::service

@@ -1,0 +1,245 @@
+#include "service/Service.h"
+
+#include <httplib.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <filesystem>
+#include <stdexcept>
+#include <thread>
+
+#include "lumora/Platform/ASCII.h"
+#include "service/Accounts.h"
+#include "service/Connections.h"
+#include "service/Endpoints.h"
+#include "service/EventArchive.h"
+
+namespace lumora::service {
+namespace {
+
+constexpr const char* kAddress = "127.0.0.1";
+/// Each open connection keeps a thread, busy or idle.
+constexpr std::size_t kThreads = 32;
+constexpr time_t kKeepAliveSeconds = 120;
+constexpr std::size_t kRequestsPerConnection = 1'000'000;
+
+const std::string& usable(const std::string& domain) {
+  const bool isDomain = !domain.empty() && std::ranges::all_of(domain, [](char c) {
+    return isASCIILetter(c) || isASCIIDigit(c) || c == '.' || c == '-';
+  });
+  if (!isDomain) throw std::runtime_error("\"" + domain + "\" is no domain.");
+  return domain;
+}
+
+const std::string& madeDirectory(const std::string& directory) {
+  std::error_code error;
+  const std::filesystem::path path(directory);
+  if (path.has_parent_path()) std::filesystem::create_directories(path.parent_path(), error);
+  // Keys and reported events are nobody else's business.
+  ::mkdir(directory.c_str(), 0700);
+  if (!std::filesystem::is_directory(path, error)) {
+    throw std::runtime_error("The folder " + directory + " cannot be made.");
+  }
+  return directory;
+}
+
+std::string accountId(const httplib::Request& request) {
+  const std::string host = request.get_header_value("Host");
+  return host.substr(0, host.find_first_of(".:"));
+}
+
+/// The entries that the HTTP library adds on its own.
+bool isSentByClient(const std::string& header) {
+  return header != "REMOTE_ADDR" && header != "REMOTE_PORT" && header != "LOCAL_ADDR" &&
+         header != "LOCAL_PORT";
+}
+
+RequestRecord recordOf(const httplib::Request& request, std::string_view body) {
+  RequestRecord record;
+  record.time = std::chrono::system_clock::now();
+  record.method = request.method;
+  const auto question = request.target.find('?');
+  record.path = request.target.substr(0, question);
+  if (question != std::string::npos) record.query = request.target.substr(question + 1);
+  for (const auto& [name, value] : request.headers) {
+    if (isSentByClient(name)) record.headers.emplace_back(name, value);
+  }
+  record.bodySize = body.size();
+  return record;
+}
+
+void fill(httplib::Response& response, const Answer& answer, bool truncates) {
+  response.status = answer.status;
+  if (!answer.tag.empty()) response.set_header("ETag", answer.tag);
+  if (truncates) {
+    response.set_content_provider(answer.body.size() + 1, answer.contentType,
+                                  [body = answer.body](std::size_t, std::size_t, httplib::DataSink& sink) {
+                                    sink.write(body.data(), body.size() / 2);
+                                    return false;
+                                  });
+  } else if (!answer.body.empty()) {
+    response.set_content(answer.body, answer.contentType);
+  }
+}
+
+}  // namespace
+
+struct Service::State {
+  explicit State(ServiceOptions given)
+      : options(std::move(given)),
+        authority(madeDirectory(options.dataDirectory)),
+        identity(authority.issue(usable(options.domain), options.certificate)),
+        accounts(options.accountsFile),
+        archive(options.dataDirectory + "/service.sqlite"),
+        endpoints(archive, options.assetsDirectory),
+        server(identity.certificate.get(), identity.key.get()) {}
+
+  void start();
+  void setRoutes();
+  void stop();
+  void handle(const httplib::Request& request, std::string_view body, httplib::Response& response);
+  Answer answer(const httplib::Request& request, std::string_view body, const Account* account,
+                const Misbehaviour& misbehaviour);
+  void wait(std::chrono::milliseconds delay);
+
+  const ServiceOptions options;
+  const CertificateAuthority authority;
+  const Identity identity;
+  Accounts accounts;
+  EventArchive archive;
+  Endpoints endpoints;
+  Connections connections;
+  httplib::SSLServer server;
+  int port = -1;
+
+  Mutex stopMutex;
+  std::condition_variable_any stopCondition;
+  bool isStopping LUMORA_GUARDED_BY(stopMutex) = false;
+
+  std::atomic<bool> hasEnded = false;
+  std::thread listener;
+};
+
+void Service::State::start() {
+  if (!server.is_valid()) throw std::runtime_error("The HTTPS server cannot be made.");
+  SSL_CTX_set_min_proto_version(server.ssl_context(), TLS1_2_VERSION);
+  connections.watch(server.ssl_context());
+  server.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
+  server.set_tcp_nodelay(true);
+  server.set_keep_alive_timeout(kKeepAliveSeconds);
+  server.set_keep_alive_max_count(kRequestsPerConnection);
+  // The library's own choice would let two services share one port.
+  server.set_socket_options([](int socket) {
+    const int on = 1;
+    ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  });
+  setRoutes();
+
+  if (options.port == 0) {
+    port = server.bind_to_any_port(kAddress);
+  } else if (server.bind_to_port(kAddress, options.port)) {
+    port = options.port;
+  }
+  if (port <= 0) throw std::runtime_error("The port " + std::to_string(options.port) + " cannot be used.");
+  listener = std::thread([this] {
+    server.listen_after_bind();
+    hasEnded = true;
+  });
+  // Until then stop() would do nothing.
+  while (!server.is_running() && !hasEnded) std::this_thread::yield();
+}
+
+void Service::State::setRoutes() {
+  // Bodies are read only for the path that has one; everything else is answered from its first lines.
+  server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+    if (request.method == "POST" && request.path == kReportPath)
+      return httplib::Server::HandlerResponse::Unhandled;
+    handle(request, {}, response);
+    return httplib::Server::HandlerResponse::Handled;
+  });
+  // Reading the body here instead of there escapes the library's limit for bodies that call themselves forms.
+  server.Post(kReportPath, [this](const httplib::Request& request, httplib::Response& response,
+                                  const httplib::ContentReader& read) {
+    std::string body;
+    const bool isWhole = read([&](const char* data, std::size_t length) {
+      body.append(data, length);
+      return true;
+    });
+    if (isWhole) handle(request, body, response);
+  });
+}
+
+void Service::State::stop() {
+  {
+    const Lock lock(stopMutex);
+    isStopping = true;
+  }
+  stopCondition.notify_all();
+  server.stop();
+  connections.close();
+  if (listener.joinable()) listener.join();
+}
+
+void Service::State::wait(std::chrono::milliseconds delay) {
+  const auto end = std::chrono::steady_clock::now() + delay;
+  const Lock lock(stopMutex);
+  while (!isStopping && stopCondition.wait_until(stopMutex, end) == std::cv_status::no_timeout) {
+  }
+}
+
+Answer Service::State::answer(const httplib::Request& request, std::string_view body, const Account* account,
+                              const Misbehaviour& misbehaviour) {
+  Answer result;
+  if (misbehaviour.body) {
+    result.body = *misbehaviour.body;
+  } else {
+    try {
+      result = endpoints.answer(request, body, account);
+    } catch (const std::exception& error) {
+      result = refusal(error.what(), 500);
+    }
+  }
+  if (misbehaviour.status) result.status = *misbehaviour.status;
+  return result;
+}
+
+void Service::State::handle(const httplib::Request& request, std::string_view body,
+                            httplib::Response& response) {
+  const auto account = accounts.find(accountId(request));
+  Misbehaviour misbehaviour;
+  if (account)
+    misbehaviour = accounts.takeMisbehaviour(*account, endpointOf(request.path)).value_or(misbehaviour);
+  if (misbehaviour.delay.count() > 0) wait(misbehaviour.delay);
+
+  RequestRecord record = recordOf(request, body);
+  if (account) record.account = account->id;
+  if (misbehaviour.drop != Misbehaviour::Drop::before) {
+    const Answer result = answer(request, body, account.get(), misbehaviour);
+    record.events = result.events;
+    record.status = misbehaviour.drop == Misbehaviour::Drop::after ? 0 : result.status;
+    fill(response, result, misbehaviour.truncates);
+  }
+  options.onRequest(record);
+  if (misbehaviour.drop != Misbehaviour::Drop::never) Connections::breakOff(request.ssl);
+}
+
+Service::Service(ServiceOptions options) : state_(std::make_unique<State>(std::move(options))) {
+  state_->start();
+}
+
+Service::~Service() {
+  state_->stop();
+}
+
+int Service::port() const noexcept {
+  return state_->port;
+}
+
+const std::string& Service::certificateAuthorityFile() const noexcept {
+  return state_->authority.file();
+}
+
+}  // namespace lumora::service

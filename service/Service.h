@@ -1,0 +1,44 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "service/CertificateAuthority.h"
+#include "service/RequestRecord.h"
+
+namespace lumora::service {
+
+struct ServiceOptions {
+  /// 0 picks a free one.
+  int port = 0;
+  std::string accountsFile;
+  /// Made when missing, mode 0700.
+  std::string dataDirectory;
+  std::string assetsDirectory;
+  std::string domain = "lumora.example";
+  CertificateKind certificate = CertificateKind::good;
+  /// Called for each request before its answer is sent, from several threads at once.
+  std::function<void(const RequestRecord&)> onRequest = [](const RequestRecord&) {};
+};
+
+/// The service on 127.0.0.1, over HTTPS. It answers from its construction to its destruction, which waits for
+/// answers under way but for nothing else.
+class Service {
+ public:
+  /// Throws std::runtime_error when the service cannot start.
+  explicit Service(ServiceOptions options);
+  ~Service();
+  Service(const Service&) = delete;
+  Service& operator=(const Service&) = delete;
+
+  int port() const noexcept;
+  /// The PEM file that clients are to trust.
+  const std::string& certificateAuthorityFile() const noexcept;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace lumora::service

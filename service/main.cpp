@@ -1,0 +1,167 @@
+#include <pthread.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <charconv>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <random>
+#include <string>
+#include <string_view>
+
+#include "lumora/Platform/URL.h"
+#include "service/Accounts.h"
+#include "service/PrivateFile.h"
+#include "service/RequestLog.h"
+#include "service/Service.h"
+
+namespace {
+
+using lumora::service::CertificateKind;
+
+constexpr int kExitUsage = 64;
+constexpr int kExitFailure = 1;
+
+constexpr std::string_view kUsage = R"(usage: lumora-service --data DIR [options]
+       lumora-service deep-link ACCOUNT --accounts FILE
+
+  --data DIR          the service's own files; made when missing
+  --port N            the port on 127.0.0.1; 0, the default, picks a free one
+  --accounts FILE     the accounts; DIR/accounts.json by default
+  --assets DIR        the files under /assets/; DIR/assets by default
+  --domain NAME       what follows the account in host names; lumora.example by default
+  --ready-file FILE   receives port and authority once the service listens
+  --json-log FILE     receives one JSON object per request
+  --certificate KIND  good, expired, wrong-host or other-ca
+
+The second form prints a link that makes a device a test device of the account, and ends.
+)";
+
+struct Options {
+  lumora::service::ServiceOptions service;
+  std::string readyFile;
+  std::string jsonLog;
+};
+
+std::optional<int> parsePort(std::string_view text) {
+  constexpr int maximumPort = 65535;
+  int port = -1;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+  const bool isPort =
+      error == std::errc() && end == text.data() + text.size() && port >= 0 && port <= maximumPort;
+  return isPort ? std::optional(port) : std::nullopt;
+}
+
+std::optional<CertificateKind> parseCertificateKind(std::string_view text) {
+  if (text == "good") return CertificateKind::good;
+  if (text == "expired") return CertificateKind::expired;
+  if (text == "wrong-host") return CertificateKind::wrongHost;
+  if (text == "other-ca") return CertificateKind::otherAuthority;
+  return std::nullopt;
+}
+
+bool setOption(Options& options, std::string_view name, const std::string& value) {
+  const std::map<std::string_view, std::string*> texts{
+      {"--data", &options.service.dataDirectory},     {"--accounts", &options.service.accountsFile},
+      {"--assets", &options.service.assetsDirectory}, {"--domain", &options.service.domain},
+      {"--ready-file", &options.readyFile},           {"--json-log", &options.jsonLog}};
+  if (const auto text = texts.find(name); text != texts.end()) {
+    *text->second = value;
+    return true;
+  }
+  if (name == "--port") {
+    const auto port = parsePort(value);
+    options.service.port = port.value_or(0);
+    return port.has_value();
+  }
+  if (name == "--certificate") {
+    const auto kind = parseCertificateKind(value);
+    options.service.certificate = kind.value_or(CertificateKind::good);
+    return kind.has_value();
+  }
+  return false;
+}
+
+std::optional<Options> parseOptions(int count, char** arguments) {
+  Options options;
+  for (int i = 1; i < count; i += 2) {
+    if (i + 1 == count || !setOption(options, arguments[i], arguments[i + 1])) {
+      std::cerr << "lumora-service: bad option " << arguments[i] << '\n';
+      return std::nullopt;
+    }
+  }
+  if (options.service.dataDirectory.empty()) {
+    std::cerr << "lumora-service: --data is missing\n";
+    return std::nullopt;
+  }
+  const std::string& data = options.service.dataDirectory;
+  if (options.service.accountsFile.empty()) options.service.accountsFile = data + "/accounts.json";
+  if (options.service.assetsDirectory.empty()) options.service.assetsDirectory = data + "/assets";
+  return options;
+}
+
+void announce(const lumora::service::Service& service, const std::string& readyFile) {
+  const nlohmann::ordered_json address{{"port", service.port()}, {"ca", service.certificateAuthorityFile()}};
+  const std::string line = nlohmann::ordered_json{{"listening", address}}.dump() + '\n';
+  std::fputs(line.c_str(), stdout);
+  std::fflush(stdout);
+  if (!readyFile.empty()) lumora::service::writePrivateFile(readyFile, address.dump() + '\n');
+}
+
+int run(Options options) {
+  // Blocked before the first thread starts, so that all of them leave the signals to sigwait.
+  sigset_t endSignals;
+  sigemptyset(&endSignals);
+  sigaddset(&endSignals, SIGTERM);
+  sigaddset(&endSignals, SIGINT);
+  pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);
+  ::umask(077);
+
+  lumora::service::RequestLog log(options.jsonLog);
+  options.service.onRequest = [&log](const lumora::service::RequestRecord& record) { log.write(record); };
+  const lumora::service::Service service(std::move(options.service));
+  announce(service, options.readyFile);
+  int signal = 0;
+  sigwait(&endSignals, &signal);
+  return 0;
+}
+
+/// Prints a link with the account's secret and a fresh registration token.
+int printDeepLink(int count, char** arguments) {
+  if (count != 5 || std::string_view(arguments[3]) != "--accounts") {
+    std::cerr << "lumora-service: deep-link takes ACCOUNT --accounts FILE\n";
+    return kExitUsage;
+  }
+  const std::string name = arguments[2];
+  const auto account = lumora::service::Accounts(arguments[4]).find(name);
+  if (!account) {
+    std::cerr << "lumora-service: no account " << name << " in " << arguments[4] << '\n';
+    return kExitFailure;
+  }
+  std::cout << "lmro" << name << "://add_test_device?secret=" << lumora::percentEscaped(account->secret)
+            << "&token=" << std::random_device{}() << '\n';
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc == 2 && std::string_view(argv[1]) == "--help") {
+    std::cout << kUsage;
+    return 0;
+  }
+  const bool isDeepLink = argc > 1 && std::string_view(argv[1]) == "deep-link";
+  if (isDeepLink) return printDeepLink(argc, argv);
+  auto options = parseOptions(argc, argv);
+  if (!options) return kExitUsage;
+  try {
+    return run(std::move(*options));
+  } catch (const std::exception& error) {
+    std::cerr << "lumora-service: " << error.what() << '\n';
+    return kExitFailure;
+  }
+}
