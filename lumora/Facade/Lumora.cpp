@@ -181,8 +181,4 @@ void Lumora::setTimeoutInterval(long seconds) {
   networkManager_.setTimeoutInterval(std::max(seconds, minimumTimeoutSeconds));
 }
 
-std::string Lumora::getPushDeviceToken() const {
-  return LMRUtil::getStringForKey(kLmroToken);
-}
-
 }  // namespace lumora

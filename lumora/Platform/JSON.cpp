@@ -194,6 +194,8 @@ Sequence sequenceFor(unsigned char first) noexcept {
 }  // namespace
 
 std::optional<Value> parseJSON(std::string_view text) {
+  // The parser takes a NUL byte for the end, and what stands behind it for nothing.
+  if (text.find('\0') != std::string_view::npos) return std::nullopt;
   ValueBuilder builder;
   try {
     if (!nlohmann::json::sax_parse(text, &builder)) return std::nullopt;

@@ -73,6 +73,8 @@ void LMRDataManager::checkEventsThreshold() {
   openDatabase();
   isQuerying_ = true;
   const auto counted = sql_.getRowsForQuery("SELECT COUNT(*) FROM ostrel_events");
+  // Perhaps the file was replaced by one without tables: the next operation looks.
+  if (counted.empty()) tablesAreThere_ = false;
   const std::int64_t count = counted.empty() ? 0 : counted.front().at("COUNT(*)").integerValue();
   if (count >= MAX_CHECKPOINTS_COUNT) {
     const auto newest = sql_.getRowsForQuery(

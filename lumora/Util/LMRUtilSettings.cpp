@@ -1,4 +1,5 @@
 #include <exception>
+#include <stdexcept>
 
 #include "lumora/Platform/JSON.h"
 #include "lumora/Util/LMRUtil.h"
@@ -7,15 +8,28 @@
 namespace lumora {
 namespace {
 
-/// A store may refuse a value by an exception; nothing is stored then.
-void storeAndFlush(std::string_view key, const Value& value) {
-  SettingsStore& settings = platform().settings;
+/// A store may refuse a value, and an object its archiving, by an exception; nothing is stored then.
+template <typename Write>
+void logRefusalOf(const Write& write) {
   try {
-    settings.setObject(key, value);
-    settings.synchronize();
+    write();
   } catch (const std::exception& refusal) {
     logLine("LumoraSDK-{}", refusal.what());
   }
+}
+
+void storeAndFlush(std::string_view key, const Value& value) {
+  SettingsStore& settings = platform().settings;
+  settings.setObject(key, value);
+  settings.synchronize();
+}
+
+Value archiveOf(const Archivable& object) {
+  Coder coder;
+  object.encodeWithCoder(coder);
+  const auto archive = writeJSON(coder);
+  if (!archive) throw std::invalid_argument("the object cannot be archived");
+  return Data(archive->begin(), archive->end());
 }
 
 }  // namespace
@@ -35,27 +49,19 @@ bool LMRUtil::getBoolForKey(std::string_view key) {
 }
 
 void LMRUtil::setObject(const Value& value, std::string_view key) {
-  if (!isObjectNull(value)) storeAndFlush(key, value);
+  if (!isObjectNull(value)) logRefusalOf([&] { storeAndFlush(key, value); });
 }
 
 void LMRUtil::setInt(std::int64_t value, std::string_view key) {
-  storeAndFlush(key, Value(static_cast<long long>(value)));
+  logRefusalOf([&] { storeAndFlush(key, static_cast<long long>(value)); });
 }
 
 void LMRUtil::setBool(bool value, std::string_view key) {
-  storeAndFlush(key, Value(value));
+  logRefusalOf([&] { storeAndFlush(key, value); });
 }
 
 void LMRUtil::setDataObject(const Archivable* object, std::string_view key) {
-  if (!object) return;
-  Coder coder;
-  object->encodeWithCoder(coder);
-  const auto archive = writeJSON(coder);
-  if (!archive) {
-    logLine("LumoraSDK-{}", "the object cannot be archived");
-    return;
-  }
-  storeAndFlush(key, Value(Data(archive->begin(), archive->end())));
+  if (object) logRefusalOf([&] { storeAndFlush(key, archiveOf(*object)); });
 }
 
 std::optional<Coder> LMRUtil::getDataObjectForKey(std::string_view key) {

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lumora/Manager/LMRNetworkManager.h"
+#include "lumora/Testing/FakePlatform.h"
+#include "lumora/Util/LMRSettingsKeys.h"
+
+namespace lumora::tests {
+
+enum class Operation { get, post };
+inline constexpr Operation operations[] = {Operation::get, Operation::post};
+
+/// The client of the service with an account identifier, off the main thread.
+class NetworkManagerTest : public ::testing::Test {
+ protected:
+  using Lines = std::vector<std::string>;
+
+  NetworkManagerTest() {
+    host.settings.setObject(kLmroTarrowID, "acme");
+    host.queues.setMainThread(false);
+  }
+
+  static LMRNetworkManager& manager() { return LMRNetworkManager::sharedInstance(); }
+
+  static std::optional<Dictionary> perform(Operation operation, const std::string& endPoint = "path") {
+    return operation == Operation::get ? manager().getDataFromEndpoint(endPoint)
+                                       : manager().postDataSync("body", endPoint);
+  }
+
+  /// The lines so far, without the traces and the line that announces this installation's identifier.
+  Lines messages() const {
+    Lines lines = host.log.messages();
+    std::erase_if(lines, [](std::string_view line) {
+      return line.starts_with("LumoraFramework-") || line.starts_with("LumoraSDK-Current UUID is : ");
+    });
+    return lines;
+  }
+
+  testing::FakePlatform& host = testing::FakePlatform::install();
+};
+
+}  // namespace lumora::tests
