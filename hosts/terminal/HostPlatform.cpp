@@ -1,0 +1,82 @@
+#include "hosts/terminal/HostPlatform.h"
+
+#include <utility>
+
+#include "hosts/terminal/Folders.h"
+
+namespace lumora_host {
+namespace {
+
+void describeHost(const Options& options, lumora::LinuxPlatformOptions& platform) {
+  platform.info.emplace(lumora::kBundleIdentifierKey, options.bundleIdentifier);
+  platform.info.emplace(lumora::kBundleShortVersionKey, options.appVersion);
+  platform.info.emplace(lumora::kBundleVersionKey, options.build);
+  platform.model = options.model;
+  platform.systemVersion = options.systemVersion;
+  platform.deviceName = options.deviceName;
+  platform.localeIdentifier = options.localeIdentifier;
+  platform.preferredLanguages = options.languages;
+  platform.carrierName = options.carrierName;
+  platform.machineIdentifier = options.machineIdentifier;
+  platform.initialState = options.state;
+}
+
+void connectDisplay(Display& display, Screens& screens, lumora::LinuxPlatformOptions& platform) {
+  platform.alertPresenter = [&display](lumora::Alert alert) { display.show(std::move(alert)); };
+  platform.layoutLoader = [&screens](const std::string&) { return screens.layout(); };
+  platform.rootViewController = [&screens] { return screens.root(); };
+  platform.urlOpener = [&display](const lumora::URL& url) { return display.open(url); };
+  platform.notificationScheduler = [&display](
+                                       const lumora::NotificationRequest& request,
+                                       const std::function<void(std::optional<std::string>)>& completion) {
+    display.schedule(request);
+    completion(std::nullopt);
+  };
+  platform.localNotificationScheduler = [&display](const lumora::LocalNotification& notification) {
+    display.schedule(notification);
+  };
+}
+
+lumora::LinuxPlatformOptions platformOptions(const Options& options, Display& display, Screens& screens) {
+  const DataFolders folders = makeDataFolders(options.dataDirectory);
+  lumora::LinuxPlatformOptions platform;
+  platform.documentsDirectory = folders.documents;
+  platform.cachesDirectory = folders.caches;
+  platform.settingsFile = folders.settingsFile;
+  platform.keychainFile = options.keychainFile.value_or(defaultKeychainFile());
+  platform.resourcesDirectory = options.resourcesDirectory.value_or(defaultResourcesDirectory());
+  platform.certificateAuthorityFile = options.certificateAuthorityFile.value_or("");
+  platform.connectTo = options.connectTo;
+  describeHost(options, platform);
+  connectDisplay(display, screens, platform);
+  return platform;
+}
+
+}  // namespace
+
+HostPlatform::HostPlatform(const Options& options, Output& output)
+    : display_(output),
+      screens_(output),
+      linux_(platformOptions(options, display_, screens_)),
+      clock_(linux_.platform().clock),
+      network_(linux_.platform().urlLoader) {}
+
+void HostPlatform::install() {
+  const lumora::Platform& system = linux_.platform();
+  lumora::installPlatform({.settings = system.settings,
+                           .keychain = system.keychain,
+                           .urlLoader = network_,
+                           .imageDecoder = system.imageDecoder,
+                           .queues = system.queues,
+                           .application = system.application,
+                           .bundle = system.bundle,
+                           .alerts = system.alerts,
+                           .notifications = system.notifications,
+                           .device = system.device,
+                           .files = system.files,
+                           .clock = clock_,
+                           .log = system.log,
+                           .uuids = system.uuids});
+}
+
+}  // namespace lumora_host
