@@ -24,6 +24,7 @@ void tapView(lumora::LMRInAppHandler& handler, lumora::LMRTappable& view) {
 
 void MessageScreen::dismiss(bool) {
   screens_.dismiss(*this);
+  message_.reset();  // The message holds its screen; one of the two must let go.
 }
 
 void MessageScreen::appear() {

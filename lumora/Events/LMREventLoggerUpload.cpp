@@ -48,7 +48,16 @@ bool LMREventLogger::canReport() const {
 }
 
 std::optional<std::string> LMREventLogger::getReportEndPoint() const {
-  return kLmroReportEndpoint;
+  if (!Lumora::sharedInstance().isSecureModeEnabled()) return kLmroReportEndpoint;
+  const auto signature = LMRUtil::getSecureSignature();
+  if (!signature) {
+    logMissingSignature();
+    return std::nullopt;
+  }
+  // Escaped as a whole: reserved characters inside the values stay as they are.
+  return percentEscaped(fmt::format("{}?ak={}&sign={}&ts={}&email={}", kLmroReportEndpoint,
+                                    *signature->getAccessKey(), *signature->getSignature(),
+                                    *signature->getTimeStamp(), *signature->getEmail()));
 }
 
 void LMREventLogger::reportEvents(bool force) {

@@ -1,0 +1,93 @@
+# shellcheck shell=bash disable=SC2034
+# Helpers shared by ./demo, ./test and .ci/run. To be sourced by bash, after which the working directory is the
+# repository's root.
+
+set -uo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
+
+jobs=$(nproc)
+
+# Colours only for people: not in a log file, not where NO_COLOR asks for none.
+if [[ -t 1 && -z ${NO_COLOR:-} && ${TERM:-dumb} != dumb ]]; then
+  bold=$'\e[1m' red=$'\e[31m' green=$'\e[32m' plain=$'\e[0m'
+else
+  bold='' red='' green='' plain=''
+fi
+
+# say TEXT: a headline of what happens next.
+say() { printf '%s== %s%s\n' "$bold" "$1" "$plain"; }
+
+# complain WHAT NEXT: what went wrong, and what the reader can do about it.
+complain() {
+  printf '%sError: %s%s\n' "$red" "$1" "$plain" >&2
+  printf '  What to do: %s\n' "$2" >&2
+}
+
+# install_packages LIST…: installs what is missing of scripts/packages/LIST, without questions.
+install_packages() {
+  local wanted=() missing=() package list
+  for list in "$@"; do
+    mapfile -t -O "${#wanted[@]}" wanted <"scripts/packages/$list" || return 1
+  done
+  if ! command -v dpkg-query >/dev/null; then
+    printf 'This is not a Debian system; what these packages hold must be there: %s\n' "${wanted[*]}"
+    return 0
+  fi
+  for package in "${wanted[@]}"; do
+    [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) == installed ]] || missing+=("$package")
+  done
+  ((${#missing[@]} == 0)) && return 0
+
+  say "Installing ${missing[*]}"
+  local as_root=() log
+  if ((EUID != 0)); then
+    if ! command -v sudo >/dev/null; then
+      complain "installing packages needs root, and there is no sudo" "as root: apt-get install ${missing[*]}"
+      return 1
+    fi
+    # Without a terminal nobody can type a password.
+    if [[ -t 0 ]]; then as_root=(sudo); else as_root=(sudo -n); fi
+  fi
+  log=$(mktemp)
+  if ! { "${as_root[@]}" apt-get update -qq &&
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
+      "${missing[@]}"; } </dev/null >"$log" 2>&1; then
+    tail -n 15 "$log" >&2
+    rm -f "$log"
+    complain "the packages could not be installed" "install them by hand: apt-get install ${missing[*]}"
+    return 1
+  fi
+  rm -f "$log"
+}
+
+# run_logged LOG COMMAND…: the output goes to the log, and to the terminal when there is one; elsewhere only a
+# failure shows its end.
+run_logged() {
+  local log=$1
+  shift
+  mkdir -p "$(dirname "$log")"
+  if [[ -t 1 ]]; then
+    "$@" </dev/null 2>&1 | tee "$log"
+    return "${PIPESTATUS[0]}"
+  fi
+  "$@" </dev/null >"$log" 2>&1 && return 0
+  tail -n 60 "$log" >&2
+  return 1
+}
+
+# build_preset PRESET [TARGET…]: configures and builds in build/PRESET.
+build_preset() {
+  local preset=$1 targets=()
+  shift
+  (($# > 0)) && targets=(--target "$@")
+  say "Configuring $preset"
+  if ! run_logged "build/$preset/configure.log" cmake --preset "$preset"; then
+    complain "configuring $preset failed" "read build/$preset/configure.log; rm -r build/$preset starts afresh"
+    return 1
+  fi
+  say "Building $preset"
+  if ! run_logged "build/$preset/build.log" cmake --build --preset "$preset" --parallel "$jobs" "${targets[@]}"; then
+    complain "building $preset failed" "mend what build/$preset/build.log tells, then run the same command again"
+    return 1
+  fi
+}
