@@ -16,7 +16,7 @@ class LMRSecuritySignature;
 
 /// The library's toolbox: the settings store with its fixed defaults, the device state, and small checks and
 /// conversions. It holds no state; every operation may be called from any thread.
-class LMRUtil {
+class LUMORA_EXPORT LMRUtil {
  public:
   static LMRUtil& sharedInstance();
 

@@ -26,7 +26,7 @@ struct TracePoint {
 template <typename... Arguments>
 void logTrace(TracePoint origin, fmt::format_string<Arguments...> format, Arguments&&... arguments) {
   std::string line = fmt::format("LumoraFramework-{} [Line {}] ", origin.operation, origin.line);
-  fmt::format_to(std::back_inserter(line), format, std::forward<Arguments>(arguments)...);
+  line += fmt::format(format, std::forward<Arguments>(arguments)...);
   platform().log.write(line);
 }
 

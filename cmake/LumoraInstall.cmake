@@ -1,0 +1,31 @@
+# The installed library: archives, public headers, the CMake package and the pkg-config file.
+include(CMakePackageConfigHelpers)
+
+# The hosts and the service of this repository are installed apart.
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME library)
+set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Lumora")
+
+install(TARGETS lumora lumora_testing EXPORT LumoraTargets FILE_SET HEADERS)
+# A package of its own: its archive needs the development files of its dependencies, a shared lumora does not.
+install(TARGETS lumora_core EXPORT LumoraCoreTargets)
+install(EXPORT LumoraTargets NAMESPACE lumora:: DESTINATION "${package_dir}")
+install(EXPORT LumoraCoreTargets NAMESPACE lumora:: DESTINATION "${package_dir}")
+
+configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/LumoraConfig.cmake.in"
+  "${PROJECT_BINARY_DIR}/LumoraConfig.cmake" INSTALL_DESTINATION "${package_dir}" NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/LumoraConfigVersion.cmake"
+  VERSION "${PROJECT_VERSION}" COMPATIBILITY SameMinorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/LumoraConfig.cmake" "${PROJECT_BINARY_DIR}/LumoraConfigVersion.cmake"
+  DESTINATION "${package_dir}")
+
+# The prefix is written relative to the file, so an installed tree can be moved.
+set(pkg_config_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+file(RELATIVE_PATH pkg_config_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+set(pkg_config_libs "")
+if(NOT BUILD_SHARED_LIBS)
+  # What the archive itself calls; requiring the packages would pull in what their own archives need.
+  set(pkg_config_libs "-lsqlite3 -lfmt -lcurl -lpng -ljpeg -lgif -lwebp -lwebpdemux -luuid -pthread")
+endif()
+configure_file("${PROJECT_SOURCE_DIR}/cmake/lumora.pc.in" "${PROJECT_BINARY_DIR}/lumora.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/lumora.pc" DESTINATION "${pkg_config_dir}")
+unset(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME)
