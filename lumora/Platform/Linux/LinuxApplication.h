@@ -14,7 +14,8 @@ class LUMORA_EXPORT LinuxApplication : public Application {
   using URLOpener = std::function<bool(const URL& url)>;
   using RootViewControllerSource = std::function<std::shared_ptr<ViewController>()>;
 
-  LinuxApplication(ApplicationState initialState, URLOpener urlOpener, RootViewControllerSource rootViewController);
+  LinuxApplication(ApplicationState initialState, URLOpener urlOpener,
+                   RootViewControllerSource rootViewController);
   ~LinuxApplication() override;
 
   void observe(LifecycleNotification notification, std::function<void()> handler) override;

@@ -26,7 +26,8 @@ struct LinuxPlatformOptions {
   std::string settingsFile;
   /// The keychain's file, outside the host's own data; empty: `$XDG_DATA_HOME/lumora/keychain`.
   std::string keychainFile;
-  /// The folder of the host's resources, such as `LMRResources.bundle`; empty: `resources` beside the program.
+  /// The folder of the host's resources, such as `LMRResources.bundle`; empty: `resources` beside the
+  /// program.
   std::string resourcesDirectory;
 
   /// The host's information entries: `CFBundleIdentifier`, `CFBundleShortVersionString`, `CFBundleVersion`.
@@ -57,7 +58,8 @@ struct LinuxPlatformOptions {
   /// Shows an alert. Main thread. Without one, alerts are written to the log.
   std::function<void(Alert alert)> alertPresenter;
   /// Schedules notifications. Main thread. Without them scheduling fails with a description, or does nothing.
-  std::function<void(const NotificationRequest& request, std::function<void(std::optional<std::string>)> completion)>
+  std::function<void(const NotificationRequest& request,
+                     std::function<void(std::optional<std::string>)> completion)>
       notificationScheduler;
   std::function<void(const LocalNotification& notification)> localNotificationScheduler;
   /// Gives the bottom screen of the key window. Main thread. Without one there is no window.

@@ -1,0 +1,106 @@
+#include "lumora/Platform/Linux/LinuxPlatform.h"
+
+#include <filesystem>
+#include <utility>
+
+#include "lumora/Platform/Linux/CurlURLLoader.h"
+#include "lumora/Platform/Linux/DefaultPaths.h"
+#include "lumora/Platform/Linux/LinuxAlerts.h"
+#include "lumora/Platform/Linux/LinuxApplication.h"
+#include "lumora/Platform/Linux/LinuxBundle.h"
+#include "lumora/Platform/Linux/LinuxClock.h"
+#include "lumora/Platform/Linux/LinuxDevice.h"
+#include "lumora/Platform/Linux/LinuxFileSystem.h"
+#include "lumora/Platform/Linux/LinuxImageDecoder.h"
+#include "lumora/Platform/Linux/LinuxKeychain.h"
+#include "lumora/Platform/Linux/LinuxNotifications.h"
+#include "lumora/Platform/Linux/LinuxSettingsStore.h"
+#include "lumora/Platform/Linux/LinuxSystemLog.h"
+#include "lumora/Platform/Linux/LinuxTaskQueues.h"
+#include "lumora/Platform/Linux/LinuxUUIDSource.h"
+
+namespace lumora {
+namespace {
+
+/// Gives every path that the host left empty its default, and makes all of them absolute.
+LinuxPlatformOptions withPaths(LinuxPlatformOptions options) {
+  const std::filesystem::path program = programPath();
+  const std::string name = program.filename().string();
+  const auto settle = [](std::string& path, const std::string& fallback) {
+    path = absolutePath(path.empty() ? fallback : path);
+  };
+  settle(options.documentsDirectory, userDataFolder() + "/" + name + "/Documents");
+  settle(options.cachesDirectory, userCacheFolder() + "/" + name);
+  settle(options.settingsFile, userDataFolder() + "/" + name + "/settings.json");
+  settle(options.keychainFile, userDataFolder() + "/lumora/keychain");
+  settle(options.resourcesDirectory, (program.parent_path() / "resources").string());
+  return options;
+}
+
+LinuxDevice::Description describeDevice(const LinuxPlatformOptions& options) {
+  return {.model = options.model,
+          .systemVersion = options.systemVersion,
+          .name = options.deviceName,
+          .localeIdentifier = options.localeIdentifier,
+          .preferredLanguages = options.preferredLanguages,
+          .carrierName = options.carrierName,
+          .machineIdentifier = options.machineIdentifier};
+}
+
+}  // namespace
+
+struct LinuxPlatform::Services {
+  explicit Services(const LinuxPlatformOptions& options)
+      : log(options.logSink),
+        queues(mainQueue),
+        settings(options.settingsFile),
+        keychain(options.keychainFile),
+        urlLoader(options.certificateAuthorityFile, options.connectTo),
+        application(options.initialState, options.urlOpener, options.rootViewController),
+        bundle(options.info, options.localizedTexts, options.resourcesDirectory, options.layoutLoader),
+        alerts(options.alertPresenter, log),
+        notifications(options.notificationScheduler, options.localNotificationScheduler),
+        device(describeDevice(options)),
+        files(options.documentsDirectory, options.cachesDirectory) {}
+
+  LinuxSystemLog log;
+  LinuxMainQueue mainQueue;
+  LinuxTaskQueues queues;
+  LinuxSettingsStore settings;
+  LinuxKeychain keychain;
+  CurlURLLoader urlLoader;
+  LinuxImageDecoder imageDecoder;
+  LinuxApplication application;
+  LinuxBundle bundle;
+  LinuxAlerts alerts;
+  LinuxNotifications notifications;
+  LinuxDevice device;
+  LinuxFileSystem files;
+  LinuxClock clock;
+  LinuxUUIDSource uuids;
+  const Platform platform{settings, keychain,      urlLoader, imageDecoder, queues, application, bundle,
+                          alerts,   notifications, device,    files,        clock,  log,         uuids};
+};
+
+LinuxPlatform::LinuxPlatform(LinuxPlatformOptions options)
+    : services_(std::make_unique<Services>(withPaths(std::move(options)))) {}
+
+LinuxPlatform::~LinuxPlatform() = default;
+
+const Platform& LinuxPlatform::platform() const noexcept {
+  return services_->platform;
+}
+
+LinuxMainQueue& LinuxPlatform::mainQueue() noexcept {
+  return services_->mainQueue;
+}
+
+LinuxTaskQueues& LinuxPlatform::queues() noexcept {
+  return services_->queues;
+}
+
+LinuxApplication& LinuxPlatform::application() noexcept {
+  return services_->application;
+}
+
+}  // namespace lumora

@@ -1,0 +1,129 @@
+#include "lumora/Platform/Linux/SettingsFormat.h"
+
+#include <cmath>
+#include <stdexcept>
+
+#include "lumora/Platform/JSON.h"
+#include "lumora/Platform/Linux/Base64.h"
+
+namespace lumora {
+namespace {
+
+constexpr int kVersion = 1;
+/// Each map takes two levels of JSON, and the file itself two more.
+constexpr int kMaximumDepth = (kMaximumJSONDepth - 2) / 2;
+
+[[noreturn]] void refuse(const char* reason) {
+  throw std::invalid_argument(reason);
+}
+
+const std::string& checkedText(const std::string& text) {
+  if (!isUTF8(text)) refuse("a text that is not UTF-8 cannot be stored");
+  return text;
+}
+
+Value encodeNumber(const Value& number) {
+  if (number.isBoolean()) return number;
+  if (!number.isFloatingPoint()) return static_cast<long long>(number.integerValue());
+  if (!std::isfinite(number.doubleValue())) refuse("a number that is not finite cannot be stored");
+  return number.doubleValue();
+}
+
+Value encode(const Value& value, int depth) {
+  if (depth > kMaximumDepth) refuse("a value that is nested too deeply cannot be stored");
+  switch (value.kind()) {
+    case Value::Kind::number:
+      return encodeNumber(value);
+    case Value::Kind::string:
+      return checkedText(*value.asString());
+    case Value::Kind::date:
+      return Dictionary{{"date", static_cast<long long>(value.asDate()->time_since_epoch().count())}};
+    case Value::Kind::data:
+      return Dictionary{{"data", base64Encoded(*value.asData())}};
+    case Value::Kind::list: {
+      List list;
+      for (const Value& item : *value.asList()) list.push_back(encode(item, depth + 1));
+      return list;
+    }
+    case Value::Kind::map: {
+      Dictionary map;
+      for (const auto& [key, item] : *value.asDictionary()) map[checkedText(key)] = encode(item, depth + 1);
+      return Dictionary{{"map", std::move(map)}};
+    }
+    default:
+      refuse("a value of this kind cannot be stored");
+  }
+}
+
+std::optional<Value> decode(const Value& json);
+
+std::optional<Dictionary> decodeMembers(const Dictionary& members) {
+  Dictionary map;
+  for (const auto& [key, member] : members) {
+    std::optional<Value> value = decode(member);
+    if (!value) return std::nullopt;
+    map.emplace_hint(map.end(), key, std::move(*value));
+  }
+  return map;
+}
+
+std::optional<Value> decodeTagged(const Dictionary& object) {
+  if (object.size() != 1) return std::nullopt;
+  const auto& [tag, content] = *object.begin();
+  if (tag == "date" && content.numberKind() == Value::NumberKind::longLong) {
+    return Value(Date(Date::duration(content.integerValue())));
+  }
+  if (tag == "data" && content.asString()) {
+    if (auto bytes = base64Decoded(*content.asString())) return Value(std::move(*bytes));
+  }
+  if (tag == "map" && content.asDictionary()) {
+    if (auto map = decodeMembers(*content.asDictionary())) return Value(std::move(*map));
+  }
+  return std::nullopt;
+}
+
+std::optional<Value> decode(const Value& json) {
+  switch (json.kind()) {
+    case Value::Kind::number:
+    case Value::Kind::string:
+      return json;
+    case Value::Kind::list: {
+      List list;
+      for (const Value& item : *json.asList()) {
+        std::optional<Value> value = decode(item);
+        if (!value) return std::nullopt;
+        list.push_back(std::move(*value));
+      }
+      return Value(std::move(list));
+    }
+    case Value::Kind::map:
+      return decodeTagged(*json.asDictionary());
+    default:
+      return std::nullopt;
+  }
+}
+
+}  // namespace
+
+Value storableSetting(std::string_view key, const Value& value) {
+  if (!isUTF8(key)) refuse("a key that is not UTF-8 cannot be stored");
+  return *decode(encode(value, 1));
+}
+
+std::optional<std::string> encodeSettings(const Dictionary& values) {
+  Dictionary encoded;
+  for (const auto& [key, value] : values) encoded.emplace_hint(encoded.end(), key, encode(value, 1));
+  return writeJSON(Dictionary{{"version", kVersion}, {"values", std::move(encoded)}}, JSONStyle::pretty);
+}
+
+std::optional<Dictionary> decodeSettings(std::string_view text) {
+  const std::optional<Value> file = parseJSON(text);
+  const Dictionary* object = file ? file->asDictionary() : nullptr;
+  if (!object) return std::nullopt;
+  const Value* version = findValue(*object, "version");
+  const Value* values = findValue(*object, "values");
+  if (!version || *version != Value(kVersion) || !values || !values->asDictionary()) return std::nullopt;
+  return decodeMembers(*values->asDictionary());
+}
+
+}  // namespace lumora

@@ -1,0 +1,106 @@
+#include "lumora/Testing/FakeSettingsStore.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+#include "lumora/Platform/JSON.h"
+
+namespace lumora::testing {
+namespace {
+
+/// No store holds lists and maps nested deeper than this.
+constexpr int kMaximumDepth = 255;
+
+bool isStorable(const Value& value, int depth = 1) {
+  if (depth > kMaximumDepth) return false;
+  switch (value.kind()) {
+    case Value::Kind::number:
+      return std::isfinite(value.doubleValue());
+    case Value::Kind::string:
+      return isUTF8(*value.asString());
+    case Value::Kind::data:
+    case Value::Kind::date:
+      return true;
+    case Value::Kind::list:
+      return std::ranges::all_of(*value.asList(),
+                                 [&](const Value& item) { return isStorable(item, depth + 1); });
+    case Value::Kind::map:
+      return std::ranges::all_of(*value.asDictionary(), [&](const auto& entry) {
+        return isUTF8(entry.first) && isStorable(entry.second, depth + 1);
+      });
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+bool FakeSettingsStore::isAvailable() {
+  Lock lock(mutex_);
+  return isAvailable_;
+}
+
+Value FakeSettingsStore::object(std::string_view key) {
+  Lock lock(mutex_);
+  const Value* value = isAvailable_ ? findValue(values_, key) : nullptr;
+  return value ? *value : Value();
+}
+
+void FakeSettingsStore::setObject(std::string_view key, const Value& value) {
+  if (!isUTF8(key) || !isStorable(value)) throw std::invalid_argument("the value cannot be stored");
+  Lock lock(mutex_);
+  if (isAvailable_) values_.insert_or_assign(std::string(key), value);
+}
+
+void FakeSettingsStore::removeObject(std::string_view key) {
+  Lock lock(mutex_);
+  if (isAvailable_) values_.erase(std::string(key));
+}
+
+bool FakeSettingsStore::synchronize() {
+  Lock lock(mutex_);
+  ++flushCount_;
+  if (values_ == flushed_) return true;
+  if (flushFails_) return false;
+  flushed_ = values_;
+  return true;
+}
+
+void FakeSettingsStore::setAvailable(bool available) {
+  Lock lock(mutex_);
+  isAvailable_ = available;
+}
+
+void FakeSettingsStore::setFlushFails(bool fails) {
+  Lock lock(mutex_);
+  flushFails_ = fails;
+}
+
+void FakeSettingsStore::loseUnflushedChanges() {
+  Lock lock(mutex_);
+  values_ = flushed_;
+}
+
+void FakeSettingsStore::clear() {
+  Lock lock(mutex_);
+  values_.clear();
+  flushed_.clear();
+}
+
+Dictionary FakeSettingsStore::values() const {
+  Lock lock(mutex_);
+  return values_;
+}
+
+Dictionary FakeSettingsStore::flushedValues() const {
+  Lock lock(mutex_);
+  return flushed_;
+}
+
+int FakeSettingsStore::flushCount() const {
+  Lock lock(mutex_);
+  return flushCount_;
+}
+
+}  // namespace lumora::testing

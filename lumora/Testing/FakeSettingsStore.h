@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string_view>
+
+#include "lumora/Platform/Mutex.h"
+#include "lumora/Platform/SettingsStore.h"
+
+namespace lumora::testing {
+
+/// Settings in memory that know what would have reached the disk.
+///
+/// Thread safety: every operation may be called from any thread.
+class LUMORA_EXPORT FakeSettingsStore : public SettingsStore {
+ public:
+  bool isAvailable() override;
+  Value object(std::string_view key) override;
+  /// Throws `std::invalid_argument` for what a settings store cannot hold: null, URLs, opaque objects,
+  /// numbers that are not finite and texts that are not UTF-8, also inside lists and maps.
+  void setObject(std::string_view key, const Value& value) override;
+  void removeObject(std::string_view key) override;
+  bool synchronize() override;
+
+  /// Takes the store away, or gives it back.
+  void setAvailable(bool available);
+  /// Makes every flush fail, or succeed again.
+  void setFlushFails(bool fails);
+  /// What the process would find at its next start: forgets every change that was not flushed.
+  void loseUnflushedChanges();
+  /// Removes everything, as removing the application does.
+  void clear();
+  /// Every value as it is in memory, and as the last flush left it.
+  Dictionary values() const;
+  Dictionary flushedValues() const;
+  /// How often `synchronize` was called.
+  int flushCount() const;
+
+ private:
+  mutable Mutex mutex_;
+  Dictionary values_ LUMORA_GUARDED_BY(mutex_);
+  Dictionary flushed_ LUMORA_GUARDED_BY(mutex_);
+  bool isAvailable_ LUMORA_GUARDED_BY(mutex_) = true;
+  bool flushFails_ LUMORA_GUARDED_BY(mutex_) = false;
+  int flushCount_ LUMORA_GUARDED_BY(mutex_) = 0;
+};
+
+}  // namespace lumora::testing
