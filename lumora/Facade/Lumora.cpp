@@ -121,7 +121,9 @@ void Lumora::completeInitialization(const std::string& appSecret) {
 std::string Lumora::getFormattedDate() const {
   Clock& clock = platform().clock;
   const Date now = clock.now();
-  return date::format("%Y-%m-%d", std::chrono::floor<std::chrono::days>(now + clock.utcOffset(now)));
+  const date::year_month_day today(std::chrono::floor<date::days>(now + clock.utcOffset(now)));
+  return fmt::format("{:04}-{:02}-{:02}", static_cast<int>(today.year()),
+                     static_cast<unsigned>(today.month()), static_cast<unsigned>(today.day()));
 }
 
 std::optional<std::string> Lumora::appSecret() const {

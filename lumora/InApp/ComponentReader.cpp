@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -19,7 +20,8 @@ bool isNumericText(const Value& value) {
   double number = 0;
   const char* const end = text->data() + text->size();
   const auto result = std::from_chars(text->data(), end, number);
-  return result.ec == std::errc() && result.ptr == end;
+  // The words for infinity and not-a-number would pass.
+  return result.ec == std::errc() && result.ptr == end && std::isfinite(number);
 }
 
 /// Puts a value where its field wants it; false when it has the wrong type.

@@ -8,7 +8,6 @@ namespace {
 
 using Presence = ComponentReader::Presence;
 using Code = ComponentReader::Code;
-using Number = ComponentReader::Number;
 using WholeNumber = ComponentReader::WholeNumber;
 
 constexpr CodeName buttonStyles[] = {{"style1", 1}, {"style2", 2}, {"style3", 3}};

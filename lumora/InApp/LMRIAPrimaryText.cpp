@@ -8,7 +8,6 @@ namespace {
 
 using Presence = ComponentReader::Presence;
 using Code = ComponentReader::Code;
-using Number = ComponentReader::Number;
 using WholeNumber = ComponentReader::WholeNumber;
 
 }  // namespace

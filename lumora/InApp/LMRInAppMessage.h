@@ -13,6 +13,7 @@
 #include "lumora/InApp/LMRIASecondaryButton.h"
 #include "lumora/InApp/LMRIASecondaryText.h"
 #include "lumora/Platform/Export.h"
+#include "lumora/Platform/Mutex.h"
 #include "lumora/Platform/Value.h"
 #include "lumora/Platform/ViewController.h"
 
@@ -80,7 +81,8 @@ class LUMORA_EXPORT LMRInAppMessage : public std::enable_shared_from_this<LMRInA
   /// Makes the screen and presents it, on the main queue. Without a layout resource or a window nothing is
   /// shown.
   void show();
-  const std::shared_ptr<ViewController>& inAppViewController() const noexcept { return inAppViewController_; }
+  /// The screen of the last `show`; null before it. Any thread.
+  std::shared_ptr<ViewController> inAppViewController() const;
 
  private:
   bool read(const Dictionary& campaign);
@@ -93,7 +95,7 @@ class LUMORA_EXPORT LMRInAppMessage : public std::enable_shared_from_this<LMRInA
   bool hasComponent(std::string_view key) const;
   bool canDoWithout(std::string_view key) const;
   bool drop(std::string_view reason) const;
-  void present() const;
+  void present(const std::shared_ptr<ViewController>& container) const;
 
   std::optional<std::string> campaign_id_;
   std::int32_t status_ = active;
@@ -113,7 +115,8 @@ class LUMORA_EXPORT LMRInAppMessage : public std::enable_shared_from_this<LMRInA
   std::shared_ptr<LMRIAPrimaryButton> primaryButton_;
   std::shared_ptr<LMRIASecondaryButton> secondaryButton_;
   std::shared_ptr<LMRIAClose> closeButton_;
-  std::shared_ptr<ViewController> inAppViewController_;
+  mutable Mutex viewControllerMutex_;
+  std::shared_ptr<ViewController> inAppViewController_ LUMORA_GUARDED_BY(viewControllerMutex_);
 };
 
 }  // namespace lumora

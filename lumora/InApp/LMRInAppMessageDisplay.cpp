@@ -16,20 +16,31 @@ void LMRInAppMessage::show() {
   auto container = storyboard ? storyboard->instantiateViewController(containerView()) : nullptr;
   if (!container) return;
   container->setInapp(shared_from_this());
-  inAppViewController_ = std::move(container);
-  platform().queues.mainQueue().async([message = shared_from_this()] { message->present(); });
+  auto previous = container;
+  {
+    Lock lock(viewControllerMutex_);
+    inAppViewController_.swap(previous);
+  }
+  // The task has its own reference: the message may be shown again, on another thread, before it runs.
+  platform().queues.mainQueue().async(
+      [message = shared_from_this(), container = std::move(container)] { message->present(container); });
 }
 
-void LMRInAppMessage::present() const {
+std::shared_ptr<ViewController> LMRInAppMessage::inAppViewController() const {
+  Lock lock(viewControllerMutex_);
+  return inAppViewController_;
+}
+
+void LMRInAppMessage::present(const std::shared_ptr<ViewController>& container) const {
   const auto root = platform().application.rootViewController();
   if (!root) return;
   logTrace({"-[LMRInAppMessage show]_block_invoke", 340}, "showing campaign {}", textOrNull(campaign_id_));
   if (compareVersions(platform().device.systemVersion(), "8") >= 0) {
-    inAppViewController_->setModalPresentationStyle(ModalPresentationStyle::custom);
+    container->setModalPresentationStyle(ModalPresentationStyle::custom);
   } else {
     root->setModalPresentationStyle(ModalPresentationStyle::currentContext);
   }
-  root->presentViewController(inAppViewController_, true);
+  root->presentViewController(container, true);
 }
 
 }  // namespace lumora

@@ -94,7 +94,7 @@ class Writer {
       case Value::Kind::list:
         return writeList(*value.asList());
       case Value::Kind::map:
-        return writeMap(*value.asDictionary());
+        return value.asDictionary() && writeMap(*value.asDictionary());  // JSON's keys are texts.
       default:
         return false;
     }

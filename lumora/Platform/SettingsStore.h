@@ -7,14 +7,12 @@
 namespace lumora {
 
 /// The host application's persistent key-value store. The library shares it with the host.
+/// A store that cannot be used reads null and ignores writes.
 ///
 /// Thread safety: every operation may be called from any thread.
 class LUMORA_EXPORT SettingsStore {
  public:
   virtual ~SettingsStore() = default;
-
-  /// False while the store cannot be used; reads then give null and writes do nothing.
-  virtual bool isAvailable() = 0;
 
   /// The stored value, or null. Never touches the disk once the store is loaded.
   virtual Value object(std::string_view key) = 0;
@@ -35,7 +33,6 @@ class LUMORA_EXPORT SettingsStore {
 class LUMORA_EXPORT ForwardingSettingsStore : public SettingsStore {
  public:
   explicit ForwardingSettingsStore(SettingsStore& next) : next_(next) {}
-  bool isAvailable() override { return next_.isAvailable(); }
   Value object(std::string_view key) override { return next_.object(key); }
   void setObject(std::string_view key, const Value& value) override { next_.setObject(key, value); }
   void removeObject(std::string_view key) override { next_.removeObject(key); }

@@ -260,7 +260,8 @@ bool operator==(const Value& left, const Value& right) {
     case Value::Kind::list:
       return *left.asList() == *right.asList();
     case Value::Kind::map:
-      return *left.asDictionary() == *right.asDictionary();
+      if (left.asMixedMap() && right.asMixedMap()) return *left.asMixedMap() == *right.asMixedMap();
+      return left.asDictionary() && right.asDictionary() && *left.asDictionary() == *right.asDictionary();
     case Value::Kind::opaque:
       return *left.asOpaque() == *right.asOpaque();
   }

@@ -1,6 +1,6 @@
-#include <chrono>
-
 #include <date/date.h>
+
+#include <chrono>
 
 #include "lumora/Platform/JSON.h"
 #include "lumora/Storage/LMRDataManager.h"
@@ -11,9 +11,17 @@ namespace {
 
 constexpr const char* managerDescription = "<LMRDataManager>";
 
-/// "yyyy-MM-dd'T'HH:mm:ss.SSS'Z'", in UTC.
+/// "yyyy-MM-dd'T'HH:mm:ss.SSS'Z'", in UTC. Written without streams: those follow the host's locale, and throw
+/// for what lies beyond the calendar's last year.
 std::string formattedDate(Date moment) {
-  return date::format("%Y-%m-%dT%H:%M:%SZ", std::chrono::floor<std::chrono::milliseconds>(moment));
+  const auto millisecond = std::chrono::floor<std::chrono::milliseconds>(moment);
+  const auto day = std::chrono::floor<date::days>(millisecond);
+  const date::year_month_day calendar(day);
+  const date::hh_mm_ss time(millisecond - day);
+  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", static_cast<int>(calendar.year()),
+                     static_cast<unsigned>(calendar.month()), static_cast<unsigned>(calendar.day()),
+                     time.hours().count(), time.minutes().count(), time.seconds().count(),
+                     time.subseconds().count());
 }
 
 std::string coercedKey(const Value& key) {

@@ -81,7 +81,8 @@ void LMRIOManager::clearFile(const LMRResource& resource) const {
   const auto names = platform().files.list(cacheDir_);
   if (!names) return;
   for (const std::string& name : *names) {
-    if (name.substr(0, name.find('_')) == resource.campaignId) removeEntry(name);
+    const auto end = name.find('_');
+    if (end != std::string::npos && name.substr(0, end) == resource.campaignId) removeEntry(name);
   }
 }
 

@@ -36,26 +36,21 @@ bool isStorable(const Value& value, int depth = 1) {
 
 }  // namespace
 
-bool FakeSettingsStore::isAvailable() {
-  Lock lock(mutex_);
-  return isAvailable_;
-}
-
 Value FakeSettingsStore::object(std::string_view key) {
   Lock lock(mutex_);
-  const Value* value = isAvailable_ ? findValue(values_, key) : nullptr;
+  const Value* value = findValue(values_, key);
   return value ? *value : Value();
 }
 
 void FakeSettingsStore::setObject(std::string_view key, const Value& value) {
   if (!isUTF8(key) || !isStorable(value)) throw std::invalid_argument("the value cannot be stored");
   Lock lock(mutex_);
-  if (isAvailable_) values_.insert_or_assign(std::string(key), value);
+  values_.insert_or_assign(std::string(key), value);
 }
 
 void FakeSettingsStore::removeObject(std::string_view key) {
   Lock lock(mutex_);
-  if (isAvailable_) values_.erase(std::string(key));
+  values_.erase(std::string(key));
 }
 
 bool FakeSettingsStore::synchronize() {
@@ -65,11 +60,6 @@ bool FakeSettingsStore::synchronize() {
   if (flushFails_) return false;
   flushed_ = values_;
   return true;
-}
-
-void FakeSettingsStore::setAvailable(bool available) {
-  Lock lock(mutex_);
-  isAvailable_ = available;
 }
 
 void FakeSettingsStore::setFlushFails(bool fails) {

@@ -12,7 +12,6 @@ namespace lumora::testing {
 /// Thread safety: every operation may be called from any thread.
 class LUMORA_EXPORT FakeSettingsStore : public SettingsStore {
  public:
-  bool isAvailable() override;
   Value object(std::string_view key) override;
   /// Throws `std::invalid_argument` for what a settings store cannot hold: null, URLs, opaque objects,
   /// numbers that are not finite and texts that are not UTF-8, also inside lists and maps.
@@ -20,8 +19,6 @@ class LUMORA_EXPORT FakeSettingsStore : public SettingsStore {
   void removeObject(std::string_view key) override;
   bool synchronize() override;
 
-  /// Takes the store away, or gives it back.
-  void setAvailable(bool available);
   /// Makes every flush fail, or succeed again.
   void setFlushFails(bool fails);
   /// What the process would find at its next start: forgets every change that was not flushed.
@@ -38,7 +35,6 @@ class LUMORA_EXPORT FakeSettingsStore : public SettingsStore {
   mutable Mutex mutex_;
   Dictionary values_ LUMORA_GUARDED_BY(mutex_);
   Dictionary flushed_ LUMORA_GUARDED_BY(mutex_);
-  bool isAvailable_ LUMORA_GUARDED_BY(mutex_) = true;
   bool flushFails_ LUMORA_GUARDED_BY(mutex_) = false;
   int flushCount_ LUMORA_GUARDED_BY(mutex_) = 0;
 };

@@ -1,6 +1,7 @@
 #include <date/date.h>
 
 #include <algorithm>
+#include <locale>
 #include <sstream>
 
 #include "lumora/Facade/LMRSecuritySignature.h"
@@ -102,6 +103,7 @@ std::string LMRUtil::getCurrentTimeStamp() const {
 
 std::optional<Date> LMRUtil::getUTCDateTime(std::string_view text) const {
   std::istringstream stream{std::string(text)};
+  stream.imbue(std::locale::classic());  // The host's locale may group digits.
   date::local_days day;
   stream >> date::parse("%Y-%m-%d", day);
   if (stream.fail() || stream.peek() != std::istringstream::traits_type::eof()) return std::nullopt;

@@ -28,9 +28,9 @@ class NetworkManagerTest : public ::testing::Test {
 
   static LMRNetworkManager& manager() { return LMRNetworkManager::sharedInstance(); }
 
-  static std::optional<Dictionary> perform(Operation operation, const std::string& endPoint = "path") {
-    return operation == Operation::get ? manager().getDataFromEndpoint(endPoint)
-                                       : manager().postDataSync("body", endPoint);
+  static std::optional<Dictionary> perform(Operation operation) {
+    return operation == Operation::get ? manager().getDataFromEndpoint("path")
+                                       : manager().postDataSync("body", "path");
   }
 
   /// The lines so far, without the traces and the line that announces this installation's identifier.

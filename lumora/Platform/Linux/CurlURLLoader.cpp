@@ -3,8 +3,6 @@
 #include <curl/curl.h>
 #include <ifaddrs.h>
 #include <net/if.h>
-#include <pthread.h>
-#include <signal.h>
 
 #include <algorithm>
 #include <array>
@@ -15,6 +13,7 @@
 #include <string_view>
 
 #include "lumora/Platform/ASCII.h"
+#include "lumora/Platform/Linux/BrokenPipeGuard.h"
 
 namespace lumora {
 namespace {
@@ -34,37 +33,6 @@ void append(StringList& list, const std::string& text) {
   static_cast<void>(list.release());
   list.reset(extended);
 }
-
-/// Keeps SIGPIPE from the calling thread for the length of a scope: a connection that the other side closed
-/// must not end the host, and its own handler must not be touched.
-class SIGPIPEGuard {
- public:
-  SIGPIPEGuard() {
-    sigemptyset(&pipeSignal_);
-    sigaddset(&pipeSignal_, SIGPIPE);
-    wasPending_ = isPending();
-    pthread_sigmask(SIG_BLOCK, &pipeSignal_, &formerMask_);
-  }
-  ~SIGPIPEGuard() {
-    const timespec noWait{};
-    if (!wasPending_ && isPending()) sigtimedwait(&pipeSignal_, nullptr, &noWait);
-    pthread_sigmask(SIG_SETMASK, &formerMask_, nullptr);
-  }
-  SIGPIPEGuard(const SIGPIPEGuard&) = delete;
-  SIGPIPEGuard& operator=(const SIGPIPEGuard&) = delete;
-
- private:
-  static bool isPending() {
-    sigset_t pending;
-    sigemptyset(&pending);
-    sigpending(&pending);
-    return sigismember(&pending, SIGPIPE) == 1;
-  }
-
-  sigset_t pipeSignal_;
-  sigset_t formerMask_;
-  bool wasPending_ = false;
-};
 
 /// What curl's callbacks work on during one request.
 struct Transfer {
@@ -324,7 +292,7 @@ CurlURLLoader::CurlURLLoader(std::string certificateAuthorityFile, std::string c
 
 CurlURLLoader::~CurlURLLoader() {
   // Closing a TLS connection writes to it.
-  const SIGPIPEGuard guard;
+  const BrokenPipeGuard guard;
   const Lock lock(mutex_);
   keptHandle_.reset();
 }
@@ -347,7 +315,7 @@ void CurlURLLoader::keepHandle(Handle handle) {
 URLResponse CurlURLLoader::load(const URLRequest& request) try {
   if (!hasWebScheme(request.url) || request.url.find('\0') != std::string::npos)
     return failed("Unsupported URL.");
-  const SIGPIPEGuard guard;
+  const BrokenPipeGuard guard;
   if (!initialiseCurl()) return failed("The HTTP library cannot be used.");
   Handle handle = takeHandle();
   if (!handle) return failed("Not enough memory.");

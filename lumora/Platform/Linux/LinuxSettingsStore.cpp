@@ -29,10 +29,6 @@ void applyChange(std::string_view key, const std::optional<Value>& value, Dictio
 
 LinuxSettingsStore::LinuxSettingsStore(std::string path) : file_(std::move(path)) {}
 
-bool LinuxSettingsStore::isAvailable() {
-  return ensureLoaded();
-}
-
 bool LinuxSettingsStore::ensureLoaded() {
   if (isLoaded_) return true;
   Lock fileLock(fileMutex_);

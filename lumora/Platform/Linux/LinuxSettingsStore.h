@@ -18,7 +18,6 @@ namespace lumora {
 class LinuxSettingsStore : public SettingsStore {
  public:
   explicit LinuxSettingsStore(std::string path);
-  bool isAvailable() override;
   Value object(std::string_view key) override;
   void setObject(std::string_view key, const Value& value) override;
   void removeObject(std::string_view key) override;
