@@ -1,4 +1,5 @@
 #include <map>
+#include <sstream>
 #include <thread>
 
 #include "lumora/Facade/LumoraActionMetaData.h"
@@ -10,46 +11,6 @@ namespace {
 
 constexpr int hostThreads = 4;
 constexpr int roundsPerThread = 25;
-
-/// The service: accepts two uploads of three, and counts how often each named event of those reached it.
-class CountingService {
- public:
-  URLResponse answer(const URLRequest& request) {
-    Lock lock(mutex_);
-    if (request.method == "POST") {
-      if (++uploads_ % 3 == 0) return {200, {}, R"({"success":false})", std::nullopt};
-      countEvents(request.body);
-    }
-    return {200, {}, accepted, std::nullopt};
-  }
-
-  /// Counts what was never accepted, and is still stored.
-  void addStored(const std::string& events) {
-    Lock lock(mutex_);
-    countEvents(events);
-  }
-
-  int countOf(const std::string& name) {
-    Lock lock(mutex_);
-    return received_[name];
-  }
-
- private:
-  /// `body` holds one JSON text a line.
-  void countEvents(std::string_view body) LUMORA_REQUIRES(mutex_) {
-    while (!body.empty()) {
-      const auto end = std::min(body.find('\n'), body.size());
-      const auto event = parseJSON(body.substr(0, end));
-      ASSERT_TRUE(event && event->asDictionary());
-      if (const Value* name = findValue(*event->asDictionary(), "name")) ++received_[name->description()];
-      body.remove_prefix(std::min(end + 1, body.size()));
-    }
-  }
-
-  Mutex mutex_;
-  int uploads_ LUMORA_GUARDED_BY(mutex_) = 0;
-  std::map<std::string, int> received_ LUMORA_GUARDED_BY(mutex_);
-};
 
 std::string actionName(int thread, int round) {
   return "action " + std::to_string(thread) + "-" + std::to_string(round);
@@ -75,14 +36,23 @@ void useLumora(testing::FakePlatform& host, int thread) {
 }
 
 TEST(ConcurrencyTest, everyActionIsSentOrStoredExactlyOnce) {
+  Mutex mutex;
+  int uploads = 0;
+  std::string records;  // What the service accepted, one JSON text a line.
   testing::FakePlatform host;
   LinuxMainQueue mainQueue;
   LinuxTaskQueues queues(mainQueue);
   installPlatform({host.settings, host.keychain, host.urlLoader, host.imageDecoder, queues, host.application,
                    host.bundle, host.alerts, host.notifications, host.device, host.files, host.clock,
                    host.log, host.uuids});
-  CountingService service;
-  host.urlLoader.setHandler([&service](const URLRequest& request) { return service.answer(request); });
+  host.urlLoader.setHandler([&](const URLRequest& request) -> URLResponse {
+    Lock lock(mutex);
+    if (request.method == "POST") {
+      if (++uploads % 3 == 0) return {200, {}, R"({"success":false})", std::nullopt};
+      records += request.body + "\n";
+    }
+    return {200, {}, accepted, std::nullopt};
+  });
 
   Lumora& lumora = Lumora::sharedInstance();
   std::vector<std::thread> threads;
@@ -92,17 +62,23 @@ TEST(ConcurrencyTest, everyActionIsSentOrStoredExactlyOnce) {
   for (std::thread& thread : threads) thread.join();
   lumora.serialQueue().sync([] {});
   lumora.serialInAppQueue().sync([] {});
-
-  std::string rest;
-  lumora.dataManager().getEventsDataWith([&rest](const std::string& events, const List&) { rest = events; });
-  service.addStored(rest);
-  for (int thread = 0; thread < hostThreads; ++thread) {
-    for (int round = 0; round < roundsPerThread; ++round) {
-      EXPECT_EQ(service.countOf(actionName(thread, round)), 1) << actionName(thread, round);
-    }
-  }
   EXPECT_FALSE(lumora.eventLogger().isReporting());
   EXPECT_FALSE(lumora.isSyncing());
+
+  // With what was never accepted, and is still stored.
+  lumora.dataManager().getEventsDataWith([&](const std::string& rest, const List&) { records += rest; });
+  std::map<std::string, int> counts;
+  std::istringstream lines(records);
+  for (std::string line; std::getline(lines, line);) {
+    const auto event = parseJSON(line);
+    ASSERT_TRUE(event && event->asDictionary()) << line;
+    if (const Value* name = findValue(*event->asDictionary(), "name")) ++counts[name->description()];
+  }
+  for (int thread = 0; thread < hostThreads; ++thread) {
+    for (int round = 0; round < roundsPerThread; ++round) {
+      EXPECT_EQ(counts[actionName(thread, round)], 1) << actionName(thread, round);
+    }
+  }
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,10 +38,14 @@ class LumoraTest : public ::testing::Test {
   static Lumora& lumora() { return Lumora::sharedInstance(); }
   static LMREventLogger& logger() { return LMREventLogger::sharedInstance(); }
 
-  /// A first run that the service accepts; afterwards nothing is stored and the fakes remember nothing.
-  void initialise() {
+  void initializeAndRun() {
     lumora().initializeWithTarrowID(account, secret);
     host.queues.runAll();
+  }
+
+  /// A first run that the service accepts; afterwards nothing is stored and the fakes remember nothing.
+  void initialise() {
+    initializeAndRun();
     ASSERT_TRUE(lumora().sdkInitialized());
     ASSERT_EQ(storedEvents(), Texts());
     forget();
@@ -48,13 +53,11 @@ class LumoraTest : public ::testing::Test {
 
   /// What an earlier run with this version and these credentials left behind.
   void rememberEarlierRun(const Value& version, const Value& tarrowID, const Value& appSecret) {
-    const auto remember = [this](std::string_view key, const Value& value) {
+    for (const auto& [key, value] : {std::pair(kLmroAppVersion, version), std::pair(kLmroTarrowID, tarrowID),
+                                     std::pair(kLmroAppSecret, appSecret)}) {
       if (!value.isNull()) host.settings.setObject(key, value);
-    };
-    remember(kLmroAppVersion, version);
-    remember(kLmroTarrowID, tarrowID);
-    remember(kLmroAppSecret, appSecret);
-    remember(kLmroInit, true);
+    }
+    host.settings.setObject(kLmroInit, true);
   }
 
   void forget() {
@@ -67,6 +70,23 @@ class LumoraTest : public ::testing::Test {
 
   using Texts = std::vector<std::string>;
 
+  static inline const std::string uploadRequest = "POST /report/events/";
+  static inline const std::string syncRequest = "GET /api/v1/sync/secret?lst=0";
+
+  static std::string sessionEvent(const std::string& name, std::int64_t duration, std::int64_t timestamp) {
+    return R"({"duration":)" + std::to_string(duration) + R"(,"event_type":"session","name":")" + name +
+           R"(","timestamp":)" + std::to_string(timestamp) + R"(,"type":"internal"})";
+  }
+  static std::string appOpenEvent(long timestamp = startSecond) {
+    return R"({"event_type":"checkpoint","name":"lmr_app_open","timestamp":)" + std::to_string(timestamp) +
+           R"(,"type":"internal"})";
+  }
+  /// What reporting an action at the start second stores.
+  static std::string actionEvent(const std::string& name, const std::string& metadata = "") {
+    return R"({"event_type":"checkpoint",)" + (metadata.empty() ? "" : R"("metadata":)" + metadata + ",") +
+           R"("name":")" + name + R"(","timestamp":1496318400,"type":"custom"})";
+  }
+
   static Texts storedEvents() {
     Texts events;
     LMRDataManager::sharedInstance().getEventsDataWith([&events](const std::string& text, const List& ids) {
@@ -76,13 +96,10 @@ class LumoraTest : public ::testing::Test {
     return events;
   }
 
-  static Texts lines(std::string_view text) {
+  static Texts lines(const std::string& text) {
     Texts found;
-    while (!text.empty()) {
-      const auto end = std::min(text.find('\n'), text.size());
-      found.emplace_back(text.substr(0, end));
-      text.remove_prefix(std::min(end + 1, text.size()));
-    }
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) found.push_back(line);
     return found;
   }
 
@@ -113,8 +130,7 @@ class LumoraTest : public ::testing::Test {
   /// A setting as JSON text; "absent" for one that is not there.
   std::string setting(std::string_view key) const {
     const Value value = host.settings.object(key);
-    if (value.isNull()) return "absent";
-    return writeJSON(value).value_or(value.description());
+    return value.isNull() ? "absent" : writeJSON(value).value_or(value.description());
   }
 
   testing::FakePlatform& host = testing::FakePlatform::install();
