@@ -26,9 +26,9 @@ bool isStorable(const Value& value, int depth = 1) {
       return std::ranges::all_of(*value.asList(),
                                  [&](const Value& item) { return isStorable(item, depth + 1); });
     case Value::Kind::map:
-      return std::ranges::all_of(*value.asDictionary(), [&](const auto& entry) {
-        return isUTF8(entry.first) && isStorable(entry.second, depth + 1);
-      });
+      return value.asDictionary() && std::ranges::all_of(*value.asDictionary(), [&](const auto& entry) {
+               return isUTF8(entry.first) && isStorable(entry.second, depth + 1);
+             });
     default:
       return false;
   }

@@ -1,5 +1,3 @@
-#include "lumora/Platform/SystemLog.h"
-
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -11,92 +9,47 @@
 
 #include "lumora/Platform/Linux/FileDescriptor.h"
 #include "lumora/Platform/Linux/LinuxSystemLog.h"
-#include "lumora/Testing/FakeSystemLog.h"
 #include "tests/Support/TemporaryFolder.h"
 #include "tests/Support/TestFiles.h"
 
 namespace lumora::testing {
 namespace {
 
-struct SinkLog : LinuxSystemLog {
-  SinkLog() : LinuxSystemLog([this](std::string_view message) { collected_.write(message); }) {}
-  std::vector<std::string> messages() const { return collected_.messages(); }
-
- private:
-  FakeSystemLog collected_;
-};
-
-template <typename Implementation>
-class SystemLogTest : public ::testing::Test {
- protected:
-  Implementation log;
-};
-
-using Logs = ::testing::Types<FakeSystemLog, SinkLog>;
-TYPED_TEST_SUITE(SystemLogTest, Logs);
-
-TYPED_TEST(SystemLogTest, PassesMessagesOnAsTheyAre) {
-  this->log.write("first");
-  this->log.write("");
-  this->log.write("two\nlines %@ %s");
-  EXPECT_EQ(this->log.messages(), (std::vector<std::string>{"first", "", "two\nlines %@ %s"}));
-}
-
-/// Puts another file in standard error's place while it lives.
-class StandardErrorTo {
- public:
-  explicit StandardErrorTo(const FileDescriptor& file) : saved_(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 10)) {
-    if (file.isOpen()) {
-      ::dup2(file.get(), STDERR_FILENO);
-    } else {
-      ::close(STDERR_FILENO);
-    }
-  }
-  ~StandardErrorTo() { ::dup2(saved_.get(), STDERR_FILENO); }
-  StandardErrorTo(const StandardErrorTo&) = delete;
-  StandardErrorTo& operator=(const StandardErrorTo&) = delete;
-
- private:
-  FileDescriptor saved_;
-};
-
 FileDescriptor openForAppending(const std::string& path) {
   return FileDescriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
 }
 
+/// Each test replaces its process's standard error for good.
 TEST(LinuxSystemLogTest, WritesWholeLinesToStandardError) {
   const TemporaryFolder folder;
-  constexpr int threadCount = 4;
-  constexpr int linesEach = 200;
+  const FileDescriptor saved(::dup(STDERR_FILENO));
+  ::dup2(openForAppending(folder / "log").get(), STDERR_FILENO);
   const std::string line(300, 'x');
   {
-    const StandardErrorTo redirected(openForAppending(folder / "log"));
     LinuxSystemLog log(nullptr);
     std::vector<std::jthread> threads;
-    for (int i = 0; i < threadCount; ++i) {
+    for (int i = 0; i < 4; ++i) {
       threads.emplace_back([&] {
-        for (int j = 0; j < linesEach; ++j) log.write(line);
+        for (int j = 0; j < 200; ++j) log.write(line);
       });
     }
   }
+  ::dup2(saved.get(), STDERR_FILENO);
   std::string expected;
-  for (int i = 0; i < threadCount * linesEach; ++i) expected += line + "\n";
+  for (int i = 0; i < 800; ++i) expected += line + "\n";
   EXPECT_EQ(readFile(folder / "log"), expected);
 }
 
-TEST(LinuxSystemLogTest, AFullStandardErrorLosesTheMessage) {
-  const StandardErrorTo redirected(openForAppending("/dev/full"));
-  LinuxSystemLog(nullptr).write("lost");
-}
-
-TEST(LinuxSystemLogTest, ABrokenPipeLosesTheMessageAndRaisesNoSignal) {
+TEST(LinuxSystemLogTest, AFullOrBrokenStandardErrorLosesTheMessageAndRaisesNoSignal) {
   std::array<int, 2> ends{};
   ASSERT_EQ(::pipe(ends.data()), 0);
   ::close(ends[0]);
-  {
-    const StandardErrorTo redirected{FileDescriptor(ends[1])};
+  const FileDescriptor saved(::dup(STDERR_FILENO));
+  for (const int target : {openForAppending("/dev/full").release(), ends[1]}) {
+    ::dup2(target, STDERR_FILENO);
     LinuxSystemLog(nullptr).write("lost");
   }
+  ::dup2(saved.get(), STDERR_FILENO);
   sigset_t signals;
   ::sigpending(&signals);
   EXPECT_EQ(sigismember(&signals, SIGPIPE), 0);
@@ -106,13 +59,13 @@ TEST(LinuxSystemLogTest, ABrokenPipeLosesTheMessageAndRaisesNoSignal) {
 
 TEST(LinuxSystemLogTest, AClosedStandardErrorSparesTheFileThatTakesItsNumber) {
   const TemporaryFolder folder;
-  {
-    const StandardErrorTo closed{FileDescriptor()};
-    LinuxSystemLog log(nullptr);
-    const FileDescriptor database = openForAppending(folder / "database");
-    log.write("stray");
-    EXPECT_EQ(database.get(), STDERR_FILENO);
-  }
+  const FileDescriptor saved(::dup(STDERR_FILENO));
+  ::close(STDERR_FILENO);
+  LinuxSystemLog log(nullptr);
+  const int database = openForAppending(folder / "database").release();
+  log.write("stray");
+  ::dup2(saved.get(), STDERR_FILENO);
+  EXPECT_EQ(database, STDERR_FILENO);
   EXPECT_EQ(readFile(folder / "database"), "");
 }
 

@@ -1,11 +1,12 @@
-#include "lumora/Platform/TaskQueues.h"
-
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
 
+#include <atomic>
 #include <future>
-#include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "lumora/Platform/Linux/LinuxTaskQueues.h"
@@ -14,143 +15,176 @@
 namespace lumora::testing {
 namespace {
 
-class FakeHost {
- public:
-  TaskQueues& queues() { return queues_; }
-  void finish(TaskQueue&) { queues_.runAll(); }
-  void finishMain() { queues_.runMainQueue(); }
-
- private:
-  FakeTaskQueues queues_;
+struct FakeHost {
+  void finish(TaskQueue&) { queues.runAll(); }
+  FakeTaskQueues queues;
 };
 
-class LinuxHost {
- public:
-  TaskQueues& queues() { return queues_; }
+struct LinuxHost {
   void finish(TaskQueue& queue) {
     queue.sync([] {});
-    finishMain();
+    while (main.runPending() > 0) continue;
   }
-  void finishMain() {
-    while (main_.runPending() > 0) {
-    }
-  }
-
- private:
-  LinuxMainQueue main_;
-  LinuxTaskQueues queues_{main_};
+  LinuxMainQueue main;
+  LinuxTaskQueues queues{main};
 };
 
 template <typename Host>
-class TaskQueuesTest : public ::testing::Test {
- protected:
+struct TaskQueuesTest : ::testing::Test {
   Host host;
-  std::unique_ptr<TaskQueue> queue = host.queues().makeSerialQueue("com.example.queue");
+  TaskQueue& main = host.queues.mainQueue();
+  std::unique_ptr<TaskQueue> queue = host.queues.makeSerialQueue("com.example.queue");
+  std::string ran;
 };
 
 using Hosts = ::testing::Types<FakeHost, LinuxHost>;
 TYPED_TEST_SUITE(TaskQueuesTest, Hosts);
 
-TYPED_TEST(TaskQueuesTest, RunsADeepQueueInOrder) {
+TYPED_TEST(TaskQueuesTest, RunsADeepQueueInOrderAndLetsGoOfIt) {
   constexpr int count = 10'000;
-  std::vector<int> order;
-  for (int i = 0; i < count; ++i) this->queue->async([&order, i] { order.push_back(i); });
+  auto order = std::make_shared<std::vector<int>>();
+  for (int i = 0; i < count; ++i) this->queue->async([order, i] { order->push_back(i); });
+  this->main.async([order] {});
   this->host.finish(*this->queue);
-  ASSERT_EQ(order.size(), std::size_t{count});
-  for (int i = 0; i < count; ++i) ASSERT_EQ(order[static_cast<std::size_t>(i)], i);
+  ASSERT_EQ(order->size(), std::size_t{count});
+  for (int i = 0; i < count; ++i) ASSERT_EQ(order->at(static_cast<std::size_t>(i)), i);
+  EXPECT_EQ(order.use_count(), 1);
 }
 
 TYPED_TEST(TaskQueuesTest, ATaskThatThrowsIsDroppedAndTheQueueGoesOn) {
-  std::string ran;
-  this->queue->async([&] { ran += "a"; });
-  this->queue->async([] { throw std::runtime_error("dropped"); });
   this->queue->async([] { throw 1; });
-  this->queue->async([&] { ran += "b"; });
+  this->queue->async([this] { this->ran += "a"; });
   this->queue->sync([] { throw std::runtime_error("dropped"); });
-  this->queue->sync([&] { ran += "c"; });
-  this->host.queues().mainQueue().async([] { throw 1; });
-  this->host.queues().mainQueue().sync([] { throw 1; });
-  this->host.queues().mainQueue().async([&] { ran += "d"; });
+  this->queue->sync([this] { this->ran += "b"; });
+  this->main.async([] { throw 1; });
+  this->main.sync([] { throw 1; });
+  this->main.async([this] { this->ran += "c"; });
   this->host.finish(*this->queue);
-  EXPECT_EQ(ran, "abcd");
+  EXPECT_EQ(this->ran, "abc");
 }
 
-TYPED_TEST(TaskQueuesTest, SyncRunsAfterWhatWaits) {
-  std::string ran;
-  this->queue->async([&] { ran += "a"; });
-  this->queue->sync([&] { ran += "b"; });
-  EXPECT_EQ(ran, "ab");
-}
-
-TYPED_TEST(TaskQueuesTest, ATaskMayHandOverMore) {
-  std::string ran;
-  this->queue->async([&] {
-    this->queue->async([&] { ran += "b"; });
-    ran += "a";
-  });
+TYPED_TEST(TaskQueuesTest, TheMainQueueRunsLaterOnTheMainThreadAndSyncAtOnce) {
+  this->main.async([this] { this->ran += this->host.queues.isMainThread() ? "b" : "B"; });
+  this->queue->async([this] { this->main.async([this] { this->ran += "c"; }); });
+  this->queue->sync([this] { this->ran += this->host.queues.isMainThread() ? "?" : "q"; });
+  this->main.sync([this] { this->ran += "a"; });
+  EXPECT_EQ(this->ran, "qa");
   this->host.finish(*this->queue);
-  this->host.finish(*this->queue);
-  EXPECT_EQ(ran, "ab");
-}
-
-TYPED_TEST(TaskQueuesTest, TellsTheMainThreadFromTheQueues) {
-  EXPECT_TRUE(this->host.queues().isMainThread());
-  bool isMainInQueue = true;
-  bool isMainInMain = false;
-  this->queue->sync([&] { isMainInQueue = this->host.queues().isMainThread(); });
-  this->host.queues().mainQueue().async([&] { isMainInMain = this->host.queues().isMainThread(); });
-  this->host.finishMain();
-  EXPECT_FALSE(isMainInQueue);
-  EXPECT_TRUE(isMainInMain);
-  EXPECT_TRUE(this->host.queues().isMainThread());
-}
-
-TYPED_TEST(TaskQueuesTest, MainQueueRunsLaterAndInOrder) {
-  std::string ran;
-  TaskQueue& main = this->host.queues().mainQueue();
-  main.async([&] { ran += "a"; });
-  this->queue->sync([&] { main.async([&] { ran += "b"; }); });
-  main.async([&] { ran += "c"; });
-  EXPECT_EQ(ran, "");
-  this->host.finishMain();
-  EXPECT_EQ(ran, "abc");
-}
-
-TYPED_TEST(TaskQueuesTest, SyncOnTheMainThreadRunsAtOnce) {
-  std::string ran;
-  TaskQueue& main = this->host.queues().mainQueue();
-  main.async([&] { ran += "b"; });
-  main.sync([&] { ran += "a"; });
-  EXPECT_EQ(ran, "a");
-  this->host.finishMain();
-  EXPECT_EQ(ran, "ab");
-}
-
-TYPED_TEST(TaskQueuesTest, AFinishedTaskLetsGoOfWhatItHolds) {
-  auto held = std::make_shared<int>(1);
-  this->queue->async([held] {});
-  this->host.queues().mainQueue().async([held] {});
-  this->host.finish(*this->queue);
-  EXPECT_EQ(held.use_count(), 1);
+  EXPECT_EQ(this->ran, "qabc");
+  EXPECT_TRUE(this->host.queues.isMainThread());
 }
 
 TYPED_TEST(TaskQueuesTest, ATaskMayDestroyItsQueue) {
-  std::shared_ptr<TaskQueue> doomed = this->host.queues().makeSerialQueue("doomed");
+  std::shared_ptr<TaskQueue> doomed = this->host.queues.makeSerialQueue("doomed");
   TaskQueue& doomedQueue = *doomed;
-  std::promise<bool> destroyed;
-  bool ranNext = false;
-  doomedQueue.async([owner = std::move(doomed), &destroyed, &ranNext]() mutable {
-    owner->async([&ranNext] { ranNext = true; });
+  std::promise<void> destroyed;
+  doomedQueue.async([this, owner = std::move(doomed), &destroyed]() mutable {
+    owner->async([this] { this->ran += "next"; });
     owner.reset();
-    destroyed.set_value(true);
+    destroyed.set_value();
   });
   this->host.finish(*this->queue);
-  EXPECT_TRUE(destroyed.get_future().get());
-  EXPECT_FALSE(ranNext);
+  destroyed.get_future().get();
+  EXPECT_EQ(this->ran, "");
 }
 
-TYPED_TEST(TaskQueuesTest, KeepsItsLabel) {
-  EXPECT_EQ(this->queue->label(), "com.example.queue");
+struct LinuxTaskQueuesTest : ::testing::Test {
+  bool isReadable() const {
+    pollfd entry{main.descriptor(), POLLIN, 0};
+    return ::poll(&entry, 1, 0) == 1;
+  }
+  LinuxMainQueue main;
+  LinuxTaskQueues queues{main};
+};
+
+TEST_F(LinuxTaskQueuesTest, ItsThreadLeavesEverySignalToTheHost) {
+  const auto queue = queues.makeSerialQueue("queue");
+  sigset_t blocked;
+  queue->sync([&] { ::pthread_sigmask(SIG_BLOCK, nullptr, &blocked); });
+  for (const int signal : {SIGINT, SIGTERM, SIGCHLD, SIGPIPE, SIGALRM, SIGUSR1}) {
+    EXPECT_EQ(sigismember(&blocked, signal), 1) << signal;
+  }
+  ::pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+  EXPECT_EQ(sigismember(&blocked, SIGTERM), 0);
+}
+
+TEST_F(LinuxTaskQueuesTest, DestructionWaitsForTheRunningTaskAndDropsTheRest) {
+  auto queue = queues.makeSerialQueue("queue");
+  std::promise<void> begun;
+  std::promise<void> mayEnd;
+  std::atomic<bool> ended = false;
+  std::atomic<bool> ranNext = false;
+  auto held = std::make_shared<int>(1);
+  queue->async([&] {
+    begun.set_value();
+    mayEnd.get_future().wait();
+    ended = true;
+  });
+  queue->async([&, held] { ranNext = true; });
+  begun.get_future().wait();
+  EXPECT_FALSE(queues.areSerialQueuesIdle());
+  std::jthread destroyer([&] { queue.reset(); });
+  while (held.use_count() > 1) std::this_thread::yield();
+  EXPECT_FALSE(ended);
+  mayEnd.set_value();
+  destroyer.join();
+  EXPECT_TRUE(ended);
+  EXPECT_FALSE(ranNext);
+  EXPECT_TRUE(queues.areSerialQueuesIdle());
+}
+
+TEST_F(LinuxTaskQueuesTest, RunPendingRunsWhatWaitsNowAndTheDescriptorTellsOfMore) {
+  int runs = 0;
+  std::function<void()> again = [&] {
+    ++runs;
+    EXPECT_FALSE(main.isIdle()) << "a task runs";
+    main.async(again);
+  };
+  EXPECT_FALSE(isReadable());
+  EXPECT_EQ(main.runPending(), 0U);
+  main.async(again);
+  EXPECT_TRUE(isReadable());
+  main.async([&] { ++runs; });
+  EXPECT_EQ(main.runPending(), 2U);
+  EXPECT_EQ(runs, 2);
+  EXPECT_TRUE(isReadable());
+  again = [&] {
+    main.async([] {});
+    EXPECT_EQ(main.runPending(), 1U) << "nested";
+  };
+  EXPECT_EQ(main.runPending(), 1U);
+  EXPECT_EQ(main.runPending(), 1U);
+  EXPECT_FALSE(isReadable());
+  EXPECT_TRUE(main.isIdle());
+}
+
+TEST_F(LinuxTaskQueuesTest, RunWorksUntilItIsStopped) {
+  std::string ran;
+  main.async([&] { ran += "a"; });
+  std::jthread other([&] {
+    main.sync([&] { ran += "b"; });
+    main.async([&] {
+      main.stop();
+      main.async([&] { ran += "d"; });
+      ran += "c";
+    });
+  });
+  main.run();
+  EXPECT_EQ(ran, "abc");
+  EXPECT_EQ(main.runPending(), 1U) << "what waited when it stopped is still there";
+  main.stop();
+  main.run();  // A stop that came first is not lost.
+  EXPECT_EQ(ran, "abcd");
+}
+
+TEST(LinuxMainQueueTest, ItsEndReleasesWhoeverWaitsForATask) {
+  auto main = std::make_unique<LinuxMainQueue>();
+  bool ran = false;
+  std::thread waiter([&queue = *main, &ran] { queue.sync([&ran] { ran = true; }); });
+  while (main->isIdle()) std::this_thread::yield();
+  main.reset();
+  waiter.join();
+  EXPECT_FALSE(ran);
 }
 
 }  // namespace

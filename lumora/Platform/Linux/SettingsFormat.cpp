@@ -46,6 +46,7 @@ Value encode(const Value& value, int depth) {
       return list;
     }
     case Value::Kind::map: {
+      if (!value.asDictionary()) refuse("a map with keys that are no texts cannot be stored");
       Dictionary map;
       for (const auto& [key, item] : *value.asDictionary()) map[checkedText(key)] = encode(item, depth + 1);
       return Dictionary{{"map", std::move(map)}};
