@@ -14,16 +14,14 @@ class SessionsTest : public LumoraTest {
 
 TEST_F(SessionsTest, durationCountsWholeSecondsOfTheClock) {
   constexpr int none = 0;
+  // The fractions of both ends are cut off.
   const struct {
     double start;
     double end;
     std::int64_t duration;
-  } cases[] = {
-      {100.0, 100.0, none},    {100.0, 100.999999, none}, {100.9, 101.0, 1},  // The fractions of both ends
-                                                                              // are cut off.
-      {100.5, 102.1, 2},       {100.0, 99.0, none},       {-1.5, 0.5, 1},    {-0.5, 0.5, none},
-      {1e12, 1e12 + 60, none}, {-1e12, 1e12, 4294967295},
-  };
+  } cases[] = {{100.0, 100.0, none}, {100.0, 100.999999, none}, {100.9, 101.0, 1},
+               {100.5, 102.1, 2},    {100.0, 99.0, none},       {-1.5, 0.5, 1},
+               {-0.5, 0.5, none},    {1e12, 1e12 + 60, none},   {-1e12, 1e12, 4294967295}};
   for (const auto& test : cases) {
     setNow(test.start);
     ASSERT_TRUE(logger().startSession("level"));

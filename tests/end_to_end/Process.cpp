@@ -18,13 +18,11 @@ constexpr int kPatienceMilliseconds = 60'000;
 
 struct Pipe {
   Pipe() {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe can be made");
-    reading = ends[0];
-    writing = ends[1];
+    if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe can be made");
   }
-  int reading;
-  int writing;
+  int ends[2];
+  int& reading = ends[0];
+  int& writing = ends[1];
 };
 
 /// Runs in the child: only operations that are safe after fork.
@@ -70,8 +68,7 @@ void Process::write(std::string_view bytes) {
     if (!pollOnce(true)) continue;
     const ssize_t count = ::write(input_, bytes.data(), bytes.size());
     if (count > 0) bytes.remove_prefix(static_cast<std::size_t>(count));
-    if (count < 0 && errno != EAGAIN && errno != EINTR)
-      throw std::runtime_error("input is closed: " + errorText());
+    if (count < 0 && errno != EAGAIN) throw std::runtime_error("input is closed: " + errorText());
   }
 }
 
@@ -89,10 +86,6 @@ std::optional<std::string> Process::readLine() {
     if (output_.hasEnded) return std::nullopt;
     pollOnce(false);
   }
-}
-
-void Process::sendSignal(int signal) const {
-  ::kill(child_, signal);
 }
 
 int Process::waitForEnd() {
@@ -117,13 +110,11 @@ void Process::waitForErrorText(std::string_view text) {
 
 void Process::Stream::receive() {
   std::array<char, 65536> chunk{};
-  while (!hasEnded) {
-    const ssize_t count = ::read(descriptor, chunk.data(), chunk.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return;
+  ssize_t count = 0;
+  while ((count = ::read(descriptor, chunk.data(), chunk.size())) > 0) {
     text.append(chunk.data(), static_cast<std::size_t>(count));
-    hasEnded = count == 0;
   }
+  hasEnded = count == 0;
 }
 
 bool Process::pollOnce(bool wantsToWrite) {

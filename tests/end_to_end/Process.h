@@ -1,5 +1,6 @@
 #pragma once
 
+#include <signal.h>
 #include <sys/types.h>
 
 #include <optional>
@@ -26,7 +27,7 @@ class Process {
   void closeInput();
   /// The next line of standard output without its line feed; nothing at the end of the output.
   std::optional<std::string> readLine();
-  void sendSignal(int signal) const;
+  void sendSignal(int signal) const { ::kill(child_, signal); }
   /// Waits for the end and gives the exit status, or 128 and the signal's number for a killed child.
   int waitForEnd();
   /// What has been written to standard error so far.
