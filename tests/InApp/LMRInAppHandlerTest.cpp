@@ -1,0 +1,143 @@
+#include "lumora/InApp/LMRInAppHandler.h"
+
+#include <thread>
+#include <tuple>
+
+#include "tests/Facade/LumoraFixture.h"
+#include "tests/InApp/Campaigns.h"
+
+namespace lumora::tests {
+namespace {
+
+/// A screen that notes what is done with it. The root screen serves as the layout too: it makes the others.
+class Screen : public ViewController, public LayoutResource {
+ public:
+  void setModalPresentationStyle(ModalPresentationStyle s) override { note("style", static_cast<int>(s)); }
+  void presentViewController(std::shared_ptr<ViewController> screen, bool animated) override {
+    note(static_cast<Screen&>(*screen).notes + "; presents", animated);
+  }
+  void dismiss(bool animated) override { note("dismissed", animated); }
+  void setInapp(std::shared_ptr<LMRInAppMessage> message) override { notes = *message->getCampaignId(); }
+  std::shared_ptr<ViewController> instantiateViewController(std::string_view identifier) override {
+    return identifier == "LMRInAppViewControllerPop" ? std::make_shared<Screen>() : nullptr;
+  }
+  void note(const std::string& what, int how) { notes += " " + what + " " + std::to_string(how); }
+
+  std::string notes;
+};
+
+class LMRInAppHandlerTest : public LumoraTest {
+ protected:
+  LMRInAppHandlerTest() {
+    host.bundle.setResource("LMRResources.bundle", "resources");
+    host.bundle.setLayout("resources", "LMRInApp", root);
+    host.application.setRootViewController(root);
+  }
+
+  static void offer(const std::string& changes = "") {
+    saveCampaign(changes);
+    LMRDataManager::sharedInstance().getAllValidMessages();
+  }
+
+  /// What an event does to the root screen, with what it did to the new one before; "" when it shows nothing.
+  std::string event(const std::string& name) {
+    logger().reportCheckpoint(name, "custom", std::nullopt);
+    root->notes.clear();
+    host.queues.runMainQueue();
+    return root->notes;
+  }
+
+  LMRInAppHandler& handler = LMRInAppHandler::sharedInstance();
+  const std::shared_ptr<Screen> root = std::make_shared<Screen>();
+};
+
+TEST_F(LMRInAppHandlerTest, TriggerShowsOneCampaignUntilItIsTapped) {
+  offer();
+  offer(R"(cid="c2";display_trigger="other")");
+  std::string shown;
+  for (const char* name : {"none", "open", "open", "other"}) shown += event(name);
+  EXPECT_EQ(shown, " c1 style 4; presents 1");
+  EXPECT_EQ(logWith("[LMRInAppMessage show]"),
+            Texts{"LumoraFramework--[LMRInAppMessage show]_block_invoke [Line 340] showing campaign c1"});
+  const auto screen = std::static_pointer_cast<Screen>(handler.message()->inAppViewController());
+  LMRTappable view{"c1", 1, 102, screen, "acme.example/a"};
+  handler.tapGestureRecognizer().attachTo(&view);
+  handler.tapGestureRecognizer().recognize();
+  EXPECT_EQ(view.lmrMessage ? "" : screen->notes, "c1 style 4 dismissed 0");
+  EXPECT_NE(storedEvents().back().find(R"("inapp":{"cid":"c1","subtype":"tapped"})"), std::string::npos);
+  logger().reportCheckpoint("other", "custom", std::nullopt);
+  handler.setOnScreen(false);
+  // Two screens of one message wait in the main queue, each to be presented once.
+  EXPECT_EQ(event("other"), " c2 style 4; presents 1 c2 style 4; presents 1");
+  EXPECT_EQ(host.application.openedURLs().at(0).absoluteString(), "http://acme.example/a");
+}
+
+TEST_F(LMRInAppHandlerTest, SystemVersionsAndMissingParts) {
+  offer();
+  const auto firstAndSecondEvent = [this] {
+    handler.setOnScreen(false);
+    return event("open") + event("open");
+  };
+  for (const char* version : {"7.1", "8", "10"}) {
+    host.device.systemVersionText = version;
+    EXPECT_EQ(firstAndSecondEvent(), *version == '7' ? " style 3 c1; presents 1" : " c1 style 4; presents 1");
+  }
+  host.application.setRootViewController(nullptr);
+  std::string shown = firstAndSecondEvent();
+  host.bundle.setLayout("resources", "LMRInApp", nullptr);
+  shown += firstAndSecondEvent();
+  host.bundle.setResource("LMRResources.bundle", std::nullopt);
+  EXPECT_EQ(shown + firstAndSecondEvent(), "");
+  EXPECT_EQ(logWith("LumoraSDK-").size(), 2U) << "one line for each of the latter two";
+  EXPECT_EQ(storedEvents().size(), 1U + 2 * 6);
+}
+
+TEST_F(LMRInAppHandlerTest, TapsByFrequencyAndButtonType) {
+  const std::string ready = "c1 1/0";
+  const std::tuple<const char*, int, int, std::string, std::string> cases[] = {
+      {"everytime", 1, 102, ready, ready},
+      {"once_per_session", 2, 101, "c1 0/0", ready},
+      {"everytime_until_cta", 3, 101, ready, ready},
+      {"everytime_until_cta", 3, 102, "c1 -1/0", "c1 -1/0"},
+      {"once_per_session_until_cta", 4, 101, ready, ready},
+      {"once_per_session_until_cta", 4, 102, "c1 0/0", ready},
+      {"once", 5, 101, "<null>", "<null>"},
+      {"never heard of", 0, 102, ready, ready},
+  };
+  for (const auto& [name, code, type, afterTap, afterSession] : cases) {
+    offer(std::string("display_frequency=\"") + name + '"');
+    EXPECT_EQ(handler.lmrInappEvents()->at("open")->closeButton()->frequency(), code);
+    LMRTappable button{"c1", code, type, nullptr, type == 101 ? std::optional("close") : std::nullopt};
+    handler.buttonAction(button);
+    logger().startSession("another");
+    EXPECT_EQ(storedCampaigns(), afterTap) << name << type;
+    EXPECT_EQ(handler.lmrInappEvents()->contains("open"), afterTap == ready) << name << type;
+    logger().startSession("lmr_app_session");
+    EXPECT_EQ(storedCampaigns(), afterSession) << name << type;
+    EXPECT_EQ(handler.lmrInappEvents()->contains("open"), afterSession == ready) << name << type;
+    logger().discardAllSessions();
+  }
+  EXPECT_EQ(host.queues.pendingMainCount(), 0U) << "no link is opened";
+}
+
+TEST_F(LMRInAppHandlerTest, SyncsEventsSessionsAndTapsAtOnce) {
+  constexpr std::size_t rounds = 20;
+  const auto repeat = [](const auto& action) {
+    for (std::size_t round = 0; round < rounds; ++round) action();
+  };
+  std::thread sync(repeat, [] { offer(); });
+  std::thread events(repeat, [] { logger().reportCheckpoint("open", "custom", std::nullopt); });
+  std::thread sessions(repeat, [this] { handler.currentSession("lmr_app_session"); });
+  int frequency = 0;
+  repeat([&] {
+    host.queues.runMainQueue();
+    const auto shown = handler.message();
+    LMRTappable button{"c1", ++frequency % 6, 102, shown ? shown->inAppViewController() : nullptr, "close"};
+    handler.buttonAction(button);
+  });
+  for (std::thread* thread : {&sync, &events, &sessions}) thread->join();
+  EXPECT_EQ(storedEvents().size(), 1 + 2 * rounds);
+}
+
+}  // namespace
+}  // namespace lumora::tests
