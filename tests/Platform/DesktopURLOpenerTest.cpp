@@ -27,16 +27,12 @@ TEST(DesktopURLOpenerTest, HandsAWebURLOverAsOneArgumentAndLeavesNoZombie) {
   writeFile(program, "#!/bin/sh\nprintf '%s\\n' \"$@\" > '" + arguments + "'\necho noise\n");
   ::chmod(program.c_str(), 0700);
   ::setenv("PATH", (folder.path() + ":/usr/bin:/bin").c_str(), 1);
-  const std::pair<std::string, bool> cases[] = {{"http://example.com/a?b=c&d=$(touch%20x);'e'", true},
-                                                {"tel:+123", true},
-                                                {"mailto:a@b.c", true},
-                                                {"--x:y", false},
-                                                {"--help", false},
-                                                {"/etc/passwd", false},
-                                                {"relative", false},
-                                                {"//host/path", false},
-                                                {"file:///etc/passwd", false},
-                                                {"FILE:///x", false}};
+  // clang-format off
+  const std::pair<std::string, bool> cases[] = {
+      {"http://example.com/a?b=c&d=$(touch%20x);'e'", true}, {"tel:+123", true}, {"mailto:a@b.c", true},
+      {"--x:y", false}, {"--help", false}, {"/etc/passwd", false}, {"relative", false}, {"//host/path", false},
+      {"file:///etc/passwd", false}, {"FILE:///x", false}};
+  // clang-format on
   for (const auto& [text, opens] : cases) {
     std::filesystem::remove(arguments);
     EXPECT_EQ(openURLOnDesktop(*URL::parse(text)), opens) << text;

@@ -10,8 +10,7 @@
 namespace lumora::testing {
 namespace {
 
-using ::testing::Optional;
-using ::testing::UnorderedElementsAre;
+using ::testing::Optional, ::testing::UnorderedElementsAre;
 
 struct TemporaryLinuxFileSystem : TemporaryFolder, LinuxFileSystem {
   TemporaryLinuxFileSystem() : LinuxFileSystem(*this / "Documents", *this / "Caches") {}
@@ -30,62 +29,49 @@ using FileSystems = ::testing::Types<FakeFileSystem, TemporaryLinuxFileSystem>;
 TYPED_TEST_SUITE(FileSystemTest, FileSystems);
 
 TYPED_TEST(FileSystemTest, ReadsBackAndListsWhatItWrote) {
-  for (const std::string& bytes : {"text", "", std::string("\0\r\n\xFF", 4), std::string(1'000'000, 'x')}) {
+  for (const std::string& bytes :
+       {std::string(), std::string("\0\r\n\xFF", 4), std::string(1'000'000, 'x')}) {
     EXPECT_TRUE(this->write("file", bytes));
     EXPECT_EQ(this->files.read(this->path("file")), bytes) << bytes.size() << " bytes";
   }
   EXPECT_TRUE(this->write("a/b/file", "x")) << "missing folders are made";
-  EXPECT_TRUE(this->files.fileExists(this->path("a/b/file")));
   EXPECT_THAT(this->files.list(this->files.cachesDirectory()), Optional(UnorderedElementsAre("file", "a")));
   EXPECT_EQ(this->files.list(this->path("missing")), std::nullopt);
   EXPECT_EQ(this->files.list(this->path("file")), std::nullopt);
 }
 
-TYPED_TEST(FileSystemTest, RemovesFilesAlone) {
-  this->write("folder/file", "");
-  EXPECT_EQ(this->files.remove(this->path("folder/file")), std::nullopt);
-  EXPECT_FALSE(this->files.fileExists(this->path("folder/file")));
-  EXPECT_NE(this->files.remove(this->path("folder/file")).value_or(""), "");
-  EXPECT_NE(this->files.remove(this->path("folder")).value_or(""), "");
-  EXPECT_TRUE(this->files.fileExists(this->path("folder")));
-}
-
-TYPED_TEST(FileSystemTest, FailsByValue) {
+TYPED_TEST(FileSystemTest, RemovesFilesAloneAndFailsByValue) {
   this->write("file", "old");
   this->write("folder/file", "");
-  const std::string hidden("file\0hidden", 11);
-  for (const std::string& name : {std::string("folder"), std::string("file/below"), hidden}) {
+  EXPECT_EQ(this->files.remove(this->path("folder/file")), std::nullopt);
+  for (const std::string& name :
+       {std::string("folder"), std::string("file/below"), std::string("file\0hidden", 11)}) {
     EXPECT_FALSE(this->write(name, "new")) << name;
     EXPECT_EQ(this->files.read(this->path(name)), std::nullopt) << name;
+    EXPECT_EQ(this->files.fileExists(this->path(name)), name == "folder") << name;
+    EXPECT_NE(this->files.remove(this->path(name)).value_or(""), "") << name;
   }
   EXPECT_FALSE(this->files.writeAtomically("", "new"));
-  EXPECT_FALSE(this->files.fileExists(this->path(hidden)));
-  EXPECT_NE(this->files.remove(this->path(hidden)), std::nullopt);
+  EXPECT_NE(this->files.remove(this->path("folder/file")).value_or(""), "");
   EXPECT_EQ(this->files.read(this->path("file")), "old");
   EXPECT_THAT(this->files.list(this->files.cachesDirectory()),
               Optional(UnorderedElementsAre("file", "folder")));
 }
 
-TEST(LinuxFileSystemTest, WhatItMakesIsTheOwnersAloneAndPipesAreNotRead) {
+TEST(LinuxFileSystemTest, WhatItMakesIsTheOwnersAloneAndAFullDiskLeavesItWhole) {
   TemporaryLinuxFileSystem files;
-  ASSERT_TRUE(files.writeAtomically(files / "Documents/a/file", "x"));
-  EXPECT_EQ(modeOf(files / "Documents"), 0700U);
-  EXPECT_EQ(modeOf(files / "Documents/a"), 0700U);
-  EXPECT_EQ(modeOf(files / "Documents/a/file"), 0600U);
-  ASSERT_EQ(::mkfifo((files / "pipe").c_str(), 0600), 0);
-  EXPECT_EQ(files.read(files / "pipe"), std::nullopt);
-}
-
-TEST(LinuxFileSystemTest, AFullDiskLeavesTheOldFileAndNoOther) {
-  TemporaryLinuxFileSystem files;
-  ASSERT_TRUE(files.writeAtomically(files / "file", "old"));
+  ASSERT_TRUE(files.writeAtomically(files / "new/file", "old"));
+  EXPECT_EQ(modeOf(files / "new"), 0700U);
+  EXPECT_EQ(modeOf(files / "new/file"), 0600U);
   {
     const FileSizeLimit limit(4096);
-    EXPECT_FALSE(files.writeAtomically(files / "file", std::string(10'000, 'x')));
-    EXPECT_FALSE(files.writeAtomically(files / "new", std::string(10'000, 'x')));
+    for (const char* name : {"new/file", "new/other"})
+      EXPECT_FALSE(files.writeAtomically(files / name, std::string(10'000, 'x'))) << name;
   }
-  EXPECT_EQ(readFile(files / "file"), "old");
-  EXPECT_THAT(namesIn(files.path()), ::testing::ElementsAre("file"));
+  EXPECT_EQ(readFile(files / "new/file"), "old");
+  EXPECT_THAT(namesIn(files / "new"), ::testing::ElementsAre("file"));
+  ASSERT_EQ(::mkfifo((files / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(files.read(files / "pipe"), std::nullopt) << "nobody writes into it";
 }
 
 }  // namespace

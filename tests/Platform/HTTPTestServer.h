@@ -2,7 +2,6 @@
 
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
 #include <charconv>
@@ -13,12 +12,13 @@
 #include <thread>
 #include <vector>
 
+#include "lumora/Platform/Linux/FileDescriptor.h"
 #include "lumora/Platform/Mutex.h"
 
 namespace lumora::testing {
 
 /// A bare HTTP server on 127.0.0.1 that lets a test see the bytes of each request and choose those of the
-/// answer. Each connection has a thread of its own.
+/// answer. It serves one connection after the other.
 class HTTPTestServer {
  public:
   struct Reply {
@@ -34,27 +34,23 @@ class HTTPTestServer {
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof address;
     auto* const place = reinterpret_cast<sockaddr*>(&address);
-    if (::bind(listener_, place, length) != 0 || ::listen(listener_, 16) != 0 ||
-        ::getsockname(listener_, place, &length) != 0) {
+    if (::bind(listener_.get(), place, length) != 0 || ::listen(listener_.get(), 16) != 0 ||
+        ::getsockname(listener_.get(), place, &length) != 0) {
       throw std::runtime_error("no port");
     }
     address_ = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
-    acceptor_ = std::jthread([this] { acceptConnections(); });
+    thread_ = std::jthread([this] { run(); });
   }
-  explicit HTTPTestServer(std::string answer, bool closes = false)
+  explicit HTTPTestServer(const std::string& answer, bool closes = false)
       : HTTPTestServer([=](std::size_t) {
           return Reply{answer, closes};
         }) {}
   ~HTTPTestServer() {
-    ::shutdown(listener_, SHUT_RDWR);
-    acceptor_.join();
-    for (const int socket : sockets_) ::shutdown(socket, SHUT_RDWR);
-    threads_.clear();
-    for (const int socket : sockets_) ::close(socket);
-    ::close(listener_);
+    ::shutdown(listener_.get(), SHUT_RDWR);
+    const Lock lock(mutex_);
+    isStopping_ = true;
+    ::shutdown(connection_.get(), SHUT_RDWR);
   }
-  HTTPTestServer(const HTTPTestServer&) = delete;
-  HTTPTestServer& operator=(const HTTPTestServer&) = delete;
 
   /// `127.0.0.1:PORT`
   const std::string& address() const { return address_; }
@@ -63,35 +59,29 @@ class HTTPTestServer {
     const Lock lock(mutex_);
     return requests_;
   }
-  std::size_t connectionCount() const {
-    const Lock lock(mutex_);
-    return connections_;
-  }
 
  private:
-  void acceptConnections() {
+  void run() {
     for (;;) {
-      const int socket = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-      if (socket < 0) return;
-      sockets_.push_back(socket);
-      threads_.emplace_back([this, socket] { serve(socket); });
-      const Lock lock(mutex_);
-      ++connections_;
+      FileDescriptor accepted(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+      const int socket = accepted.get();
+      {
+        const Lock lock(mutex_);
+        if (isStopping_ || !accepted.isOpen()) return;
+        connection_ = std::move(accepted);
+      }
+      for (std::string request = receive(socket); !request.empty(); request = receive(socket)) {
+        const Reply reply = handler_(keep(std::move(request)));
+        ::send(socket, reply.bytes.data(), reply.bytes.size(), MSG_NOSIGNAL);
+        if (reply.closesConnection) ::shutdown(socket, SHUT_RDWR);
+      }
     }
   }
 
-  void serve(int socket) {
-    for (std::string request = receive(socket); !request.empty(); request = receive(socket)) {
-      std::size_t number = 0;
-      {
-        const Lock lock(mutex_);
-        number = requests_.size();
-        requests_.push_back(request);
-      }
-      const Reply reply = handler_(number);
-      ::send(socket, reply.bytes.data(), reply.bytes.size(), MSG_NOSIGNAL);
-      if (reply.closesConnection) ::shutdown(socket, SHUT_RDWR);
-    }
+  std::size_t keep(std::string request) {
+    const Lock lock(mutex_);
+    requests_.push_back(std::move(request));
+    return requests_.size() - 1;
   }
 
   /// The next whole request; empty at the connection's end. Clients here await each answer.
@@ -105,24 +95,21 @@ class HTTPTestServer {
       const auto headEnd = request.find("\r\n\r\n");
       if (headEnd == std::string::npos) continue;
       constexpr std::string_view name = "\r\nContent-Length: ";
+      const auto at = request.find(name);
       std::size_t bodyLength = 0;
-      if (const auto at = request.find(name); at < headEnd) {
-        std::from_chars(request.data() + at + name.size(), request.data() + headEnd, bodyLength);
-      }
+      if (at < headEnd) std::from_chars(&request[at + name.size()], &request[headEnd], bodyLength);
       if (request.size() >= headEnd + 4 + bodyLength) return request;
     }
   }
 
   const Handler handler_;
-  const int listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const FileDescriptor listener_{::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
   std::string address_;
   mutable Mutex mutex_;
+  bool isStopping_ LUMORA_GUARDED_BY(mutex_) = false;
+  FileDescriptor connection_ LUMORA_GUARDED_BY(mutex_);
   std::vector<std::string> requests_ LUMORA_GUARDED_BY(mutex_);
-  std::size_t connections_ LUMORA_GUARDED_BY(mutex_) = 0;
-  // The acceptor's alone while it runs.
-  std::vector<int> sockets_;
-  std::vector<std::jthread> threads_;
-  std::jthread acceptor_;
+  std::jthread thread_;
 };
 
 }  // namespace lumora::testing

@@ -3,37 +3,29 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
+#include <cstdint>
+#include <tuple>
 
 namespace lumora::testing {
 namespace {
 
-constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kMax = INT64_MAX;
+constexpr std::int64_t kMin = INT64_MIN;
 
 TEST(ValueTest, ConvertsToNumbersAsThePlatformDoes) {
-  struct Case {
-    Value value;
-    std::int64_t integer;
-    double real;
-  };
-  const Case cases[] = {{true, 1, 1},
-                        {-1.9, -1, -1.9},
-                        {1e300, kMax, 1e300},
-                        {-INFINITY, kMin, -INFINITY},
-                        {9223372036854775808.0, kMax, 9223372036854775808.0},
-                        {" \t\n-3.5kg", -3, -3.5},
-                        {"+7", 7, 7},
-                        {"1e3", 1, 1000},
-                        {"-.5", 0, -0.5},
-                        {"99999999999999999999", kMax, 1e20},
-                        {"-99999999999999999999", kMin, -1e20}};
-  for (const Case& c : cases) {
-    EXPECT_EQ(c.value.integerValue(), c.integer) << c.value.description();
-    EXPECT_EQ(c.value.doubleValue(), c.real) << c.value.description();
+  // clang-format off
+  const std::tuple<Value, std::int64_t, double> cases[] = {
+      {true, 1, 1}, {-1.9, -1, -1.9}, {1e300, kMax, 1e300}, {-INFINITY, kMin, -INFINITY}, {0x1p63, kMax, 0x1p63},
+      {" \t\n-3.5kg", -3, -3.5}, {"+7", 7, 7}, {"1e3", 1, 1000}, {"-.5", 0, -0.5},
+      {"99999999999999999999", kMax, 1e20}, {"-99999999999999999999", kMin, -1e20}};
+  // clang-format on
+  for (const auto& [value, integer, real] : cases) {
+    EXPECT_EQ(value.integerValue(), integer) << value.description();
+    EXPECT_EQ(value.doubleValue(), real) << value.description();
   }
   EXPECT_EQ(Value(std::nan("")).integerValue(), 0);
-  for (const Value& value : List{Value(), "", "abc", "0x10", "nan", "infinity", List{1}, Date(std::chrono::seconds(5))}) {
+  for (const Value& value :
+       List{Value(), "", "abc", "0x10", "nan", "infinity", List{1}, Date(std::chrono::seconds(5))}) {
     EXPECT_EQ(value.integerValue(), 0) << value.description();
     EXPECT_EQ(value.doubleValue(), 0) << value.description();
   }
@@ -43,7 +35,8 @@ TEST(ValueTest, ConvertsToTruthAsThePlatformDoes) {
   for (const Value& value : List{2, 0.1, "YES", "yes", "true", "T", "1", "9", " \tY", "+0001", "-00y"}) {
     EXPECT_TRUE(value.boolValue()) << value.description();
   }
-  for (const Value& value : List{Value(), 0, -0.0, "0", "no", "", "000", "x1", List{1}, Dictionary{{"a", 1}}}) {
+  for (const Value& value :
+       List{Value(), 0, -0.0, "0", "no", "", "000", "x1", List{1}, Dictionary{{"a", 1}}}) {
     EXPECT_FALSE(value.boolValue()) << value.description();
   }
 }
@@ -57,12 +50,18 @@ TEST(ValueTest, NumbersAreEqualByWhatTheyCount) {
 }
 
 TEST(ValueTest, DescribesItselfForLogLines) {
-  const Dictionary map{{"b", List{12, 12.5, 0.1F, "two", Value()}}, {"a", List{}}, {"c", *URL::parse("http://a/b")}, {"d", Data{0x0A, 0xFF}}, {"e", Value::Opaque{"Thing", "a thing"}}};
-  EXPECT_EQ(Value(map).description(), "{a = (), b = (12, 12.5, 0.1, two, <null>), c = http://a/b, d = <0aff>, e = a thing}");
+  const Dictionary map{{"b", List{12, 12.5, 0.1F, "two", Value()}},
+                       {"a", List{}},
+                       {"c", *URL::parse("http://a/b")},
+                       {"d", Data{0x0A, 0xFF}},
+                       {"e", Value::Opaque{"Thing", "a thing"}}};
+  EXPECT_EQ(Value(map).description(),
+            "{a = (), b = (12, 12.5, 0.1, two, <null>), c = http://a/b, d = <0aff>, e = a thing}");
 }
 
 TEST(ValueTest, DatesAndSecondsConvertBothWays) {
-  for (const double seconds : {0.0, -1.5, 1500000000.123456, -62135596800.0}) EXPECT_EQ(secondsSince1970(dateFromSeconds(seconds)), seconds);
+  for (const double seconds : {0.0, -1.5, 1500000000.123456, -62135596800.0})
+    EXPECT_EQ(secondsSince1970(dateFromSeconds(seconds)), seconds);
   EXPECT_EQ(dateFromSeconds(1e300), Date::max());
   EXPECT_EQ(dateFromSeconds(-1e300), Date::min());
 }
@@ -71,7 +70,8 @@ TEST(ValueTest, DepthNeverOverflowsTheStackAndSharedContentSurvives) {
   for (const bool isMap : {false, true}) {
     const Value inner(List{1, 2});
     Value value = inner;
-    for (int i = 0; i < 100'000; ++i) value = isMap ? Value(Dictionary{{"a", std::move(value)}}) : Value(List{std::move(value)});
+    for (int i = 0; i < 100'000; ++i)
+      value = isMap ? Value(Dictionary{{"a", std::move(value)}}) : Value(List{std::move(value)});
     value = Value();
     EXPECT_EQ(inner, Value(List{1, 2}));
   }

@@ -1,25 +1,27 @@
 #include "service/Service.h"
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
-#include <sys/stat.h>
 
-#include <condition_variable>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <mutex>
 #include <optional>
+#include <semaphore>
 #include <thread>
+#include <tuple>
 
 #include "lumora/Platform/Linux/CurlURLLoader.h"
-#include "tests/Service/ServiceFolder.h"
+#include "service/CertificateAuthority.h"
+#include "service/PrivateFile.h"
+#include "tests/Storage/SQLiteConnection.h"
+#include "tests/Support/TemporaryFolder.h"
+#include "tests/Support/TestFiles.h"
 
 namespace lumora::service {
 namespace {
 
-using testing_support::ServiceFolder;
+namespace fs = std::filesystem;
+using testing::TemporaryFolder;
 using Headers = std::vector<std::pair<std::string, std::string>>;
+using Texts = std::vector<std::string>;
 
 constexpr const char* kSuccess = R"({"success":true})";
 
@@ -27,27 +29,32 @@ std::string refused(const std::string& message) {
   return R"({"success":false,"error_message":")" + message + "\"}";
 }
 
-std::string contentOf(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-class ServiceTest : public testing::Test {
- protected:
-  void start() {
-    ServiceOptions options = folder_.options();
-    options.onRequest = [this](const RequestRecord& record) {
+/// The service in the test's process; its client is the library's own URL loader.
+struct ServiceTest : ::testing::Test {
+  ServiceTest() {
+    fs::create_directory(folder_ / "assets");
+    options_.accountsFile = folder_ / "accounts.json";
+    options_.dataDirectory = folder_ / "data";
+    options_.assetsDirectory = folder_ / "assets";
+    options_.onRequest = [this](const RequestRecord& record) {
       const std::lock_guard lock(mutex_);
       records_.push_back(record);
     };
-    service_.emplace(options);
-    loader_.emplace(service_->certificateAuthorityFile(), "127.0.0.1:" + std::to_string(service_->port()));
   }
 
-  void start(const std::string& accounts) {
-    folder_.writeAccounts(accounts);
-    start();
+  /// Replaces the accounts. A new file each time, so that the service notices however fast the changes come.
+  void writeAccounts(const std::string& accounts) {
+    writePrivateFile(options_.accountsFile, R"({"accounts":)" + accounts + "}");
   }
+
+  void start(const std::string& accounts = R"({"acme": {"secret": "s3"}})") {
+    writeAccounts(accounts);
+    service_.emplace(options_);
+    authority_ = service_->certificateAuthorityFile();
+    loader_.emplace(authority_, address());
+  }
+
+  std::string address() const { return "127.0.0.1:" + std::to_string(service_->port()); }
 
   URLResponse send(const std::string& method, const std::string& path, const Headers& headers = {},
                    const std::string& body = "", const std::string& account = "acme") {
@@ -58,164 +65,101 @@ class ServiceTest : public testing::Test {
     request.body = body;
     return loader_->load(request);
   }
-
   URLResponse get(const std::string& path, const Headers& headers = {}) { return send("GET", path, headers); }
-
-  URLResponse report(const std::string& body, const std::string& query = "") {
-    return send("POST", "/report/events/" + query, {{"sec", "s3"}, {"uuid", "u-1"}}, body);
+  URLResponse sync(const Headers& headers = {}) { return get("/api/v1/sync/s3", headers); }
+  URLResponse report(const std::string& body) {
+    return send("POST", "/report/events/", {{"sec", "s3"}, {"uuid", "u-1"}}, body);
   }
 
-  /// The rows of a query, their columns joined by "|".
-  std::vector<std::string> rows(const char* sql) {
-    sqlite3* database = nullptr;
-    sqlite3_open((folder_.path() + "/data/service.sqlite").c_str(), &database);
-    std::vector<std::string> result;
-    const auto addRow = [](void* target, int count, char** values, char**) {
-      std::string row;
-      for (int i = 0; i < count; ++i)
-        row += (i == 0 ? "" : "|") + std::string(values[i] == nullptr ? "NULL" : values[i]);
-      static_cast<std::vector<std::string>*>(target)->push_back(row);
-      return 0;
-    };
-    EXPECT_EQ(sqlite3_exec(database, sql, addRow, &result, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
-    sqlite3_close(database);
-    return result;
+  Texts rows(const std::string& query) {
+    return tests::SQLiteConnection(folder_ / "data/service.sqlite").texts(query);
   }
+  Texts events() { return rows("SELECT account || uuid || event FROM events WHERE received > 1e9"); }
 
-  std::vector<std::string> storedEvents() { return rows("SELECT event FROM events ORDER BY id"); }
-
-  ServiceFolder folder_;
+  TemporaryFolder folder_;
+  ServiceOptions options_;
   std::mutex mutex_;
   std::vector<RequestRecord> records_;
   std::optional<Service> service_;
+  std::string authority_;
   std::optional<CurlURLLoader> loader_;
 };
 
-TEST_F(ServiceTest, AnswersASyncWithTheAccountsContent) {
-  start(R"({"acme": {"secret": "s3", "blocked": false, "lst": 1478003131, "config": {"syncTimeOut": 3},
-           "campaigns": [{"cid": "c1"}], "access_key": "hidden"}})");
-  const URLResponse response = get("/api/v1/sync/s3?lst=0");
-  EXPECT_EQ(response.statusCode, 200);
-  EXPECT_EQ(
-      response.body,
-      R"({"success":true,"blocked":false,"lst":1478003131,"config":{"syncTimeOut":3},"inapp":[{"cid":"c1"}]})");
-  EXPECT_TRUE(response.header("ETag"));
-}
-
-TEST_F(ServiceTest, AnswersAnUnchangedSyncWithoutContent) {
-  start(R"({"acme": {"secret": "s3", "lst": 1}})");
-  const std::string tag = get("/api/v1/sync/s3").header("ETag").value_or("");
-  const URLResponse unchanged = get("/api/v1/sync/s3", {{"If-None-Match", tag}});
+TEST_F(ServiceTest, AnswersASyncUntilNothingHasChanged) {
+  start(
+      R"({"acme": {"secret": "s3", "lst": 9, "config": {"a": 3}, "campaigns": [{"cid": "c1"}], "access_key": "hidden"}})");
+  const URLResponse first = sync();
+  EXPECT_EQ(first.body, R"({"success":true,"lst":9,"config":{"a":3},"inapp":[{"cid":"c1"}]})");
+  const Headers known{{"If-None-Match", first.header("ETag").value_or("")}};
+  const URLResponse unchanged = sync(known);
   EXPECT_EQ(unchanged.statusCode, 304);
-  EXPECT_EQ(unchanged.body, "");
   EXPECT_FALSE(unchanged.error);
-
-  folder_.writeAccounts(R"({"acme": {"secret": "s3", "lst": 2}})");
-  const URLResponse changed = get("/api/v1/sync/s3", {{"If-None-Match", tag}});
-  EXPECT_EQ(changed.statusCode, 200);
+  writeAccounts(R"({"acme": {"secret": "s3", "lst": 2}})");
+  const URLResponse changed = sync(known);
   EXPECT_EQ(changed.body, R"({"success":true,"lst":2})");
-  EXPECT_NE(changed.header("ETag"), tag);
-}
-
-TEST_F(ServiceTest, KeepsTheAccountsOfABrokenFile) {
-  start(R"({"acme": {"secret": "s3"}})");
-  EXPECT_EQ(get("/api/v1/sync/s3").body, kSuccess);
-  testing::internal::CaptureStderr();
-  folder_.writeAccounts("{ half");
-  EXPECT_EQ(get("/api/v1/sync/s3").body, kSuccess);
-  EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+  EXPECT_NE(changed.header("ETag"), first.header("ETag"));
+  ::testing::internal::CaptureStderr();
+  writeAccounts("{ half");
+  EXPECT_EQ(sync().body, changed.body) << "a broken file leaves the accounts as they were";
+  EXPECT_NE(::testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(ServiceTest, RefusesUnknownCallers) {
   start(
       R"({"acme": {"secret": "s3"}, "safe": {"secret": "s4", "access_key": "k+y", "config": {"secure_mode": true}}})");
-  const struct {
-    std::string account;
-    std::string method;
-    std::string path;
-    std::string secret;
-    int status;
-    std::string body;
-  } cases[] = {
-      {"ACME", "GET", "/api/v1/sync/s3", "", 200, kSuccess},
-      {"acme", "GET", "/api/v1/sync/s4", "", 200, refused("Wrong secret.")},
-      {"acme", "GET", "/api/v1/sync/", "", 200, refused("Wrong secret.")},
-      {"other", "GET", "/api/v1/sync/s3", "", 200, refused("Unknown account.")},
-      {"other", "POST", "/report/events/", "s3", 200, refused("Unknown account.")},
-      {"acme", "POST", "/report/events/", "s4", 200, refused("Wrong secret.")},
-      {"acme", "POST", "/report/events/", "", 200, refused("Wrong secret.")},
-      {"acme", "POST", "/report/events/", "s3", 200, kSuccess},
-      {"safe", "POST", "/report/events/", "s4", 200, refused("Wrong access key.")},
-      {"safe", "POST", "/report/events/?ak=k%20y&sign=s&ts=1&email=a@b.c", "s4", 200,
-       refused("Wrong access key.")},
-      {"safe", "POST", "/report/events/?ak=k+y&sign=s&ts=1", "s4", 200,
-       refused("Missing security signature.")},
-      {"safe", "POST", "/report/events/?ak=k+y&sign=s&ts=&email=a@b.c", "s4", 200,
-       refused("Missing security signature.")},
-      {"safe", "POST", "/report/events/?ak=k+y&sign=s&ts=1&email=a+b@b.c", "s4", 200, kSuccess},
-      {"acme", "GET", "/report/events/", "s3", 405, refused("Wrong method.")},
-      {"acme", "POST", "/api/v1/sync/s3", "", 405, refused("Wrong method.")},
-      {"acme", "GET", "/", "", 404, refused("There is nothing at this path.")},
-  };
-  for (const auto& test : cases) {
-    SCOPED_TRACE(test.account + ' ' + test.method + ' ' + test.path + ' ' + test.secret);
-    Headers headers;
-    if (!test.secret.empty()) headers.emplace_back("sec", test.secret);
-    const URLResponse response = send(test.method, test.path, headers, "", test.account);
-    EXPECT_EQ(response.statusCode, test.status);
-    EXPECT_EQ(response.body, test.body);
+  const std::string events = "/report/events/";
+  const std::tuple<const char*, const char*, std::string, const char*, int, const char*> cases[] = {
+      {"ACME", "GET", "/api/v1/sync/s3", "", 200, ""},
+      {"acme", "GET", "/api/v1/sync/s4", "", 200, "Wrong secret."},
+      {"other", "GET", "/api/v1/sync/s3", "", 200, "Unknown account."},
+      {"acme", "POST", events, "", 200, "Wrong secret."},
+      {"safe", "POST", events + "?ak=k%20y&sign=s&ts=1&email=a@b.c", "s4", 200, "Wrong access key."},
+      {"safe", "POST", events + "?ak=k+y&sign=s&ts=&email=a@b.c", "s4", 200, "Missing security signature."},
+      {"safe", "POST", events + "?ak=k+y&sign=s&ts=1&email=a+b@b.c", "s4", 200, ""},
+      {"acme", "GET", events, "s3", 405, "Wrong method."},
+      {"acme", "POST", "/api/v1/sync/s3", "", 405, "Wrong method."},
+      {"acme", "GET", "/", "", 404, "There is nothing at this path."}};
+  for (const auto& [account, method, path, secret, status, message] : cases) {
+    SCOPED_TRACE(std::string(account) + ' ' + method + ' ' + path + ' ' + secret);
+    const URLResponse response = send(method, path, {{"sec", secret}}, "", account);
+    EXPECT_EQ(response.statusCode, status);
+    EXPECT_EQ(response.body, *message ? refused(message) : kSuccess);
   }
 }
 
-TEST_F(ServiceTest, StoresTheEventsOfAReport) {
-  start(R"({"acme": {"secret": "s3"}})");
+TEST_F(ServiceTest, StoresTheEventsOfAReportOrRefusesItWhole) {
+  start();
   EXPECT_EQ(report("{\"a\":1}\n{\"b\":\"\\n\"}").body, kSuccess);
-  EXPECT_EQ(rows("SELECT account, uuid, event, received > 1e9 FROM events ORDER BY id"),
-            (std::vector<std::string>{R"(acme|u-1|{"a":1}|1)", R"(acme|u-1|{"b":"\n"}|1)"}));
-  ASSERT_EQ(records_.size(), 1u);
-  EXPECT_EQ(records_[0].method, "POST");
-  EXPECT_EQ(records_[0].path, "/report/events/");
-  EXPECT_EQ(records_[0].account, "acme");
-  EXPECT_EQ(records_[0].bodySize, 18u);
-  EXPECT_EQ(records_[0].status, 200);
-  EXPECT_EQ(records_[0].events, 2u);
+  ASSERT_EQ(records_.size(), 1U);
+  EXPECT_EQ(records_[0].method + records_[0].path + records_[0].account, "POST/report/events/acme");
+  EXPECT_EQ(records_[0].events, 2U);
   EXPECT_EQ(
       records_[0].headers,
       (Headers{{"Content-Length", "18"}, {"Host", "acme.lumora.example"}, {"sec", "s3"}, {"uuid", "u-1"}}));
-}
-
-TEST_F(ServiceTest, RefusesAReportWithABrokenLineWhole) {
-  start(R"({"acme": {"secret": "s3"}})");
   for (const std::string body :
        {"{\"a\":1}\n{\"b\"", "{\"a\":1}\n\n{\"b\":1}", "[{\"a\":1}]", "\n", "{}{}"}) {
     EXPECT_EQ(report(body).body, refused("A line of the report is not a JSON object.")) << body;
   }
-  EXPECT_EQ(storedEvents(), std::vector<std::string>{});
+  EXPECT_EQ(events(), (Texts{R"(acmeu-1{"a":1})", R"(acmeu-1{"b":"\n"})"}));
 }
 
 TEST_F(ServiceTest, RegistersEachDeviceNameOnce) {
-  start(R"({"acme": {"secret": "s3"}, "other": {"secret": "s"}})");
+  start();
   const std::string path = "/api/v1/test_device?name=Ada's%20phone&push_token=beef&token=t1&device_type=ios";
-  const std::string used = refused("The device name is already used.");
   EXPECT_EQ(get(path).body, kSuccess);
-  EXPECT_EQ(get(path).body, used);
-  EXPECT_EQ(get("/api/v1/test_device?name=Ada's%20phone&token=t2").body, used);
-  EXPECT_EQ(get("/api/v1/test_device?name=second&token=t2&device_type=ios").body, kSuccess);
-  EXPECT_EQ(send("GET", path, {}, "", "other").body, kSuccess);
+  EXPECT_EQ(get(path).body, refused("The device name is already used."));
+  EXPECT_EQ(get("/api/v1/test_device?name=second&token=t2").body, kSuccess);
   EXPECT_EQ(get("/api/v1/test_device?name=third").body, refused("Missing name or token."));
-  EXPECT_EQ(
-      rows("SELECT account, name, push_token, token, device_type FROM test_devices ORDER BY account, name"),
-      (std::vector<std::string>{"acme|Ada's phone|beef|t1|ios", "acme|second||t2|ios",
-                                "other|Ada's phone|beef|t1|ios"}));
+  EXPECT_EQ(rows("SELECT account || name || push_token || token || device_type FROM test_devices"),
+            (Texts{"acmeAda's phonebeeft1ios", "acmesecondt2"}));
 }
 
 TEST_F(ServiceTest, GivesAssetsAndNoOtherFile) {
-  start("{}");
-  folder_.writeAsset("a b.png", "pixels");
-  std::filesystem::create_directory(folder_.path() + "/assets/folder");
-  const URLResponse found = get("/assets/a%20b.png");
-  EXPECT_EQ(found.body, "pixels");
-  EXPECT_EQ(found.header("Content-Type"), "image/png");
+  start();
+  testing::writeFile(folder_ / "assets/a b.png", "pixels");
+  fs::create_directory(folder_ / "assets/folder");
+  EXPECT_EQ(get("/assets/a%20b.png").body, "pixels");
+  EXPECT_EQ(get("/assets/a%20b.png").header("Content-Type"), "image/png");
   for (const std::string name :
        {"", "missing.png", "folder", ".", "..", "../accounts.json", "%2e%2e%2faccounts.json",
         "folder/../a%20b.png", "/etc/passwd", "%2fetc%2fpasswd", "a%20b.png%00"}) {
@@ -223,92 +167,89 @@ TEST_F(ServiceTest, GivesAssetsAndNoOtherFile) {
   }
 }
 
-TEST_F(ServiceTest, MisbehavesAsTold) {
-  start("{}");
-  const struct {
-    std::string misbehaviour;
-    bool answers;
-    int status;
-    std::string body;
-    std::size_t stored;
-  } cases[] = {
+TEST_F(ServiceTest, MisbehavesAsToldAndAsOften) {
+  start();
+  const std::tuple<std::string, bool, int, std::string, std::size_t> cases[] = {
       {R"({"endpoint": "sync", "drop": "before"})", true, 200, kSuccess, 1},
-      {R"({"status": 500})", true, 500, kSuccess, 1},
       {R"({"endpoint": "report", "body": "<html>"})", true, 200, "<html>", 0},
       {R"({"body": {"success": false}, "status": 503})", true, 503, R"({"success":false})", 0},
       {R"({"drop": "before"})", false, 0, "", 0},
       {R"({"drop": "after"})", false, 0, "", 1},
       {R"({"truncate": true})", false, 200, R"({"succes)", 1},
-      {R"([{"endpoint": "sync", "status": 500}, {"endpoint": "report", "status": 404}])", true, 404, kSuccess,
-       1},
-  };
+      {R"([{"endpoint": "sync", "status": 500}, {"status": 404}])", true, 404, kSuccess, 1}};
   std::size_t stored = 0;
-  for (const auto& test : cases) {
-    SCOPED_TRACE(test.misbehaviour);
-    folder_.writeAccounts(R"({"acme": {"secret": "s3", "misbehave": )" + test.misbehaviour + "}}");
+  for (const auto& [misbehaviour, answers, status, body, stores] : cases) {
+    SCOPED_TRACE(misbehaviour);
+    writeAccounts(R"({"acme": {"secret": "s3", "misbehave": )" + misbehaviour + "}}");
     const URLResponse response = report("{}");
-    EXPECT_EQ(!response.error.has_value(), test.answers);
-    EXPECT_EQ(response.statusCode, test.status);
-    EXPECT_EQ(response.body, test.body);
-    stored += test.stored;
-    EXPECT_EQ(storedEvents().size(), stored);
+    EXPECT_EQ(response.error ? response.error->code : 0, answers ? 0 : kURLErrorUnknown);
+    EXPECT_EQ(response.statusCode, status);
+    EXPECT_EQ(response.body, body);
+    stored += stores;
+    EXPECT_EQ(events().size(), stored);
   }
-}
-
-TEST_F(ServiceTest, MisbehavesAsOftenAsTold) {
-  start(R"({"acme": {"secret": "s3", "misbehave": {"status": 500, "times": 2}}})");
-  for (const int status : {500, 500, 200, 200}) EXPECT_EQ(get("/api/v1/sync/s3").statusCode, status);
+  writeAccounts(R"({"acme": {"secret": "s3", "misbehave": {"status": 500, "times": 2}}})");
+  for (const int status : {500, 500, 200, 200}) EXPECT_EQ(sync().statusCode, status);
 }
 
 TEST_F(ServiceTest, EndsAtOnceWhateverItsConnectionsDo) {
   start(R"({"acme": {"secret": "s3", "misbehave": {"delay_ms": 86400000, "times": 1}}})");
   // Of two requests one is delayed for a day. Once the other is answered, its connection stays open and idle.
-  std::mutex mutex;
-  std::condition_variable changed;
-  int answers = 0;
-  std::vector<std::thread> clients;
-  for (int i = 0; i < 2; ++i) {
-    clients.emplace_back([&] {
-      get("/api/v1/sync/s3");
-      const std::lock_guard lock(mutex);
-      ++answers;
-      changed.notify_one();
-    });
-  }
-  {
-    std::unique_lock lock(mutex);
-    changed.wait(lock, [&] { return answers == 1; });
-  }
+  std::counting_semaphore<> answers(0);
+  const auto client = [&] {
+    sync();
+    answers.release();
+  };
+  const std::jthread first(client);
+  const std::jthread second(client);
+  answers.acquire();
   service_.reset();
-  for (std::thread& client : clients) client.join();
 }
 
-TEST_F(ServiceTest, KeepsItsAuthorityAndItsSecrets) {
-  start("{}");
-  const std::string authority = contentOf(service_->certificateAuthorityFile());
+TEST_F(ServiceTest, KeepsItsAuthorityAndItsSecretsAndSaysWhyItCannotStart) {
+  start();
+  const std::string authority = testing::readFile(authority_);
   service_.reset();
   start();
-  EXPECT_EQ(contentOf(service_->certificateAuthorityFile()), authority);
-  EXPECT_FALSE(get("/assets/x").error);
-
-  struct stat status = {};
-  ASSERT_EQ(stat((folder_.path() + "/data/ca.key").c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777, 0600u);
-  ASSERT_EQ(stat((folder_.path() + "/data").c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777, 0700u);
+  EXPECT_EQ(testing::readFile(authority_), authority);
+  EXPECT_FALSE(sync().error);
+  EXPECT_EQ(testing::modeOf(folder_ / "data/ca.key"), 0600U);
+  EXPECT_EQ(testing::modeOf(folder_ / "data"), 0700U);
+  ServiceOptions samePort = options_;
+  samePort.port = service_->port();
+  ServiceOptions badDomain = options_;
+  badDomain.domain = "lumora.example,DNS:*.com";
+  ServiceOptions badFolder = options_;
+  badFolder.dataDirectory = options_.accountsFile;
+  for (const ServiceOptions& options : {samePort, badDomain, badFolder})
+    EXPECT_THROW(Service{options}, std::runtime_error);
 }
 
-TEST_F(ServiceTest, SaysWhyItCannotStart) {
-  start("{}");
-  ServiceOptions samePort = folder_.options();
-  samePort.port = service_->port();
-  ServiceOptions badDomain = folder_.options();
-  badDomain.domain = "lumora.example,DNS:*.com";
-  ServiceOptions badFolder = folder_.options();
-  badFolder.dataDirectory = folder_.path() + "/accounts.json";
-  for (const ServiceOptions& options : {samePort, badDomain, badFolder}) {
-    EXPECT_THROW(Service{options}, std::runtime_error);
+TEST_F(ServiceTest, TheLoaderTrustsNobodyButTheAuthority) {
+  for (const CertificateKind kind :
+       {CertificateKind::expired, CertificateKind::wrongHost, CertificateKind::otherAuthority}) {
+    options_.certificate = kind;
+    start();
+    const URLResponse response = sync();
+    EXPECT_EQ(response.error ? response.error->code : 0, kURLErrorUnknown) << static_cast<int>(kind);
+    EXPECT_EQ(response.statusCode, 0);
   }
+  options_.certificate = CertificateKind::good;
+  start();
+  const TemporaryFolder other;
+  for (const std::string& file :
+       {std::string(), CertificateAuthority(other.path()).file(), other / "missing.pem"}) {
+    loader_.emplace(file, address());
+    EXPECT_TRUE(sync().error) << "trusting " << file;
+  }
+  loader_.emplace(authority_, address());
+  URLRequest request;
+  for (const std::string host : {"lumora.example.invalid", "deeper.acme.lumora.example"}) {
+    request.url = "https://" + host + "/api/v1/sync/s3";
+    EXPECT_TRUE(loader_->load(request).error) << host;
+  }
+  EXPECT_TRUE(records_.empty());
+  EXPECT_FALSE(sync().error);
 }
 
 }  // namespace
