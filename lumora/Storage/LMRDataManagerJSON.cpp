@@ -17,11 +17,11 @@ std::string formattedDate(Date moment) {
   const auto millisecond = std::chrono::floor<std::chrono::milliseconds>(moment);
   const auto day = std::chrono::floor<date::days>(millisecond);
   const date::year_month_day calendar(day);
-  const date::hh_mm_ss time(millisecond - day);
+  const date::hh_mm_ss timeOfDay(millisecond - day);
   return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", static_cast<int>(calendar.year()),
                      static_cast<unsigned>(calendar.month()), static_cast<unsigned>(calendar.day()),
-                     time.hours().count(), time.minutes().count(), time.seconds().count(),
-                     time.subseconds().count());
+                     timeOfDay.hours().count(), timeOfDay.minutes().count(), timeOfDay.seconds().count(),
+                     timeOfDay.subseconds().count());
 }
 
 std::string coercedKey(const Value& key) {

@@ -19,10 +19,8 @@ URLRequest get(const std::string& url, const std::string& method = "GET", const 
   return request;
 }
 
-std::string answer(const std::string& body, const std::string& status = "200 OK",
-                   const std::string& headers = "") {
-  return "HTTP/1.1 " + status + "\r\n" + headers + "Content-Length: " + std::to_string(body.size()) +
-         "\r\n\r\n" + body;
+std::string answer(const std::string& body, const std::string& head = "200 OK") {
+  return "HTTP/1.1 " + head + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
 struct CurlURLLoaderTest : ::testing::Test {
@@ -46,21 +44,20 @@ TEST_F(CurlURLLoaderTest, SendsTheGivenHeadersInOrderAndNoOthers) {
                      {"nul", std::string("1\0002", 3)}, {"blank", "  "}, {"appbd", "42"}};
   // clang-format on
   EXPECT_EQ(loader.load(request).body, "ok");
-  EXPECT_EQ(server.requests().at(0), "POST /a/../b?c=%20+ HTTP/1.1\r\nHost: " + server.address() +
-                                         "\r\nContent-type: application/json\r\nempty:\r\nblank:\r\nappbd: "
-                                         "42\r\nContent-Length: 5\r\n\r\n{}\n{}");
+  const std::string sent = "POST /a/../b?c=%20+ HTTP/1.1\r\nHost: " + server.address() +
+                           "\r\nContent-type: application/json\r\nempty:\r\nblank:\r\nappbd: 42";
+  EXPECT_EQ(server.requests().at(0), sent + "\r\nContent-Length: 5\r\n\r\n{}\n{}");
 }
 
 TEST_F(CurlURLLoaderTest, GivesStatusHeadersAndBodyOfAnyAnswer) {
   for (const std::string status : {"200 OK", "304 Not Modified", "404 Not Found", "500 Broken"}) {
     const std::string body = status.starts_with("304") ? "" : "text";
-    const HTTPTestServer server(answer(body, status, "ETag:   \"a:b\" \r\nX-Twice: 1\r\nX-Twice: 2\r\n"));
+    const HTTPTestServer server(answer(body, status + "\r\nETag:   \"a:b\" \r\nX-Twice: 1\r\nX-Twice: 2"));
     const URLResponse response = loader.load(get(server.url()));
     EXPECT_FALSE(response.error) << status;
     EXPECT_EQ(std::to_string(response.statusCode), status.substr(0, 3));
     EXPECT_EQ(response.body, body) << status;
-    EXPECT_EQ(response.header("etag"), "\"a:b\"") << status;
-    EXPECT_EQ(response.header("x-twice"), "2") << status;
+    EXPECT_EQ(response.header("etag").value_or("") + response.header("x-twice").value_or(""), "\"a:b\"2");
   }
 }
 
@@ -149,7 +146,7 @@ TEST_F(CurlURLLoaderTest, FollowsNoMoreRedirectsThanAllowedAndToTheWebOnly) {
   // clang-format on
   for (const auto& [target, allowed, status, fails] : cases) {
     SCOPED_TRACE(target + " " + std::to_string(allowed));
-    const std::string moved = answer("moved", "302 Found", "Hop: 1\r\nLocation: " + target + "\r\n");
+    const std::string moved = answer("moved", "302 Found\r\nHop: 1\r\nLocation: " + target);
     const HTTPTestServer server(
         [&](std::size_t number) { return HTTPTestServer::Reply{number < 2 ? moved : answer("here")}; });
     URLRequest request = get(server.url());

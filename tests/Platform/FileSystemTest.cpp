@@ -10,8 +10,6 @@
 namespace lumora::testing {
 namespace {
 
-using ::testing::Optional, ::testing::UnorderedElementsAre;
-
 struct TemporaryLinuxFileSystem : TemporaryFolder, LinuxFileSystem {
   TemporaryLinuxFileSystem() : LinuxFileSystem(*this / "Documents", *this / "Caches") {}
 };
@@ -35,7 +33,8 @@ TYPED_TEST(FileSystemTest, ReadsBackAndListsWhatItWrote) {
     EXPECT_EQ(this->files.read(this->path("file")), bytes) << bytes.size() << " bytes";
   }
   EXPECT_TRUE(this->write("a/b/file", "x")) << "missing folders are made";
-  EXPECT_THAT(this->files.list(this->files.cachesDirectory()), Optional(UnorderedElementsAre("file", "a")));
+  EXPECT_THAT(this->files.list(this->files.cachesDirectory()),
+              ::testing::Optional(::testing::UnorderedElementsAre("file", "a")));
   EXPECT_EQ(this->files.list(this->path("missing")), std::nullopt);
   EXPECT_EQ(this->files.list(this->path("file")), std::nullopt);
 }
@@ -54,8 +53,6 @@ TYPED_TEST(FileSystemTest, RemovesFilesAloneAndFailsByValue) {
   EXPECT_FALSE(this->files.writeAtomically("", "new"));
   EXPECT_NE(this->files.remove(this->path("folder/file")).value_or(""), "");
   EXPECT_EQ(this->files.read(this->path("file")), "old");
-  EXPECT_THAT(this->files.list(this->files.cachesDirectory()),
-              Optional(UnorderedElementsAre("file", "folder")));
 }
 
 TEST(LinuxFileSystemTest, WhatItMakesIsTheOwnersAloneAndAFullDiskLeavesItWhole) {

@@ -4,11 +4,9 @@
 #include <sys/socket.h>
 
 #include <array>
-#include <charconv>
 #include <functional>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -71,16 +69,16 @@ class HTTPTestServer {
         connection_ = std::move(accepted);
       }
       for (std::string request = receive(socket); !request.empty(); request = receive(socket)) {
-        const Reply reply = handler_(keep(std::move(request)));
+        const Reply reply = handler_(remember(request));
         ::send(socket, reply.bytes.data(), reply.bytes.size(), MSG_NOSIGNAL);
         if (reply.closesConnection) ::shutdown(socket, SHUT_RDWR);
       }
     }
   }
 
-  std::size_t keep(std::string request) {
+  std::size_t remember(const std::string& request) {
     const Lock lock(mutex_);
-    requests_.push_back(std::move(request));
+    requests_.push_back(request);
     return requests_.size() - 1;
   }
 
@@ -94,10 +92,9 @@ class HTTPTestServer {
       request.append(buffer.data(), static_cast<std::size_t>(count));
       const auto headEnd = request.find("\r\n\r\n");
       if (headEnd == std::string::npos) continue;
-      constexpr std::string_view name = "\r\nContent-Length: ";
+      const std::string name = "\r\nContent-Length: ";
       const auto at = request.find(name);
-      std::size_t bodyLength = 0;
-      if (at < headEnd) std::from_chars(&request[at + name.size()], &request[headEnd], bodyLength);
+      const std::size_t bodyLength = at < headEnd ? std::stoul(request.substr(at + name.size())) : 0;
       if (request.size() >= headEnd + 4 + bodyLength) return request;
     }
   }

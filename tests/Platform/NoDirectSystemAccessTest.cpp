@@ -11,19 +11,14 @@
 namespace lumora::testing {
 namespace {
 
-namespace fs = std::filesystem;
-
 /// What the library's logic must ask of the platform instead. A name that ends in "(" is a call; `::` in
 /// front of a call makes no difference.
-constexpr const char* kForbidden =
-    "system_clock::now steady_clock::now high_resolution_clock time( gettimeofday( clock_gettime( localtime( "
-    "localtime_r( mktime( strftime( fstream ifstream ofstream fopen( ::open( filesystem unlink( mkdir( "
-    "opendir( "
-    "std::thread std::jthread std::async pthread_create( sleep_for sleep_until usleep( nanosleep( sleep( "
-    "getenv( "
-    "setenv( environ rand( random_device uname( gethostname( socket( system( popen( fork( std::cerr "
-    "std::cout "
-    "printf( NSLog( CFPreferences";
+constexpr const char* kForbidden = R"(
+    system_clock::now steady_clock::now high_resolution_clock time( gettimeofday( clock_gettime( localtime(
+    localtime_r( mktime( strftime( fstream ifstream ofstream fopen( ::open( filesystem unlink( mkdir( opendir(
+    std::thread std::jthread std::async pthread_create( sleep_for sleep_until usleep( nanosleep( sleep( getenv(
+    setenv( environ rand( random_device uname( gethostname( socket( system( popen( fork( std::cerr std::cout
+    printf( NSLog( CFPreferences)";
 
 bool isNameCharacter(char c) {
   return isASCIILetter(c) || isASCIIDigit(c) || c == '_';
@@ -47,7 +42,7 @@ std::string violationsIn(const std::string& source) {
   std::istringstream lines(source);
   std::string violations, line;
   for (int number = 1; std::getline(lines, line); ++number) {
-    const std::string code = line.substr(0, line.find("//"));
+    const std::string code = line.substr(0, line.find("// "));
     std::istringstream names(kForbidden);
     for (std::string name; names >> name;) {
       if (uses(code, name)) violations += std::to_string(number) + ":" + name + " ";
@@ -57,15 +52,14 @@ std::string violationsIn(const std::string& source) {
 }
 
 TEST(NoDirectSystemAccessTest, LogicReachesTheSystemOnlyThroughThePlatform) {
-  const fs::path root(LUMORA_SOURCE_FOLDER);
+  const std::filesystem::path root(LUMORA_SOURCE_FOLDER);
   int files = 0;
-  for (const auto& entry : fs::recursive_directory_iterator(root)) {
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
     const std::string name = entry.path().lexically_relative(root).generic_string();
     const bool isPlatform = name.starts_with("Platform/Linux/") || name.starts_with("Testing/");
     if (isPlatform || !(name.ends_with(".cpp") || name.ends_with(".h"))) continue;
     ++files;
-    EXPECT_EQ(violationsIn(readFile(entry.path())), "")
-        << name << ": this belongs behind a platform interface";
+    EXPECT_EQ(violationsIn(readFile(entry.path())), "") << name << " asks the system directly";
   }
   EXPECT_GT(files, 20) << "the sources were not found";
 }
@@ -74,8 +68,8 @@ TEST(NoDirectSystemAccessTest, SeesCodeAndNothingElse) {
   // clang-format off
   const std::pair<const char*, const char*> cases[] = {
       {"auto t = std::chrono::system_clock::now();", "1:system_clock::now "}, {"#include <fstream>", "1:fstream "},
-      {"int a;\nt = ::time(nullptr) + std::time(nullptr);", "2:time( "}, {"log(\"std::thread \\\" getenv(\"); std::threading b;", ""},
-      {"message.time(); clock->time(1); runtime(1); // std::thread", ""}, {"char a = '\"'; std::thread b; char c = '\"';", "1:std::thread "}};
+      {"int a;\nt = ::time(nullptr) + std::time(nullptr);", "2:time( "}, {"load(\"http://a\"); getenv(b);", "1:getenv( "},
+      {"message.time(); clock->time(1); runtime(1); std::threading b; // std::thread", ""}};
   // clang-format on
   for (const auto& [source, violations] : cases) EXPECT_EQ(violationsIn(source), violations) << source;
 }

@@ -31,16 +31,6 @@ class StandardErrorTo {
   const FileDescriptor saved_{::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 10)};
 };
 
-TEST(LinuxSystemLogTest, WritesWholeLinesToStandardError) {
-  const TemporaryFolder folder;
-  {
-    const StandardErrorTo redirected(openForAppending(folder / "log"));
-    LinuxSystemLog log(nullptr);
-    for (const char* message : {"first", "", "two\nlines %s"}) log.write(message);
-  }
-  EXPECT_EQ(readFile(folder / "log"), "first\n\ntwo\nlines %s\n");
-}
-
 TEST(LinuxSystemLogTest, AFullOrBrokenStandardErrorLosesTheMessageAndRaisesNoSignal) {
   std::array<int, 2> ends{};
   ASSERT_EQ(::pipe(ends.data()), 0);

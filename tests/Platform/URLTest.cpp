@@ -30,13 +30,13 @@ TEST(URLTest, TakesValidTextsApart) {
 }
 
 TEST(URLTest, RefusesOtherTexts) {
-  for (const std::string& text : {std::string("http://a/\0b", 11), std::string(), std::string(" ")})
-    EXPECT_FALSE(URL::parse(text)) << text;
-  for (const char* text :
-       {"http://exa mple.com", "http://a/\n",         "http://a/\"x\"", "http://a/<b>",  "http://a/{b}",
-        "http://a/b|c",        "http://a/b\\c",       "http://a/^`",    "http://a/%",    "http://a/%4",
-        "http://a/%zz",        "http://\xC3\xA4.com", "http://a:b/",    "http://a:80x/", "http://[::1/",
-        "http://[::1]x/",      "http://a]b/",         "http://a/[b]",   "http://a/#b#c", "http://a/\x7F"}) {
+  EXPECT_FALSE(URL::parse(std::string("http://a/\0b", 11)));
+  // clang-format off
+  for (const char* text : {
+      "", " ", "http://exa mple.com", "http://a/\n", "http://a/\"x\"", "http://a/<b>", "http://a/{b}", "http://a/b|c",
+      "http://a/b\\c", "http://a/^`", "http://a/%", "http://a/%4", "http://a/%zz", "http://\xC3\xA4.com", "http://a:b/",
+      "http://a:80x/", "http://[::1/", "http://[::1]x/", "http://a]b/", "http://a/[b]", "http://a/#b#c", "http://a/\x7F"}) {
+    // clang-format on
     EXPECT_FALSE(URL::parse(text)) << text;
   }
 }
@@ -54,7 +54,6 @@ TEST(URLTest, EscapesWhatMayStandNowhereInAURLAndBack) {
   EXPECT_EQ(percentDecoded("\xC3\xA9%c3%a9+%25%32%30"), "\xC3\xA9\xC3\xA9+%20");
   for (const char* text : {"%", "%4", "a%4g", "%FF", "%C3", "\xFF"})
     EXPECT_EQ(percentDecoded(text), std::nullopt) << text;
-  EXPECT_EQ(percentEscaped("\xFF"), "%FF");
 }
 
 }  // namespace

@@ -9,15 +9,12 @@
 namespace lumora::testing {
 namespace {
 
-constexpr std::int64_t kMax = INT64_MAX;
-constexpr std::int64_t kMin = INT64_MIN;
-
 TEST(ValueTest, ConvertsToNumbersAsThePlatformDoes) {
   // clang-format off
   const std::tuple<Value, std::int64_t, double> cases[] = {
-      {true, 1, 1}, {-1.9, -1, -1.9}, {1e300, kMax, 1e300}, {-INFINITY, kMin, -INFINITY}, {0x1p63, kMax, 0x1p63},
+      {true, 1, 1}, {-1.9, -1, -1.9}, {1e300, INT64_MAX, 1e300}, {-INFINITY, INT64_MIN, -INFINITY}, {0x1p63, INT64_MAX, 0x1p63},
       {" \t\n-3.5kg", -3, -3.5}, {"+7", 7, 7}, {"1e3", 1, 1000}, {"-.5", 0, -0.5},
-      {"99999999999999999999", kMax, 1e20}, {"-99999999999999999999", kMin, -1e20}};
+      {"99999999999999999999", INT64_MAX, 1e20}, {"-99999999999999999999", INT64_MIN, -1e20}};
   // clang-format on
   for (const auto& [value, integer, real] : cases) {
     EXPECT_EQ(value.integerValue(), integer) << value.description();
@@ -25,7 +22,7 @@ TEST(ValueTest, ConvertsToNumbersAsThePlatformDoes) {
   }
   EXPECT_EQ(Value(std::nan("")).integerValue(), 0);
   for (const Value& value :
-       List{Value(), "", "abc", "0x10", "nan", "infinity", List{1}, Date(std::chrono::seconds(5))}) {
+       List{Value(), "", "abc", "0x10", "nan", "infinity", List{1}, Date(Date::duration(5))}) {
     EXPECT_EQ(value.integerValue(), 0) << value.description();
     EXPECT_EQ(value.doubleValue(), 0) << value.description();
   }
@@ -44,17 +41,16 @@ TEST(ValueTest, ConvertsToTruthAsThePlatformDoes) {
 TEST(ValueTest, NumbersAreEqualByWhatTheyCount) {
   EXPECT_EQ(Value(1), Value(1LL));
   EXPECT_EQ(Value(List{true, 0.0}), Value(List{1.0, -0.0}));
-  EXPECT_NE(Value(kMax), Value(kMax - 1));
+  EXPECT_NE(Value(std::int64_t{INT64_MAX}), Value(std::int64_t{INT64_MAX - 1}));
   EXPECT_NE(Value(std::nan("")), Value(std::nan("")));
   EXPECT_NE(Value(1), Value("1"));
 }
 
 TEST(ValueTest, DescribesItselfForLogLines) {
-  const Dictionary map{{"b", List{12, 12.5, 0.1F, "two", Value()}},
-                       {"a", List{}},
-                       {"c", *URL::parse("http://a/b")},
-                       {"d", Data{0x0A, 0xFF}},
-                       {"e", Value::Opaque{"Thing", "a thing"}}};
+  // clang-format off
+  const Dictionary map{{"b", List{12, 12.5, 0.1F, "two", Value()}}, {"a", List{}}, {"c", *URL::parse("http://a/b")},
+                       {"d", Data{0x0A, 0xFF}}, {"e", Value::Opaque{"Thing", "a thing"}}};
+  // clang-format on
   EXPECT_EQ(Value(map).description(),
             "{a = (), b = (12, 12.5, 0.1, two, <null>), c = http://a/b, d = <0aff>, e = a thing}");
 }

@@ -7,8 +7,8 @@
 namespace lumora {
 
 /// Keeps a write to a pipe or a connection that nobody reads any more from ending the process. The host's own
-/// handling of SIGPIPE stays as it is: while the guard lives the signal is held back on this thread alone, and
-/// it is taken off before it would be let through.
+/// handling of SIGPIPE stays as it is: while the guard lives the signal is held back on this thread alone,
+/// and it is taken off before it would be let through.
 class BrokenPipeGuard {
  public:
   BrokenPipeGuard() noexcept {
