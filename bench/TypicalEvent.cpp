@@ -1,0 +1,32 @@
+#include "bench/TypicalEvent.h"
+
+#include "lumora/Events/EventKeys.h"
+#include "lumora/Events/LMREventLogger.h"
+#include "lumora/Facade/LumoraActionMetaData.h"
+#include "lumora/Platform/JSON.h"
+
+namespace lumora_bench {
+
+std::shared_ptr<lumora::LumoraActionMetaData> typicalDetails() {
+  auto details = std::make_shared<lumora::LumoraActionMetaData>();
+  details->setType("purchase");
+  details->setDetails("It's the \"summer\" coupon – 20 %");
+  details->setMetric(12.5);
+  details->setKey("item", "boots");
+  return details;
+}
+
+lumora::Dictionary typicalRecord(const lumora::Dictionary& details) {
+  lumora::Dictionary record =
+      lumora::LMREventLogger::sharedInstance().getEventSkeleton(lumora::KEY_CHECKPOINT);
+  record.emplace(lumora::KEY_NAME, kActionName);
+  record.emplace(lumora::KEY_META, details);
+  record.emplace(lumora::KEY_TYPE, lumora::KEY_TYPE_CUSTOM);
+  return record;
+}
+
+std::string typicalText() {
+  return lumora::writeJSON(typicalRecord(typicalDetails()->actionMetadata())).value();
+}
+
+}  // namespace lumora_bench
