@@ -2,9 +2,11 @@
 
 #include <atomic>
 #include <cstdint>
-#include <map>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 
 #include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/InApp/LMRTappable.h"
@@ -21,7 +23,15 @@ namespace lumora {
 /// that the campaign store publishes whole.
 class LUMORA_EXPORT LMRInAppHandler {
  public:
-  using EventMap = std::map<std::string, std::shared_ptr<LMRInAppMessage>, std::less<>>;
+  /// Lets an event's name be looked up without a copy of it.
+  struct NameHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view name) const noexcept {
+      return std::hash<std::string_view>()(name);
+    }
+  };
+  using EventMap =
+      std::unordered_map<std::string, std::shared_ptr<LMRInAppMessage>, NameHash, std::equal_to<>>;
 
   static LMRInAppHandler& sharedInstance();
 
