@@ -44,13 +44,6 @@ class TemporaryFile {
   FileDescriptor file_;
 };
 
-/// A rename is kept for certain only once its folder is synced.
-bool syncFolder(const std::string& folder) {
-  const FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  // Some file systems cannot sync folders, and say so with EINVAL.
-  return opened.isOpen() && (::fsync(opened.get()) == 0 || errno == EINVAL);
-}
-
 }  // namespace
 
 std::string parentFolder(const std::string& path) {
@@ -84,9 +77,8 @@ FileDescriptor replaceFile(const std::string& path, std::string_view bytes) {
   if (!makeFolders(folder)) return {};
   TemporaryFile temporary(folder);
   if (!temporary.write(bytes)) return {};
-  FileDescriptor file = temporary.moveTo(path);
-  if (file.isOpen() && !syncFolder(folder)) return {};
-  return file;
+  // The folder is not synced: after a power cut the old file may be back, whole.
+  return temporary.moveTo(path);
 }
 
 }  // namespace lumora
