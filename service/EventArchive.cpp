@@ -22,7 +22,7 @@ double secondsSinceEpoch() {
 }
 
 /// The text must outlive the statement's run.
-void bind(sqlite3_stmt* statement, int index, std::string_view text) {
+void bindText(sqlite3_stmt* statement, int index, std::string_view text) {
   // A view without data would be bound as NULL.
   const char* const data = text.empty() ? "" : text.data();
   sqlite3_bind_text64(statement, index, data, text.size(), SQLITE_STATIC, SQLITE_UTF8);
@@ -68,12 +68,12 @@ bool EventArchive::storeEvents(std::string_view account, std::string_view uuid,
   const Lock lock(mutex_);
   execute("BEGIN IMMEDIATE");
   sqlite3_stmt* statement = insertEvent_.get();
-  bind(statement, 1, account);
-  bind(statement, 2, uuid);
+  bindText(statement, 1, account);
+  bindText(statement, 2, uuid);
   sqlite3_bind_double(statement, 3, secondsSinceEpoch());
   bool isStored = true;
   for (const std::string_view event : events) {
-    bind(statement, 4, event);
+    bindText(statement, 4, event);
     isStored = isStored && run(statement);
   }
   sqlite3_clear_bindings(statement);
@@ -84,11 +84,11 @@ bool EventArchive::storeEvents(std::string_view account, std::string_view uuid,
 bool EventArchive::registerTestDevice(std::string_view account, const TestDevice& device) {
   const Lock lock(mutex_);
   sqlite3_stmt* statement = insertDevice_.get();
-  bind(statement, 1, account);
-  bind(statement, 2, device.name);
-  bind(statement, 3, device.pushToken);
-  bind(statement, 4, device.registrationToken);
-  bind(statement, 5, device.type);
+  bindText(statement, 1, account);
+  bindText(statement, 2, device.name);
+  bindText(statement, 3, device.pushToken);
+  bindText(statement, 4, device.registrationToken);
+  bindText(statement, 5, device.type);
   sqlite3_bind_double(statement, 6, secondsSinceEpoch());
   const bool isDone = run(statement);
   sqlite3_clear_bindings(statement);

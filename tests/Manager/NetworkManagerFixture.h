@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "lumora/Facade/Lumora.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Testing/FakePlatform.h"
 #include "lumora/Util/LMRSettingsKeys.h"
@@ -24,6 +25,8 @@ class NetworkManagerTest : public ::testing::Test {
   NetworkManagerTest() {
     host.settings.setObject(kLmroTarrowID, "acme");
     host.queues.setMainThread(false);
+    // A request asks the facade for the secret; made only then, it would take its locks inside the request's.
+    Lumora::sharedInstance();
   }
 
   static LMRNetworkManager& manager() { return LMRNetworkManager::sharedInstance(); }

@@ -76,6 +76,11 @@ struct ServiceTest : ::testing::Test {
 
   TemporaryFolder folder_;
   ServiceOptions options_;
+  std::vector<RequestRecord> records() {
+    const std::lock_guard lock(mutex_);
+    return records_;
+  }
+
   std::mutex mutex_;
   std::vector<RequestRecord> records_;
   std::optional<Service> service_;
@@ -128,11 +133,12 @@ TEST_F(ServiceTest, RefusesUnknownCallers) {
 TEST_F(ServiceTest, StoresTheEventsOfAReportOrRefusesItWhole) {
   start();
   EXPECT_EQ(report("{\"a\":1}\n{\"b\":\"\\n\"}").body, kSuccess);
-  ASSERT_EQ(records_.size(), 1U);
-  EXPECT_EQ(records_[0].method + records_[0].path + records_[0].account, "POST/report/events/acme");
-  EXPECT_EQ(records_[0].events, 2U);
+  const auto seen = records();
+  ASSERT_EQ(seen.size(), 1U);
+  EXPECT_EQ(seen[0].method + seen[0].path + seen[0].account, "POST/report/events/acme");
+  EXPECT_EQ(seen[0].events, 2U);
   EXPECT_EQ(
-      records_[0].headers,
+      seen[0].headers,
       (Headers{{"Content-Length", "18"}, {"Host", "acme.lumora.example"}, {"sec", "s3"}, {"uuid", "u-1"}}));
   for (const std::string body :
        {"{\"a\":1}\n{\"b\"", "{\"a\":1}\n\n{\"b\":1}", "[{\"a\":1}]", "\n", "{}{}"}) {
@@ -245,7 +251,7 @@ TEST_F(ServiceTest, TheLoaderTrustsNobodyButTheAuthority) {
     request.url = "https://" + host + "/api/v1/sync/s3";
     EXPECT_TRUE(loader_->load(request).error) << host;
   }
-  EXPECT_TRUE(records_.empty());
+  EXPECT_TRUE(records().empty());
   EXPECT_FALSE(sync().error);
 }
 
