@@ -14,7 +14,7 @@ std::vector<Alert> FakeAlerts::shown() const {
   return shown_;
 }
 
-bool FakeAlerts::answer(int buttonIndex, std::optional<std::string> text) {
+bool FakeAlerts::answer(int buttonIndex, const std::optional<std::string>& text) {
   Alert alert;
   {
     Lock lock(mutex_);

@@ -21,7 +21,7 @@ class LUMORA_EXPORT FakeAlerts : public Alerts {
   std::vector<Alert> shown() const;
   /// Takes the newest alert off the display and presses one of its buttons, with that text in its field (what
   /// the field held at first, without one). Returns false when no alert is shown.
-  bool answer(int buttonIndex, std::optional<std::string> text = std::nullopt);
+  bool answer(int buttonIndex, const std::optional<std::string>& text = std::nullopt);
 
  private:
   mutable Mutex mutex_;
