@@ -5,9 +5,12 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <stdexcept>
 
 #include "lumora/Platform/ASCII.h"
 
@@ -20,21 +23,20 @@ std::string lowerCase(std::string_view text) {
   return result;
 }
 
+/// The parser leaves what was not kept in its place, as discarded.
 const JSON* member(const JSON& object, const char* name) {
-  if (!object.is_object()) return nullptr;
   const auto found = object.find(name);
-  return found == object.end() ? nullptr : &*found;
+  return found == object.end() || found->is_discarded() ? nullptr : &*found;
 }
 
 std::string textMember(const JSON& object, const char* name) {
   const JSON* value = member(object, name);
-  return value != nullptr && value->is_string() ? value->get<std::string>() : std::string();
+  return value == nullptr ? std::string() : value->get<std::string>();
 }
 
 std::optional<std::int64_t> numberMember(const JSON& object, const char* name) {
   const JSON* value = member(object, name);
-  if (value == nullptr || !value->is_number()) return std::nullopt;
-  return value->get<std::int64_t>();
+  return value == nullptr ? std::nullopt : std::optional(value->get<std::int64_t>());
 }
 
 bool flagMember(const JSON& object, const char* name) {
@@ -99,9 +101,18 @@ std::vector<Misbehaviour> misbehavioursFrom(const JSON& account) {
   return result;
 }
 
+std::string contentOf(const std::string& file) {
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream) throw std::runtime_error(std::string("it cannot be read: ") + std::strerror(errno));
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
 }  // namespace
 
-Accounts::Accounts(std::string file) : file_(std::move(file)) {}
+Accounts::Accounts(std::string file) : file_(std::move(file)) {
+  const Lock lock(mutex_);
+  readAgain();
+}
 
 Accounts::FileState Accounts::stateOf(const std::string& file) {
   struct stat status = {};
@@ -115,17 +126,22 @@ void Accounts::readAgain() {
   const FileState state = stateOf(file_);
   if (state == state_) return;
   state_ = state;
-  std::ifstream stream(file_, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(stream), {}};
-  const JSON content = JSON::parse(text, nullptr, false);
-  const JSON* accounts = member(content, "accounts");
-  if (accounts == nullptr || !accounts->is_object()) {
-    std::cerr << file_ << " is no accounts file; the accounts stay as they were.\n";
-    return;
+  try {
+    const AccountsFile content = parseAccountsFile(contentOf(file_));
+    for (const std::string& notice : content.notices) std::cerr << file_ << ": " << notice << '\n';
+    take(content.accounts);
+  } catch (const std::runtime_error& error) {
+    std::cerr << file_ << ": " << error.what() << "; "
+              << (accounts_.empty() ? "there are no accounts until it is mended; --help shows one\n"
+                                    : "the accounts stay as they were\n");
   }
+}
+
+void Accounts::take(const JSON& accounts) {
   accounts_.clear();
   misbehaviours_.clear();
-  for (const auto& [id, source] : accounts->items()) {
+  for (const auto& [id, source] : accounts.items()) {
+    if (!source.is_object()) continue;
     accounts_[lowerCase(id)] = std::make_shared<const Account>(accountFrom(id, source));
     misbehaviours_[id] = misbehavioursFrom(source);
   }

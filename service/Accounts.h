@@ -4,17 +4,15 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "lumora/Platform/Mutex.h"
+#include "service/AccountsFile.h"
 
 namespace lumora::service {
-
-using JSON = nlohmann::ordered_json;
 
 /// How the service is to go wrong for an account.
 struct Misbehaviour {
@@ -46,10 +44,11 @@ struct Account {
   std::string syncTag;
 };
 
-/// The accounts file. It is read again when it has changed; a file that is not valid leaves what was read
-/// before. Any thread.
+/// The accounts file. It is read again when it has changed; a file that is missing or not valid leaves what
+/// was read before. What is wrong or odd about it is said on standard error, once per change. Any thread.
 class Accounts {
  public:
+  /// Reads the file.
   explicit Accounts(std::string file);
 
   /// The account, or null; identifiers are compared without regard to case, being part of a host name.
@@ -68,10 +67,11 @@ class Accounts {
 
   static FileState stateOf(const std::string& file);
   void readAgain() LUMORA_REQUIRES(mutex_);
+  void take(const JSON& accounts) LUMORA_REQUIRES(mutex_);
 
   const std::string file_;
   Mutex mutex_;
-  FileState state_ LUMORA_GUARDED_BY(mutex_);
+  std::optional<FileState> state_ LUMORA_GUARDED_BY(mutex_);
   std::map<std::string, std::shared_ptr<const Account>, std::less<>> accounts_ LUMORA_GUARDED_BY(mutex_);
   std::map<std::string, std::vector<Misbehaviour>, std::less<>> misbehaviours_ LUMORA_GUARDED_BY(mutex_);
 };

@@ -74,6 +74,11 @@ std::string contentTypeOf(const std::filesystem::path& file) {
   return "application/octet-stream";
 }
 
+/// An account without a secret lets nobody in.
+bool isSecretOf(const Account& account, std::string_view text) {
+  return !account.secret.empty() && text == account.secret;
+}
+
 /// Whether a name from the network stays in the folder that it is looked up in.
 bool isPlainFileName(std::string_view name) {
   constexpr std::string_view separators("/\0", 2);
@@ -93,7 +98,9 @@ std::string_view endpointOf(std::string_view path) {
 
 Answer refusal(std::string_view message, int status) {
   const JSON body{{"success", false}, {"error_message", message}};
-  return {.status = status, .body = body.dump(-1, ' ', false, JSON::error_handler_t::replace)};
+  return {.status = status,
+          .body = body.dump(-1, ' ', false, JSON::error_handler_t::replace),
+          .refusal = std::string(message)};
 }
 
 Endpoints::Endpoints(EventArchive& archive, std::string assetsDirectory)
@@ -104,21 +111,26 @@ Answer Endpoints::answer(const httplib::Request& request, std::string_view body,
   if (endpoint.empty()) return refusal("There is nothing at this path.", 404);
   if (request.method != (endpoint == "report" ? "POST" : "GET")) return refusal("Wrong method.", 405);
   if (endpoint == "assets") return asset(request.path.substr(kAssetsPath.size()));
-  if (account == nullptr) return refusal("Unknown account.");
+  if (account == nullptr) {
+    Answer unknown = refusal("Unknown account.");
+    unknown.refusal +=
+        " The accounts file has none for the host \"" + request.get_header_value("Host") + "\".";
+    return unknown;
+  }
   if (endpoint == "sync") return sync(request, *account);
   if (endpoint == "report") return report(request, body, *account);
   return registerTestDevice(request, *account);
 }
 
 Answer Endpoints::sync(const httplib::Request& request, const Account& account) {
-  if (request.path.substr(kSyncPath.size()) != account.secret) return refusal("Wrong secret.");
+  if (!isSecretOf(account, request.path.substr(kSyncPath.size()))) return refusal("Wrong secret.");
   if (request.get_header_value("If-None-Match") == account.syncTag)
     return {.status = 304, .tag = account.syncTag};
   return {.body = account.syncAnswer, .tag = account.syncTag};
 }
 
 Answer Endpoints::report(const httplib::Request& request, std::string_view body, const Account& account) {
-  if (request.get_header_value("sec") != account.secret) return refusal("Wrong secret.");
+  if (!isSecretOf(account, request.get_header_value("sec"))) return refusal("Wrong secret.");
   if (account.isInSecureMode) {
     if (queryValue(request, "ak") != account.accessKey) return refusal("Wrong access key.");
     for (const char* name : {"sign", "ts", "email"}) {

@@ -20,6 +20,8 @@ struct Answer {
   std::string tag = {};
   /// How many events an accepted report brought.
   std::optional<std::size_t> events = {};
+  /// Why the request was refused, for the service's own line; empty when it was not.
+  std::string refusal = {};
 };
 
 /// Where reports are posted; the only path that takes a body.

@@ -28,6 +28,16 @@ void bindText(sqlite3_stmt* statement, int index, std::string_view text) {
   sqlite3_bind_text64(statement, index, data, text.size(), SQLITE_STATIC, SQLITE_UTF8);
 }
 
+std::string failure(const std::string& file, const char* reason) {
+  return "The file " + file + " cannot be used: " + reason + ". Free it, or move it away; a new one is made.";
+}
+
+struct RollBack {
+  void operator()(sqlite3* database) const noexcept {
+    if (sqlite3_get_autocommit(database) == 0) sqlite3_exec(database, "ROLLBACK", nullptr, nullptr, nullptr);
+  }
+};
+
 bool run(sqlite3_stmt* statement) {
   const int result = sqlite3_step(statement);
   sqlite3_reset(statement);
@@ -36,12 +46,12 @@ bool run(sqlite3_stmt* statement) {
 
 }  // namespace
 
-EventArchive::EventArchive(const std::string& file) {
+EventArchive::EventArchive(const std::string& file) : file_(file) {
   const Lock lock(mutex_);
   sqlite3* database = nullptr;
   const int result = sqlite3_open(file.c_str(), &database);
   database_.reset(database);
-  if (result != SQLITE_OK) throw std::runtime_error("The file " + file + " cannot be opened.");
+  if (result != SQLITE_OK) throw std::runtime_error(failure(file, sqlite3_errmsg(database)));
   constexpr int busyTimeoutMilliseconds = 5000;
   sqlite3_busy_timeout(database, busyTimeoutMilliseconds);
   execute(kSchema);
@@ -51,14 +61,14 @@ EventArchive::EventArchive(const std::string& file) {
 
 void EventArchive::execute(const char* sql) {
   if (sqlite3_exec(database_.get(), sql, nullptr, nullptr, nullptr) != SQLITE_OK) {
-    throw std::runtime_error(std::string("The event archive fails: ") + sqlite3_errmsg(database_.get()));
+    throw std::runtime_error(failure(file_, sqlite3_errmsg(database_.get())));
   }
 }
 
 EventArchive::Statement EventArchive::prepare(const char* sql) {
   sqlite3_stmt* statement = nullptr;
   if (sqlite3_prepare_v2(database_.get(), sql, -1, &statement, nullptr) != SQLITE_OK) {
-    throw std::runtime_error(std::string("The event archive fails: ") + sqlite3_errmsg(database_.get()));
+    throw std::runtime_error(failure(file_, sqlite3_errmsg(database_.get())));
   }
   return Statement(statement);
 }
@@ -67,6 +77,8 @@ bool EventArchive::storeEvents(std::string_view account, std::string_view uuid,
                                const std::vector<std::string_view>& events) {
   const Lock lock(mutex_);
   execute("BEGIN IMMEDIATE");
+  // A commit that failed would leave the transaction open, and every later report would be refused.
+  const std::unique_ptr<sqlite3, RollBack> unfinished(database_.get());
   sqlite3_stmt* statement = insertEvent_.get();
   bindText(statement, 1, account);
   bindText(statement, 2, uuid);
@@ -77,7 +89,7 @@ bool EventArchive::storeEvents(std::string_view account, std::string_view uuid,
     isStored = isStored && run(statement);
   }
   sqlite3_clear_bindings(statement);
-  execute(isStored ? "COMMIT" : "ROLLBACK");
+  if (isStored) execute("COMMIT");
   return isStored;
 }
 

@@ -44,6 +44,7 @@ class EventArchive {
   void execute(const char* sql) LUMORA_REQUIRES(mutex_);
   Statement prepare(const char* sql) LUMORA_REQUIRES(mutex_);
 
+  const std::string file_;
   Mutex mutex_;
   std::unique_ptr<sqlite3, DatabaseDeleter> database_ LUMORA_GUARDED_BY(mutex_);
   Statement insertEvent_ LUMORA_GUARDED_BY(mutex_);

@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <stdexcept>
 
 namespace lumora::service {
@@ -12,6 +14,7 @@ namespace {
 bool writeAll(int descriptor, std::string_view content) {
   while (!content.empty()) {
     const ssize_t count = ::write(descriptor, content.data(), content.size());
+    if (count < 0 && errno == EINTR) continue;
     if (count < 0) return false;
     content.remove_prefix(static_cast<std::size_t>(count));
   }
@@ -27,7 +30,7 @@ void writePrivateFile(const std::string& path, std::string_view content) {
   const bool isWritten = descriptor >= 0 && writeAll(descriptor, content);
   if (descriptor >= 0) ::close(descriptor);
   if (!isWritten || std::rename(temporary.c_str(), path.c_str()) != 0) {
-    throw std::runtime_error("The file " + path + " cannot be written.");
+    throw std::runtime_error("The file " + path + " cannot be written: " + std::strerror(errno) + '.');
   }
 }
 

@@ -3,7 +3,9 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -20,6 +22,10 @@ std::string printable(std::string text) {
     if (c < ' ' || c > '~') c = '?';
   }
   return text;
+}
+
+std::string orDash(const std::string& text) {
+  return text.empty() ? "-" : printable(text);
 }
 
 std::string localTime(std::chrono::system_clock::time_point time) {
@@ -42,11 +48,12 @@ std::string statusText(int status, bool isColoured) {
 }
 
 std::string lineOf(const RequestRecord& record, bool isColoured) {
-  const std::string account = record.account.empty() ? "-" : printable(record.account);
   const std::string events =
       record.events ? fmt::format("  {} event{}", *record.events, *record.events == 1 ? "" : "s") : "";
-  return fmt::format("{}  {} {}  {}{}  {}\n", localTime(record.time), printable(record.method),
-                     printable(record.path), account, events, statusText(record.status, isColoured));
+  const std::string refusal = record.refusal.empty() ? "" : "  " + printable(record.refusal);
+  return fmt::format("{}  {} {}  {}{}  {}{}\n", localTime(record.time), orDash(record.method),
+                     orDash(record.path), orDash(record.account), events,
+                     statusText(record.status, isColoured), refusal);
 }
 
 std::string jsonOf(const RequestRecord& record) {
@@ -62,6 +69,7 @@ std::string jsonOf(const RequestRecord& record) {
       {"body_size", record.bodySize},
       {"status", record.status == 0 ? JSON() : JSON(record.status)},
       {"events", record.events ? JSON(*record.events) : JSON()},
+      {"refusal", record.refusal.empty() ? JSON() : JSON(record.refusal)},
   };
   return object.dump(-1, ' ', false, JSON::error_handler_t::replace) + '\n';
 }
@@ -72,7 +80,8 @@ RequestLog::RequestLog(const std::string& jsonFile) : isColoured_(::isatty(STDOU
   if (jsonFile.empty()) return;
   const Lock lock(mutex_);
   json_.open(jsonFile, std::ios::app);
-  if (!json_) throw std::runtime_error("The file " + jsonFile + " cannot be written.");
+  if (!json_)
+    throw std::runtime_error("The file " + jsonFile + " cannot be written: " + std::strerror(errno) + '.');
 }
 
 void RequestLog::write(const RequestRecord& record) {

@@ -24,6 +24,8 @@ struct RequestRecord {
   int status = 0;
   /// How many events were stored; only for reports that were accepted.
   std::optional<std::size_t> events;
+  /// Why it was refused; empty when it was not.
+  std::string refusal;
 };
 
 }  // namespace lumora::service

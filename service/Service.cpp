@@ -1,47 +1,47 @@
 #include "service/Service.h"
 
-#include <httplib.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <condition_variable>
+#include <cstring>
 #include <filesystem>
 #include <stdexcept>
 #include <thread>
 
 #include "lumora/Platform/ASCII.h"
 #include "service/Accounts.h"
-#include "service/Connections.h"
 #include "service/Endpoints.h"
 #include "service/EventArchive.h"
+#include "service/HTTPSServer.h"
 
 namespace lumora::service {
 namespace {
 
 constexpr const char* kAddress = "127.0.0.1";
-/// Each open connection keeps a thread, busy or idle.
-constexpr std::size_t kThreads = 32;
-constexpr time_t kKeepAliveSeconds = 120;
-constexpr std::size_t kRequestsPerConnection = 1'000'000;
+constexpr std::size_t kMaximumBodySize = 64U * 1024 * 1024;
 
 const std::string& usable(const std::string& domain) {
   const bool isDomain = !domain.empty() && std::ranges::all_of(domain, [](char c) {
     return isASCIILetter(c) || isASCIIDigit(c) || c == '.' || c == '-';
   });
-  if (!isDomain) throw std::runtime_error("\"" + domain + "\" is no domain.");
+  if (!isDomain)
+    throw std::runtime_error("\"" + domain + "\" is no domain; it has letters, digits, \"-\" and \".\".");
   return domain;
 }
 
 const std::string& madeDirectory(const std::string& directory) {
   std::error_code error;
-  const std::filesystem::path path(directory);
+  std::filesystem::path path(directory);
+  if (!path.has_filename()) path = path.parent_path();
   if (path.has_parent_path()) std::filesystem::create_directories(path.parent_path(), error);
   // Keys and reported events are nobody else's business.
-  ::mkdir(directory.c_str(), 0700);
+  const int failure = ::mkdir(path.c_str(), 0700) == 0 ? 0 : errno;
   if (!std::filesystem::is_directory(path, error)) {
-    throw std::runtime_error("The folder " + directory + " cannot be made.");
+    throw std::runtime_error("The folder " + directory + " cannot be made: " + std::strerror(failure) + '.');
   }
   return directory;
 }
@@ -74,6 +74,7 @@ RequestRecord recordOf(const httplib::Request& request, std::string_view body) {
 void fill(httplib::Response& response, const Answer& answer, bool truncates) {
   response.status = answer.status;
   if (!answer.tag.empty()) response.set_header("ETag", answer.tag);
+  if (!answer.refusal.empty()) response.set_header("Connection", "close");
   if (truncates) {
     response.set_content_provider(answer.body.size() + 1, answer.contentType,
                                   [body = answer.body](std::size_t, std::size_t, httplib::DataSink& sink) {
@@ -83,6 +84,24 @@ void fill(httplib::Response& response, const Answer& answer, bool truncates) {
   } else if (!answer.body.empty()) {
     response.set_content(answer.body, answer.contentType);
   }
+}
+
+bool hasBody(const httplib::Request& request) {
+  const std::string length = request.get_header_value("Content-Length");
+  return request.has_header("Transfer-Encoding") || length.find_first_not_of('0') != std::string::npos;
+}
+
+/// Why the end of the request's body cannot be told; nothing when it can.
+std::string_view bodyFault(const httplib::Request& request) {
+  if (request.has_header("Transfer-Encoding")) {
+    const bool isChunked = equalsIgnoringCase(request.get_header_value("Transfer-Encoding"), "chunked");
+    return isChunked ? "" : "The Transfer-Encoding is not chunked.";
+  }
+  if (!request.has_header("Content-Length")) return {};
+  const std::string length = request.get_header_value("Content-Length");
+  const bool isNumber = !length.empty() && std::ranges::all_of(length, isASCIIDigit);
+  const bool isOnlyOne = request.get_header_value_count("Content-Length") == 1;
+  return isNumber && isOnlyOne ? "" : "The Content-Length is no number.";
 }
 
 }  // namespace
@@ -95,12 +114,18 @@ struct Service::State {
         accounts(options.accountsFile),
         archive(options.dataDirectory + "/service.sqlite"),
         endpoints(archive, options.assetsDirectory),
-        server(identity.certificate.get(), identity.key.get()) {}
+        server(identity, [this](const auto& request, auto& response, int status, std::string_view reason) {
+          refuse(request, response, status, reason);
+        }) {}
 
   void start();
   void setRoutes();
   void stop();
+  void readReport(const httplib::Request& request, const httplib::ContentReader& read,
+                  httplib::Response& response);
   void handle(const httplib::Request& request, std::string_view body, httplib::Response& response);
+  void refuse(const httplib::Request& request, httplib::Response& response, int status,
+              std::string_view reason);
   Answer answer(const httplib::Request& request, std::string_view body, const Account* account,
                 const Misbehaviour& misbehaviour);
   void wait(std::chrono::milliseconds delay);
@@ -111,8 +136,7 @@ struct Service::State {
   Accounts accounts;
   EventArchive archive;
   Endpoints endpoints;
-  Connections connections;
-  httplib::SSLServer server;
+  HTTPSServer server;
   int port = -1;
 
   Mutex stopMutex;
@@ -125,12 +149,7 @@ struct Service::State {
 
 void Service::State::start() {
   if (!server.is_valid()) throw std::runtime_error("The HTTPS server cannot be made.");
-  SSL_CTX_set_min_proto_version(server.ssl_context(), TLS1_2_VERSION);
-  connections.watch(server.ssl_context());
-  server.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
   server.set_tcp_nodelay(true);
-  server.set_keep_alive_timeout(kKeepAliveSeconds);
-  server.set_keep_alive_max_count(kRequestsPerConnection);
   // The library's own choice would let two services share one port.
   server.set_socket_options([](int socket) {
     const int on = 1;
@@ -143,7 +162,10 @@ void Service::State::start() {
   } else if (server.bind_to_port(kAddress, options.port)) {
     port = options.port;
   }
-  if (port <= 0) throw std::runtime_error("The port " + std::to_string(options.port) + " cannot be used.");
+  if (port <= 0) {
+    throw std::runtime_error("The port " + std::to_string(options.port) +
+                             " cannot be used: " + std::strerror(errno) + "; port 0 picks a free one.");
+  }
   listener = std::thread([this] {
     server.listen_after_bind();
     hasEnded = true;
@@ -155,21 +177,40 @@ void Service::State::start() {
 void Service::State::setRoutes() {
   // Bodies are read only for the path that has one; everything else is answered from its first lines.
   server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
-    if (request.method == "POST" && request.path == kReportPath)
+    const bool isReport = request.method == "POST" && request.path == kReportPath;
+    if (const auto fault = bodyFault(request); !fault.empty()) {
+      refuse(request, response, 400, fault);
+    } else if (isReport && hasBody(request)) {
       return httplib::Server::HandlerResponse::Unhandled;
-    handle(request, {}, response);
+    } else {
+      handle(request, {}, response);
+      // What is left unread would be taken for the next request.
+      if (hasBody(request)) Connection::of(request)->endAfterAnswer();
+    }
     return httplib::Server::HandlerResponse::Handled;
   });
   // Reading the body here instead of there escapes the library's limit for bodies that call themselves forms.
-  server.Post(kReportPath, [this](const httplib::Request& request, httplib::Response& response,
-                                  const httplib::ContentReader& read) {
-    std::string body;
-    const bool isWhole = read([&](const char* data, std::size_t length) {
-      body.append(data, length);
-      return true;
-    });
-    if (isWhole) handle(request, body, response);
+  server.Post(kReportPath,
+              [this](const httplib::Request& request, httplib::Response& response,
+                     const httplib::ContentReader& read) { readReport(request, read, response); });
+}
+
+void Service::State::readReport(const httplib::Request& request, const httplib::ContentReader& read,
+                                httplib::Response& response) {
+  std::string body;
+  bool isTooLarge = request.get_header_value<std::uint64_t>("Content-Length") > kMaximumBodySize;
+  const bool isWhole = !isTooLarge && read([&](const char* data, std::size_t length) {
+    isTooLarge = body.size() + length > kMaximumBodySize;
+    if (!isTooLarge) body.append(data, length);
+    return !isTooLarge;
   });
+  if (isWhole) {
+    handle(request, body, response);
+  } else if (isTooLarge) {
+    refuse(request, response, 413, "The report is larger than 64 MiB.");
+  } else {
+    refuse(request, response, 400, "The report did not come whole.");
+  }
 }
 
 void Service::State::stop() {
@@ -179,7 +220,7 @@ void Service::State::stop() {
   }
   stopCondition.notify_all();
   server.stop();
-  connections.close();
+  server.endConnections();
   if (listener.joinable()) listener.join();
 }
 
@@ -219,11 +260,24 @@ void Service::State::handle(const httplib::Request& request, std::string_view bo
   if (misbehaviour.drop != Misbehaviour::Drop::before) {
     const Answer result = answer(request, body, account.get(), misbehaviour);
     record.events = result.events;
+    record.refusal = result.refusal;
     record.status = misbehaviour.drop == Misbehaviour::Drop::after ? 0 : result.status;
     fill(response, result, misbehaviour.truncates);
   }
   options.onRequest(record);
-  if (misbehaviour.drop != Misbehaviour::Drop::never) Connections::breakOff(request.ssl);
+  if (misbehaviour.drop != Misbehaviour::Drop::never) Connection::of(request)->breakOff();
+}
+
+/// For requests that no account's misbehaviour concerns, since they cannot be read as they should.
+void Service::State::refuse(const httplib::Request& request, httplib::Response& response, int status,
+                            std::string_view reason) {
+  const Answer result = refusal(reason, status);
+  fill(response, result, false);
+  RequestRecord record = recordOf(request, {});
+  if (const auto account = accounts.find(accountId(request))) record.account = account->id;
+  record.status = status;
+  record.refusal = result.refusal;
+  options.onRequest(record);
 }
 
 Service::Service(ServiceOptions options) : state_(std::make_unique<State>(std::move(options))) {

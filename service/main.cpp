@@ -38,6 +38,9 @@ constexpr std::string_view kUsage = R"(usage: lumora-service --data DIR [options
   --json-log FILE     receives one JSON object per request
   --certificate KIND  good, expired, wrong-host or other-ca
 
+The accounts file says who may ask, for example acme at https://acme.lumora.example:
+  {"accounts": {"acme": {"secret": "s3cret", "config": {}, "campaigns": []}}}
+
 The second form prints a link that makes a device a test device of the account, and ends.
 )";
 
@@ -64,6 +67,7 @@ std::optional<CertificateKind> parseCertificateKind(std::string_view text) {
   return std::nullopt;
 }
 
+/// Whether there is an option of that name that takes that value.
 bool setOption(Options& options, std::string_view name, const std::string& value) {
   const std::map<std::string_view, std::string*> texts{
       {"--data", &options.service.dataDirectory},     {"--accounts", &options.service.accountsFile},
@@ -90,12 +94,14 @@ std::optional<Options> parseOptions(int count, char** arguments) {
   Options options;
   for (int i = 1; i < count; i += 2) {
     if (i + 1 == count || !setOption(options, arguments[i], arguments[i + 1])) {
-      std::cerr << "lumora-service: bad option " << arguments[i] << '\n';
+      std::cerr << "lumora-service: bad option " << arguments[i]
+                << (i + 1 == count ? ", or its value is missing" : std::string(" ") + arguments[i + 1])
+                << "; lumora-service --help lists them\n";
       return std::nullopt;
     }
   }
   if (options.service.dataDirectory.empty()) {
-    std::cerr << "lumora-service: --data is missing\n";
+    std::cerr << "lumora-service: --data is missing; it takes a folder for the service's own files\n";
     return std::nullopt;
   }
   const std::string& data = options.service.dataDirectory;

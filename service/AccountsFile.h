@@ -1,0 +1,23 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace lumora::service {
+
+using JSON = nlohmann::ordered_json;
+
+/// The content of an accounts file.
+struct AccountsFile {
+  /// The accounts by their identifiers. A value of another kind than its key takes is left out.
+  JSON accounts;
+  /// What is odd about it, each with its line and key: "line 3: …".
+  std::vector<std::string> notices;
+};
+
+/// Reads it. Throws std::runtime_error, whose text says where, when it is no accounts file.
+AccountsFile parseAccountsFile(std::string_view text);
+
+}  // namespace lumora::service
