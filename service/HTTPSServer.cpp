@@ -84,8 +84,10 @@ void HTTPSServer::finishHeaders(const httplib::Request& request, httplib::Respon
   // It announces limits of the library that do not hold here.
   response.headers.erase("Keep-Alive");
   auto* const connection = Connection::of(request);
-  if (connection != nullptr && response.get_header_value("Connection") == "close")
-    connection->endAfterAnswer();
+  const bool isRefused = response.get_header_value("Connection") == "close";
+  if (connection != nullptr && isRefused) connection->endAfterAnswer();
+  if (connection != nullptr && connection->isEnding() && !isRefused)
+    response.set_header("Connection", "close");
 }
 
 void HTTPSServer::endConnections() {

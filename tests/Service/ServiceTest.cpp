@@ -1,7 +1,10 @@
 #include "service/Service.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <openssl/bio.h>
+#include <openssl/ssl.h>
 
+#include <algorithm>
 #include <mutex>
 #include <optional>
 #include <semaphore>
@@ -9,7 +12,6 @@
 #include <tuple>
 
 #include "lumora/Platform/Linux/CurlURLLoader.h"
-#include "service/CertificateAuthority.h"
 #include "service/PrivateFile.h"
 #include "tests/Storage/SQLiteConnection.h"
 #include "tests/Support/TemporaryFolder.h"
@@ -19,20 +21,22 @@ namespace lumora::service {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::HasSubstr, ::testing::StartsWith;
 using testing::TemporaryFolder;
 using Headers = std::vector<std::pair<std::string, std::string>>;
 using Texts = std::vector<std::string>;
 
 constexpr const char* kSuccess = R"({"success":true})";
 
-std::string refused(const std::string& message) {
-  return R"({"success":false,"error_message":")" + message + "\"}";
+/// JSON is easier to read in a table with single quotes.
+std::string quoted(std::string text) {
+  std::ranges::replace(text, '\'', '"');
+  return text;
 }
 
 /// The service in the test's process; its client is the library's own URL loader.
 struct ServiceTest : ::testing::Test {
   ServiceTest() {
-    fs::create_directory(folder_ / "assets");
     options_.accountsFile = folder_ / "accounts.json";
     options_.dataDirectory = folder_ / "data";
     options_.assetsDirectory = folder_ / "assets";
@@ -50,20 +54,14 @@ struct ServiceTest : ::testing::Test {
   void start(const std::string& accounts = R"({"acme": {"secret": "s3"}})") {
     writeAccounts(accounts);
     service_.emplace(options_);
-    authority_ = service_->certificateAuthorityFile();
-    loader_.emplace(authority_, address());
+    loader_.emplace(service_->certificateAuthorityFile(), address());
   }
 
   std::string address() const { return "127.0.0.1:" + std::to_string(service_->port()); }
 
   URLResponse send(const std::string& method, const std::string& path, const Headers& headers = {},
-                   const std::string& body = "", const std::string& account = "acme") {
-    URLRequest request;
-    request.method = method;
-    request.url = "https://" + account + ".lumora.example" + path;
-    request.headers = headers;
-    request.body = body;
-    return loader_->load(request);
+                   const std::string& body = "") {
+    return loader_->load({"https://acme.lumora.example" + path, method, headers, body, {}});
   }
   URLResponse get(const std::string& path, const Headers& headers = {}) { return send("GET", path, headers); }
   URLResponse sync(const Headers& headers = {}) { return get("/api/v1/sync/s3", headers); }
@@ -71,104 +69,137 @@ struct ServiceTest : ::testing::Test {
     return send("POST", "/report/events/", {{"sec", "s3"}, {"uuid", "u-1"}}, body);
   }
 
+  /// Sends the bytes on a connection of its own and reads until the service ends it.
+  std::string answerUntilTheEnd(const std::string& bytes) const {
+    const std::shared_ptr<SSL_CTX> tls(SSL_CTX_new(TLS_client_method()), SSL_CTX_free);
+    const std::shared_ptr<BIO> connection(BIO_new_ssl_connect(tls.get()), BIO_free_all);
+    BIO_set_conn_hostname(connection.get(), address().c_str());
+    std::string answer, part(999, ' ');
+    std::size_t count = 0;
+    BIO_write_ex(connection.get(), bytes.data(), bytes.size(), &count);
+    while (BIO_read_ex(connection.get(), part.data(), part.size(), &count) == 1)
+      answer += part.substr(0, count);
+    return answer;
+  }
+
   Texts rows(const char* sql) { return tests::SQLiteConnection(folder_ / "data/service.sqlite").texts(sql); }
   Texts events() { return rows("SELECT account || uuid || event FROM events WHERE received > 1e9"); }
 
-  TemporaryFolder folder_;
-  ServiceOptions options_;
   std::vector<RequestRecord> records() {
     const std::lock_guard lock(mutex_);
     return records_;
   }
 
+  TemporaryFolder folder_;
+  ServiceOptions options_;
   std::mutex mutex_;
   std::vector<RequestRecord> records_;
   std::optional<Service> service_;
-  std::string authority_;
   std::optional<CurlURLLoader> loader_;
 };
 
 TEST_F(ServiceTest, AnswersASyncUntilNothingHasChanged) {
-  start(
-      R"({"acme": {"secret": "s3", "lst": 9, "config": {}, "campaigns": [{"cid": "c"}], "access_key": "k"}})");
+  start(quoted("{'acme': {'secret': 's3', 'access_key': 'k', 'lst': 9, 'campaigns': [{'cid': 'c'}]}}"));
   const URLResponse first = sync();
-  EXPECT_EQ(first.body, R"({"success":true,"lst":9,"config":{},"inapp":[{"cid":"c"}]})");
+  EXPECT_EQ(first.body, R"({"success":true,"lst":9,"inapp":[{"cid":"c"}]})");
   const Headers known{{"If-None-Match", first.header("ETag").value_or("")}};
-  const URLResponse unchanged = sync(known);
-  EXPECT_EQ(unchanged.statusCode, 304);
-  EXPECT_FALSE(unchanged.error);
+  EXPECT_EQ(sync(known).statusCode, 304);
   writeAccounts(R"({"acme": {"secret": "s3", "lst": 2}})");
-  const URLResponse changed = sync(known);
-  EXPECT_EQ(changed.body, R"({"success":true,"lst":2})");
-  EXPECT_NE(changed.header("ETag"), first.header("ETag"));
-  ::testing::internal::CaptureStderr();
-  writeAccounts("{ half");
-  EXPECT_EQ(sync().body, changed.body) << "a broken file leaves the accounts as they were";
-  EXPECT_NE(::testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(sync(known).body, R"({"success":true,"lst":2})");
 }
 
-TEST_F(ServiceTest, RefusesUnknownCallers) {
-  start(
-      R"({"acme": {"secret": "s3"}, "safe": {"secret": "s4", "access_key": "k+y", "config": {"secure_mode": true}}})");
-  const std::string events = "/report/events/";
-  const std::tuple<const char*, const char*, std::string, const char*, int, const char*> cases[] = {
-      {"ACME", "GET", "/api/v1/sync/s3", "", 200, ""},
-      {"acme", "GET", "/api/v1/sync/s4", "", 200, "Wrong secret."},
-      {"other", "GET", "/api/v1/sync/s3", "", 200, "Unknown account."},
-      {"acme", "POST", events, "", 200, "Wrong secret."},
-      {"safe", "POST", events + "?ak=k%20y&sign=s&ts=1&email=a@b.c", "s4", 200, "Wrong access key."},
-      {"safe", "POST", events + "?ak=k+y&sign=s&ts=&email=a@b.c", "s4", 200, "Missing security signature."},
-      {"safe", "POST", events + "?ak=k+y&sign=s&ts=1&email=a+b@b.c", "s4", 200, ""},
-      {"acme", "GET", events, "s3", 405, "Wrong method."},
-      {"acme", "POST", "/api/v1/sync/s3", "", 405, "Wrong method."},
-      {"acme", "GET", "/", "", 404, "There is nothing at this path."}};
-  for (const auto& [account, method, path, secret, status, message] : cases) {
-    SCOPED_TRACE(std::string(account) + ' ' + method + ' ' + path + ' ' + secret);
-    const URLResponse response = send(method, path, {{"sec", secret}}, "", account);
-    EXPECT_EQ(response.statusCode, status);
-    EXPECT_EQ(response.body, *message ? refused(message) : kSuccess);
+TEST_F(ServiceTest, SaysWhatIsWrongWithTheAccountsFileAndWhere) {
+  start();
+  const auto said = [&] {
+    ::testing::internal::CaptureStderr();
+    EXPECT_THAT(sync().body, StartsWith(R"({"success":true)")) << "the account stays, or is still good";
+    return ::testing::internal::GetCapturedStderr();
+  };
+  const std::string good = "{\n'acme': {\n'secret': 's3'";
+  const std::pair<std::string, std::string> cases[] = {
+      {"{ half", "parse error at line 1, column 15"},
+      {"[]", "it has no object 'accounts'"},
+      {good + "}}, 'acounts': {}", "line 3: unknown key 'acounts'"},
+      {good + ",\n'blokced': 1}}", "line 4: unknown key 'blokced'"},
+      {good + ", 'config': {\n'secure': 1}}}", "line 4: unknown key 'secure'"},
+      {good + ", 'misbehave': {\n'tims': 1}}}", "line 4: unknown key 'tims'"},
+      {good + ", 'misbehave': [{}, {'body': {'any': 1},\n'drop': 1}]}}", "line 4: 'drop' must be"},
+      {good + ", 'misbehave': {'delay_ms': 1e300}}}", "line 3: 'delay_ms' must be"},
+      {good + "},\n'a.b': {'secret': 's'}}", "line 4: no host name begins"},
+      {good + "},\n'open': {}}", "line 4: the account 'open' has no 'secret'"}};
+  for (const auto& [accounts, message] : cases) {
+    writeAccounts(quoted(accounts));
+    EXPECT_THAT(said(), HasSubstr(quoted(message))) << accounts;
+    EXPECT_EQ(said(), "") << "said once";
   }
+  fs::remove(options_.accountsFile);
+  EXPECT_THAT(said(), HasSubstr("No such file"));
+}
+
+TEST_F(ServiceTest, EndsTheConnectionOfARefusedRequestAndSaysWhy) {
+  start(
+      quoted("{'acme': {'secret': 's3'}, 'open': {}, 'safe': {'secret': 's4', 'access_key': 'k+y', "
+             "'config': {'secure_mode': true}}}"));
+  const std::string sync = "GET /api/v1/sync/s3", report = "POST /report/events/", sec = "sec: s4\r\n";
+  const std::string end = "\r\n", close = "Connection: close\r\n\r\n";
+  const std::string device = "GET /api/v1/test_device?name=Ada's%20phone?";
+  const std::tuple<const char*, std::string, std::string, int, std::string> cases[] = {
+      {"ACME", sync + "?a=b?c", close, 200, ""},
+      {"acme", sync, "Content-Length: 9\r\n\r\nGET / HTT", 200, ""},
+      {"acme", device + "&push_token=beef&token=t1&device_type=ios", close, 200, ""},
+      {"acme", "GET /api/v1/sync/s4", end, 200, "Wrong secret."},
+      {"open", "GET /api/v1/sync/", end, 200, "Wrong secret."},
+      {"other", sync, end, 200, "Unknown account."},
+      {"acme", report, sec + end, 200, "Wrong secret."},
+      {"safe", report + "?ak=k%20y&sign=s&ts=1&email=a@b.c", sec + end, 200, "Wrong access key."},
+      {"safe", report + "?ak=k+y&sign=s&ts=&email=a@b.c", sec + end, 200, "Missing security signature."},
+      {"safe", report + "?ak=k+y&sign=s?&ts=1&email=a+b@b.c", sec + close, 200, ""},
+      {"safe", report, "sec: s%34\r\n\r\n", 200, "Wrong secret."},
+      {"acme", device + "&token=t2", end, 200, "The device name is already used."},
+      {"acme", device, end, 200, "Missing name or token."},
+      {"acme", "POST /api/v1/sync/s3", end, 405, "Wrong method."},
+      {"acme", "GET /", end, 404, "There is nothing at this path."},
+      {"acme", report, "Content-Length: -1\r\n\r\n", 400, "The Content-Length is no number."},
+      {"acme", report, "Content-Length: 99999999999\r\n\r\n", 413, "The report is larger than 64 MiB."},
+      {"acme", report, "Transfer-Encoding: chunked\r\n\r\nzz\r\n", 400, "The report did not come whole."},
+      {"acme", sync, "Range: all\r\n\r\n", 416, "The Range header is no range."},
+      {"acme", "no request", end, 400, "This is no HTTP/1.1 request"},
+      {"acme", sync, "X: " + std::string(70'000, 'x'), 431, "The request's headers are larger than 64 KiB."}};
+  for (const auto& [account, line, rest, status, reason] : cases) {
+    SCOPED_TRACE(std::string(account) + ' ' + line + ' ' + rest.substr(0, 40));
+    const std::string answer =
+        answerUntilTheEnd(line + " HTTP/1.1\r\nHost: " + account + ".lumora.example\r\n" + rest);
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 " + std::to_string(status) + ' '));
+    EXPECT_THAT(answer, HasSubstr(reason.empty() ? kSuccess : R"("error_message":")" + reason));
+    EXPECT_THAT(records().back().refusal, StartsWith(reason));
+  }
+  EXPECT_EQ(records().size(), std::size(cases)) << "no body was taken for a request";
+  EXPECT_EQ(records()[0].query, "a=b?c");
+  EXPECT_EQ(rows("SELECT account || name || push_token || token || device_type FROM test_devices"),
+            Texts{"acmeAda's phone?beeft1ios"});
 }
 
 TEST_F(ServiceTest, StoresTheEventsOfAReportOrRefusesItWhole) {
   start();
   EXPECT_EQ(report("{\"a\":1}\n{\"b\":\"\\n\"}").body, kSuccess);
-  const auto seen = records();
-  ASSERT_EQ(seen.size(), 1U);
-  EXPECT_EQ(seen[0].method + seen[0].path + seen[0].account, "POST/report/events/acme");
-  EXPECT_EQ(seen[0].events, 2U);
-  EXPECT_EQ(
-      seen[0].headers,
-      (Headers{{"Content-Length", "18"}, {"Host", "acme.lumora.example"}, {"sec", "s3"}, {"uuid", "u-1"}}));
-  for (const std::string body :
-       {"{\"a\":1}\n{\"b\"", "{\"a\":1}\n\n{\"b\":1}", "[{\"a\":1}]", "\n", "{}{}"}) {
-    EXPECT_EQ(report(body).body, refused("A line of the report is not a JSON object.")) << body;
-  }
+  const RequestRecord seen = records().at(0);
+  EXPECT_EQ(seen.method + seen.path + seen.account, "POST/report/events/acme");
+  EXPECT_EQ(seen.events, 2U);
+  EXPECT_EQ(seen.headers.size(), 4U) << "Content-Length, Host, sec and uuid, and none of the server's own";
+  for (const std::string body : {"{'a':1}\n{'b'", "{'a':1}\n\n{'b':1}", "[{'a':1}]", "\n", "{}{}"})
+    EXPECT_THAT(report(quoted(body)).body, HasSubstr("A line of the report is not a JSON object.")) << body;
   EXPECT_EQ(events(), (Texts{R"(acmeu-1{"a":1})", R"(acmeu-1{"b":"\n"})"}));
-}
-
-TEST_F(ServiceTest, RegistersEachDeviceNameOnce) {
-  start();
-  const std::string path = "/api/v1/test_device?name=Ada's%20phone&push_token=beef&token=t1&device_type=ios";
-  EXPECT_EQ(get(path).body, kSuccess);
-  EXPECT_EQ(get(path).body, refused("The device name is already used."));
-  EXPECT_EQ(get("/api/v1/test_device?name=second&token=t2").body, kSuccess);
-  EXPECT_EQ(get("/api/v1/test_device?name=third").body, refused("Missing name or token."));
-  EXPECT_EQ(rows("SELECT account || name || push_token || token || device_type FROM test_devices"),
-            (Texts{"acmeAda's phonebeeft1ios", "acmesecondt2"}));
 }
 
 TEST_F(ServiceTest, GivesAssetsAndNoOtherFile) {
   start();
+  fs::create_directories(folder_ / "assets/folder");
   testing::writeFile(folder_ / "assets/a b.png", "pixels");
-  fs::create_directory(folder_ / "assets/folder");
   EXPECT_EQ(get("/assets/a%20b.png").body, "pixels");
   EXPECT_EQ(get("/assets/a%20b.png").header("Content-Type"), "image/png");
-  for (const std::string name :
-       {"", "missing.png", "folder", ".", "..", "../accounts.json", "%2e%2e%2faccounts.json",
-        "folder/../a%20b.png", "/etc/passwd", "%2fetc%2fpasswd", "a%20b.png%00"}) {
+  for (const std::string name : {"", "missing.png", "folder", ".", "..", "../accounts.json", "a%20b.png%00",
+                                 "%2e%2e%2faccounts.json", "folder/../a%20b.png", "%2fetc%2fpasswd"})
     EXPECT_EQ(get("/assets/" + name).statusCode, 404) << name;
-  }
 }
 
 TEST_F(ServiceTest, MisbehavesAsToldAndAsOften) {
@@ -211,48 +242,18 @@ TEST_F(ServiceTest, EndsAtOnceWhateverItsConnectionsDo) {
 
 TEST_F(ServiceTest, KeepsItsAuthorityAndItsSecretsAndSaysWhyItCannotStart) {
   start();
-  const std::string authority = testing::readFile(authority_);
-  service_.reset();
+  const std::string authority = testing::readFile(folder_ / "data/ca.pem");
   start();
-  EXPECT_EQ(testing::readFile(authority_), authority);
+  EXPECT_EQ(testing::readFile(folder_ / "data/ca.pem"), authority);
   EXPECT_FALSE(sync().error);
   EXPECT_EQ(testing::modeOf(folder_ / "data/ca.key"), 0600U);
   EXPECT_EQ(testing::modeOf(folder_ / "data"), 0700U);
-  ServiceOptions samePort = options_;
+  ServiceOptions samePort = options_, badDomain = options_, badFolder = options_;
   samePort.port = service_->port();
-  ServiceOptions badDomain = options_;
   badDomain.domain = "lumora.example,DNS:*.com";
-  ServiceOptions badFolder = options_;
   badFolder.dataDirectory = options_.accountsFile;
   for (const ServiceOptions& options : {samePort, badDomain, badFolder})
     EXPECT_THROW(Service{options}, std::runtime_error);
-}
-
-TEST_F(ServiceTest, TheLoaderTrustsNobodyButTheAuthority) {
-  for (const CertificateKind kind :
-       {CertificateKind::expired, CertificateKind::wrongHost, CertificateKind::otherAuthority}) {
-    options_.certificate = kind;
-    start();
-    const URLResponse response = sync();
-    EXPECT_EQ(response.error ? response.error->code : 0, kURLErrorUnknown) << static_cast<int>(kind);
-    EXPECT_EQ(response.statusCode, 0);
-  }
-  options_.certificate = CertificateKind::good;
-  start();
-  const TemporaryFolder other;
-  for (const std::string& file :
-       {std::string(), CertificateAuthority(other.path()).file(), other / "missing.pem"}) {
-    loader_.emplace(file, address());
-    EXPECT_TRUE(sync().error) << "trusting " << file;
-  }
-  loader_.emplace(authority_, address());
-  URLRequest request;
-  for (const std::string host : {"lumora.example.invalid", "deeper.acme.lumora.example"}) {
-    request.url = "https://" + host + "/api/v1/sync/s3";
-    EXPECT_TRUE(loader_->load(request).error) << host;
-  }
-  EXPECT_TRUE(records().empty());
-  EXPECT_FALSE(sync().error);
 }
 
 }  // namespace
