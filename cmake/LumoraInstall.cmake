@@ -1,18 +1,21 @@
-# The installed library: archives, public headers, the CMake package and the pkg-config file.
+# The installed library: archives, public headers, resources, the CMake package and the pkg-config file.
 include(CMakePackageConfigHelpers)
 
-# The hosts and the service of this repository are installed apart.
+# The host of this repository is installed apart.
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME library)
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Lumora")
+set(resources_dir "${CMAKE_INSTALL_DATADIR}/lumora")
 
 install(TARGETS lumora lumora_testing EXPORT LumoraTargets FILE_SET HEADERS)
 # A package of its own: its archive needs the development files of its dependencies, a shared lumora does not.
 install(TARGETS lumora_core EXPORT LumoraCoreTargets)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/resources/" DESTINATION "${resources_dir}")
 install(EXPORT LumoraTargets NAMESPACE lumora:: DESTINATION "${package_dir}")
 install(EXPORT LumoraCoreTargets NAMESPACE lumora:: DESTINATION "${package_dir}")
 
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/LumoraConfig.cmake.in"
-  "${PROJECT_BINARY_DIR}/LumoraConfig.cmake" INSTALL_DESTINATION "${package_dir}" NO_SET_AND_CHECK_MACRO)
+  "${PROJECT_BINARY_DIR}/LumoraConfig.cmake" INSTALL_DESTINATION "${package_dir}" PATH_VARS resources_dir
+  NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/LumoraConfigVersion.cmake"
   VERSION "${PROJECT_VERSION}" COMPATIBILITY SameMinorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/LumoraConfig.cmake" "${PROJECT_BINARY_DIR}/LumoraConfigVersion.cmake"

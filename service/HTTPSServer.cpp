@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <openssl/err.h>
+#include <openssl/sslerr.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -35,8 +36,10 @@ std::string_view reasonOf(int status) {
 
 /// Clients that do not trust the service never come to a request, so this is all there is to see of them.
 void sayWhyHandshakeFailed() {
-  const char* const reason = ERR_reason_error_string(ERR_peek_last_error());
-  if (reason == nullptr) return;
+  const auto error = ERR_peek_last_error();
+  const char* const reason = ERR_reason_error_string(error);
+  // A client that only looks whether the port is open says nothing.
+  if (reason == nullptr || ERR_GET_REASON(error) == SSL_R_UNEXPECTED_EOF_WHILE_READING) return;
   std::cerr << fmt::format("A connection failed ({}): clients speak HTTPS and trust the file ca.pem.\n",
                            reason);
 }
