@@ -47,7 +47,8 @@ class LUMORA_EXPORT Lumora {
   Lumora(const Lumora&) = delete;
   Lumora& operator=(const Lumora&) = delete;
 
-  // Initialisation and lifecycle.
+  /// @name Initialisation and lifecycle
+  /// @{
 
   /// Starts the library for an account and an application secret. `launchOptions` is the map that the
   /// platform handed to the host at launch, if any. An empty argument or a second initialisation is logged
@@ -72,7 +73,10 @@ class LUMORA_EXPORT Lumora {
   void appDidEnterBackground();
   void appWillEnterForeground();
 
-  // Tracking.
+  /// @}
+
+  /// @name Tracking
+  /// @{
 
   /// Starts a named session. An empty name does nothing.
   void startSession(const std::optional<std::string>& name);
@@ -89,7 +93,10 @@ class LUMORA_EXPORT Lumora {
   /// Records the person's profile. A null lead is refused.
   void associateLead(std::shared_ptr<LumoraLead> lead);
 
-  // Secure mode.
+  /// @}
+
+  /// @name Secure mode
+  /// @{
 
   /// Replaces the signature that uploads carry, and uploads what was held back for want of one. Works on the
   /// calling thread, the request included. Null only removes the present signature.
@@ -98,7 +105,10 @@ class LUMORA_EXPORT Lumora {
   /// Whether the account requires signed uploads.
   bool isSecureModeEnabled() const;
 
-  // Push.
+  /// @}
+
+  /// @name Push
+  /// @{
 
   /// Tells the service the push token that the platform gave the host; a token without bytes, or the one that
   /// is registered already, only writes a line. Waits on the calling thread for a configuration request under
@@ -122,7 +132,10 @@ class LUMORA_EXPORT Lumora {
   /// Whether the notification was made from one of the service's, a second ago or longer.
   bool isLumoraNotification(const LocalNotification& notification) const;
 
-  // Deep links and test devices. On the main thread.
+  /// @}
+
+  /// @name Deep links and test devices, on the main thread
+  /// @{
 
   /// Takes a link that the platform opened in the host. True when it begins a test-device registration; the
   /// person is then asked for the device's name. A refused link is logged, and shown in an alert.
@@ -134,7 +147,10 @@ class LUMORA_EXPORT Lumora {
   std::optional<std::string> token() const;
   void setToken(std::optional<std::string> token);
 
-  // State.
+  /// @}
+
+  /// @name State
+  /// @{
 
   /// Whether a configuration request, or an upload, would be allowed now.
   bool canUpdate() const;
@@ -158,6 +174,8 @@ class LUMORA_EXPORT Lumora {
   LMREventLogger& eventLogger() noexcept { return eventLogger_; }
   LMRDataManager& dataManager() noexcept { return dataManager_; }
   LMRNetworkManager& networkManager() noexcept { return networkManager_; }
+
+  /// @}
 
  private:
   Lumora();
