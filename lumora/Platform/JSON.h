@@ -15,6 +15,7 @@ enum class JSONStyle { compact, pretty };
 
 /// Decodes one JSON text (UTF-8). Gives nothing when the text is not JSON, is not UTF-8, or is nested too
 /// deeply. Whole numbers become 64-bit integers, other numbers doubles; of equal keys the last holds.
+/// Throws `std::bad_alloc` when memory runs out.
 LUMORA_EXPORT std::optional<Value> parseJSON(std::string_view text);
 
 /// Encodes a value of JSON kinds (null, number, string, list, map) as UTF-8 JSON. Gives nothing when the

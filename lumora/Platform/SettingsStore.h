@@ -25,8 +25,14 @@ class LUMORA_EXPORT SettingsStore {
   virtual void removeObject(std::string_view key) = 0;
 
   /// Writes what was changed to persistent storage. Returns false when that failed; the changes are kept in
-  /// memory and the next call tries again.
+  /// memory and the next call tries again. The Linux store also writes them by itself, a moment after a
+  /// change and at a normal end of the process.
   virtual bool synchronize() = 0;
+
+  /// Stores a value under a key that has none, and flushes it, as one step: of several threads and processes
+  /// that share the store and do this at the same time, one stores its value and the others see it. Gives the
+  /// value that the key has then; a store that cannot be used gives the new one. May throw as `setObject`.
+  virtual Value setObjectIfAbsent(std::string_view key, const Value& value) = 0;
 };
 
 /// Passes everything to another store; a base for a host that replaces a single operation.
@@ -37,6 +43,9 @@ class LUMORA_EXPORT ForwardingSettingsStore : public SettingsStore {
   void setObject(std::string_view key, const Value& value) override { next_.setObject(key, value); }
   void removeObject(std::string_view key) override { next_.removeObject(key); }
   bool synchronize() override { return next_.synchronize(); }
+  Value setObjectIfAbsent(std::string_view key, const Value& value) override {
+    return next_.setObjectIfAbsent(key, value);
+  }
 
  private:
   SettingsStore& next_;

@@ -9,10 +9,10 @@
 namespace lumora::testing {
 namespace {
 
-/// No store holds lists and maps nested deeper than this.
-constexpr int kMaximumDepth = 255;
+/// How deep a value may be nested, as in the Linux store's file: a map counts twice.
+constexpr int kMaximumDepth = 510;
 
-bool isStorable(const Value& value, int depth = 1) {
+bool isStorable(const Value& value, int depth) {
   if (depth > kMaximumDepth) return false;
   switch (value.kind()) {
     case Value::Kind::number:
@@ -21,17 +21,23 @@ bool isStorable(const Value& value, int depth = 1) {
       return isUTF8(*value.asString());
     case Value::Kind::data:
     case Value::Kind::date:
-      return true;
+      return depth < kMaximumDepth;
     case Value::Kind::list:
-      return std::ranges::all_of(*value.asList(),
-                                 [&](const Value& item) { return isStorable(item, depth + 1); });
+      return depth < kMaximumDepth && std::ranges::all_of(*value.asList(), [&](const Value& item) {
+               return isStorable(item, depth + 1);
+             });
     case Value::Kind::map:
-      return value.asDictionary() && std::ranges::all_of(*value.asDictionary(), [&](const auto& entry) {
-               return isUTF8(entry.first) && isStorable(entry.second, depth + 1);
+      return depth + 1 < kMaximumDepth && value.asDictionary() &&
+             std::ranges::all_of(*value.asDictionary(), [&](const auto& entry) {
+               return isUTF8(entry.first) && isStorable(entry.second, depth + 2);
              });
     default:
       return false;
   }
+}
+
+void requireStorable(std::string_view key, const Value& value) {
+  if (!isUTF8(key) || !isStorable(value, 0)) throw std::invalid_argument("the value cannot be stored");
 }
 
 }  // namespace
@@ -43,8 +49,9 @@ Value FakeSettingsStore::object(std::string_view key) {
 }
 
 void FakeSettingsStore::setObject(std::string_view key, const Value& value) {
-  if (!isUTF8(key) || !isStorable(value)) throw std::invalid_argument("the value cannot be stored");
+  requireStorable(key, value);
   Lock lock(mutex_);
+  if (refusesChanges_) throw std::runtime_error("the store refuses changes");
   values_.insert_or_assign(std::string(key), value);
 }
 
@@ -60,6 +67,23 @@ bool FakeSettingsStore::synchronize() {
   if (flushFails_) return false;
   flushed_ = values_;
   return true;
+}
+
+Value FakeSettingsStore::setObjectIfAbsent(std::string_view key, const Value& value) {
+  requireStorable(key, value);
+  {
+    Lock lock(mutex_);
+    if (const Value* present = findValue(values_, key)) return *present;
+    if (refusesChanges_) throw std::runtime_error("the store refuses changes");
+    values_.insert_or_assign(std::string(key), value);
+  }
+  synchronize();
+  return value;
+}
+
+void FakeSettingsStore::setRefusesChanges(bool refuses) {
+  Lock lock(mutex_);
+  refusesChanges_ = refuses;
 }
 
 void FakeSettingsStore::setFlushFails(bool fails) {

@@ -1,11 +1,15 @@
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <stdexcept>
 
 #include "lumora/Platform/JSON.h"
+#include "lumora/Platform/Linux/FileDescriptor.h"
 #include "lumora/Platform/Linux/LinuxSettingsStore.h"
 #include "lumora/Testing/FakeSettingsStore.h"
+#include "tests/Support/ChildProcess.h"
 #include "tests/Support/FileSizeLimit.h"
 #include "tests/Support/TemporaryFolder.h"
 #include "tests/Support/TestFiles.h"
@@ -37,8 +41,7 @@ struct SettingsStoreTest : ::testing::Test, Host {};
 using Hosts = ::testing::Types<FakeHost, LinuxHost>;
 TYPED_TEST_SUITE(SettingsStoreTest, Hosts);
 
-Value nested(int depth, bool isMap) {
-  Value value(1);
+Value nested(int depth, bool isMap, Value value = 1) {
   for (int i = 0; i < depth; ++i)
     value = isMap ? Value(Dictionary{{"a", std::move(value)}}) : Value(List{std::move(value)});
   return value;
@@ -51,7 +54,7 @@ TYPED_TEST(SettingsStoreTest, KeepsEveryKindAcrossARestart) {
   List values = *parseJSON(json)->asList();
   // clang-format off
   const List others{Date(Date::duration(1500000000123456)), Date(Date::duration(-1)), Date::min(), Data(),
-                    Data{0, 127, 128, 255}, nested(254, true), nested(254, false)};
+                    Data{0, 127, 128, 255}, nested(255, true), nested(510, false)};
   // clang-format on
   values.insert(values.end(), others.begin(), others.end());
   for (std::size_t i = 0; i < values.size(); ++i) this->store().setObject(std::to_string(i), values[i]);
@@ -68,7 +71,8 @@ TYPED_TEST(SettingsStoreTest, KeepsEveryKindAcrossARestart) {
 TYPED_TEST(SettingsStoreTest, RefusesWhatItCannotHoldAndKeepsTheOldValue) {
   // clang-format off
   const List values{Value(), *URL::parse("http://example.com"), Value::Opaque{"Thing", "a thing"}, std::nan(""), INFINITY, "\xC3",
-                    List{Value()}, Dictionary{{"a", -INFINITY}}, Dictionary{{"\xFF", 1}}, nested(100'000, false)};
+                    List{Value()}, Dictionary{{"a", -INFINITY}}, Dictionary{{"\xFF", 1}},
+                    nested(256, true), nested(511, false), nested(510, false, Date()), nested(255, true, Data()), nested(100'000, false)};
   // clang-format on
   SettingsStore& store = this->store();
   store.setObject("key", "old");
@@ -79,43 +83,82 @@ TYPED_TEST(SettingsStoreTest, RefusesWhatItCannotHoldAndKeepsTheOldValue) {
   EXPECT_THROW(store.setObject("\xFF", 1), std::invalid_argument);
 }
 
-TYPED_TEST(SettingsStoreTest, ARestartLosesOnlyWhatWasNotFlushed) {
-  this->store().removeObject("never set");
-  for (const char* key : {"flushed", "removed"}) this->store().setObject(key, 1);
-  ASSERT_TRUE(this->store().synchronize());
+TYPED_TEST(SettingsStoreTest, AFailedFlushKeepsItsChangesForTheNext) {
+  SettingsStore& store = this->store();
+  store.removeObject("never set");
+  store.setObject("removed", 1);
+  EXPECT_EQ(store.setObjectIfAbsent("first", 1), Value(1));
   this->setFlushFails(true);
-  this->store().setObject("second", 2);
-  this->store().removeObject("removed");
-  EXPECT_FALSE(this->store().synchronize());
+  EXPECT_EQ(store.setObjectIfAbsent("first", 2), Value(1));
+  EXPECT_EQ(store.setObjectIfAbsent("second", 2), Value(2));
+  store.removeObject("removed");
+  EXPECT_FALSE(store.synchronize());
   this->setFlushFails(false);
-  EXPECT_TRUE(this->store().synchronize()) << "a failed flush keeps its changes for the next";
-  for (const char* key : {"flushed", "lost"}) this->store().setObject(key, 3);
+  EXPECT_TRUE(store.synchronize());
   this->restart();
-  EXPECT_EQ(this->store().object("flushed"), Value(1));
+  EXPECT_EQ(this->store().object("first"), Value(1));
   EXPECT_EQ(this->store().object("second"), Value(2));
-  for (const char* key : {"removed", "lost"}) EXPECT_TRUE(this->store().object(key).isNull()) << key;
+  EXPECT_TRUE(this->store().object("removed").isNull());
 }
 
-TEST(LinuxSettingsStoreTest, AFlushCarriesOnlyItsOwnChangesIntoTheSharedFile) {
-  const TemporaryFolder folder;
-  LinuxSettingsStore first(folder / "settings.json");
+struct LinuxSettingsStoreTest : ::testing::Test {
+  Value stored(const char* key) const { return LinuxSettingsStore(file).object(key); }
+  TemporaryFolder folder;
+  const std::string file = folder / "settings.json";
+};
+
+TEST_F(LinuxSettingsStoreTest, WhatIsNotFlushedIsWrittenSoonAfterAndAtTheEnd) {
+  const FileDescriptor renames(::inotify_init1(IN_CLOEXEC));
+  ASSERT_GE(::inotify_add_watch(renames.get(), folder.path().c_str(), IN_MOVED_TO), 0);
+  LinuxSettingsStore store(file);
+  std::optional<FileSizeLimit> fullDisk(0);
+  store.setObject("key", 1);
+  EXPECT_FALSE(store.synchronize());
+  ChildProcess forked([&]() -> bool { fullDisk.reset(), std::exit(0); });
+  EXPECT_TRUE(forked.succeeds());
+  EXPECT_FALSE(std::filesystem::exists(file)) << "a forked child's end is not the end";
+  fullDisk.reset();
+  char event[512];
+  EXPECT_GT(::read(renames.get(), event, sizeof(event)), 0);
+  EXPECT_EQ(stored("key"), Value(1));
+  ChildProcess other([this]() -> bool {
+    (new LinuxSettingsStore(file))->setObject("key", 2);
+    std::exit(0);
+  });
+  EXPECT_TRUE(other.succeeds());
+  EXPECT_EQ(stored("key"), Value(2));
+  LinuxSettingsStore(file).setObject("key", 3);
+  EXPECT_EQ(stored("key"), Value(3));
+}
+
+TEST_F(LinuxSettingsStoreTest, WhatCanBeReadCanBeWritten) {
+  for (const int depth : {254, 255, 256, 300, 509, 510}) {
+    const std::string lists = std::string(depth, '[') + std::string(depth, ']');
+    writeFile(file, R"({"version": 1, "values": {"a": )" + lists + "}}");
+    LinuxSettingsStore store(file);
+    store.setObject("b", store.object("a"));
+    EXPECT_TRUE(store.synchronize()) << depth;
+    EXPECT_EQ(stored("b").isNull() ? "" : writeJSON(stored("b")), lists);
+  }
+}
+
+TEST_F(LinuxSettingsStoreTest, AFlushCarriesOnlyItsOwnChangesIntoTheSharedFile) {
+  LinuxSettingsStore first(file);
   for (const char* key : {"both", "removed", "kept"}) first.setObject(key, "first");
   ASSERT_TRUE(first.synchronize());
-  LinuxSettingsStore second(folder / "settings.json");
+  LinuxSettingsStore second(file);
   second.setObject("both", "second");
   second.removeObject("removed");
   ASSERT_TRUE(second.synchronize());
   first.setObject("of first", 1);
   ASSERT_TRUE(first.synchronize());
   EXPECT_EQ(first.object("both"), Value("second")) << "the flush brings in what others wrote";
-  LinuxSettingsStore fresh(folder / "settings.json");
-  for (const char* key : {"both", "removed", "of first"})
-    EXPECT_EQ(fresh.object(key), first.object(key)) << key;
-  EXPECT_TRUE(fresh.object("removed").isNull());
-  writeFile(folder / "settings.json", "broken");
+  for (const char* key : {"both", "removed", "of first"}) EXPECT_EQ(stored(key), first.object(key)) << key;
+  EXPECT_TRUE(stored("removed").isNull());
+  writeFile(file, "broken");
   first.setObject("new", 2);
   EXPECT_TRUE(first.synchronize());
-  EXPECT_EQ(LinuxSettingsStore(folder / "settings.json").object("kept"), Value("first")) << "from memory";
+  EXPECT_EQ(stored("kept"), Value("first")) << "from memory";
 }
 
 }  // namespace

@@ -14,9 +14,10 @@
 namespace lumora {
 namespace {
 
-/// The system reads a path up to its first NUL, and would take such a one for another.
+/// The system reads a path up to its first NUL, and would take such a one for another. A relative path would
+/// mean whatever the working directory is.
 bool isPath(const std::string& text) {
-  return !text.empty() && text.find('\0') == std::string::npos;
+  return text.starts_with('/') && text.find('\0') == std::string::npos;
 }
 
 }  // namespace
@@ -59,7 +60,7 @@ std::optional<std::string> LinuxFileSystem::read(const std::string& path) {
 }
 
 bool LinuxFileSystem::writeAtomically(const std::string& path, std::string_view bytes) {
-  return isPath(path) && replaceFile(path, bytes).isOpen();
+  return isPath(path) && replaceFile(path, bytes, FolderSync::never).isOpen();
 }
 
 std::optional<std::string> LinuxFileSystem::remove(const std::string& path) {

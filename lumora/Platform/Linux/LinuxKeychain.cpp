@@ -1,6 +1,7 @@
 #include "lumora/Platform/Linux/LinuxKeychain.h"
 
 #include <algorithm>
+#include <exception>
 #include <iterator>
 #include <utility>
 
@@ -24,7 +25,7 @@ auto matching(const KeychainQuery& query) {
 
 LinuxKeychain::LinuxKeychain(std::string path) : file_(std::move(path)) {}
 
-bool LinuxKeychain::refresh(FileLock fileLock) {
+bool LinuxKeychain::refresh(Access access) {
   if (file_.isCurrent()) return true;
   Items items;
   const auto parse = [&items](const std::string& bytes) {
@@ -33,7 +34,7 @@ bool LinuxKeychain::refresh(FileLock fileLock) {
     items = std::move(*decoded);
     return true;
   };
-  const StoreFile::State state = fileLock == FileLock::held ? file_.loadLocked(parse) : file_.load(parse);
+  const StoreFile::State state = access == Access::locked ? file_.loadLocked(parse) : file_.load(parse);
   if (state == StoreFile::State::unreadable) return false;
   items_ = std::move(items);
   return true;
@@ -41,19 +42,24 @@ bool LinuxKeychain::refresh(FileLock fileLock) {
 
 KeychainStatus LinuxKeychain::change(const std::function<KeychainStatus(Items& items)>& edit) {
   Lock lock(mutex_);
-  const FileDescriptor held = file_.lock();
-  if (!held.isOpen() || !refresh(FileLock::held)) return KeychainStatus::failure;
-  Items items = items_;
-  const KeychainStatus status = edit(items);
-  if (status != KeychainStatus::success) return status;
-  if (!file_.replace(encodeKeychain(items))) return KeychainStatus::failure;
-  items_ = std::move(items);
-  return KeychainStatus::success;
+  try {
+    const FileLock held = file_.lock();
+    if (!held.isHeld() || !refresh(Access::locked)) return KeychainStatus::failure;
+    Items items = items_;
+    const KeychainStatus status = edit(items);
+    if (status != KeychainStatus::success) return status;
+    // Who has been told an identifier must find it again, after a power cut too.
+    if (!file_.replace(encodeKeychain(items), FolderSync::always)) return KeychainStatus::failure;
+    items_ = std::move(items);
+    return KeychainStatus::success;
+  } catch (const std::exception&) {
+    return KeychainStatus::failure;  // Memory ran out.
+  }
 }
 
 KeychainStatus LinuxKeychain::copyMatching(const KeychainQuery& query, KeychainItem* item) {
   Lock lock(mutex_);
-  if (!refresh(FileLock::notHeld)) return KeychainStatus::failure;
+  if (!refresh(Access::shared)) return KeychainStatus::failure;
   const auto found = std::ranges::find_if(items_, matching(query));
   if (found == items_.end()) return KeychainStatus::itemNotFound;
   if (item) *item = *found;
@@ -63,7 +69,7 @@ KeychainStatus LinuxKeychain::copyMatching(const KeychainQuery& query, KeychainI
 KeychainStatus LinuxKeychain::copyAllMatching(const KeychainQuery& query, std::vector<KeychainItem>& items) {
   items.clear();
   Lock lock(mutex_);
-  if (!refresh(FileLock::notHeld)) return KeychainStatus::failure;
+  if (!refresh(Access::shared)) return KeychainStatus::failure;
   std::ranges::copy_if(items_, std::back_inserter(items), matching(query));
   return items.empty() ? KeychainStatus::itemNotFound : KeychainStatus::success;
 }

@@ -22,10 +22,10 @@ class LinuxKeychain : public Keychain {
 
  private:
   using Items = std::vector<KeychainItem>;
-  enum class FileLock { notHeld, held };
+  enum class Access { shared, locked };
 
   /// Brings the items up to what the file holds now; false when it cannot be read.
-  bool refresh(FileLock fileLock) LUMORA_REQUIRES(mutex_);
+  bool refresh(Access access) LUMORA_REQUIRES(mutex_);
   /// Changes the items under the file's lock, and keeps the change only if the file takes it.
   KeychainStatus change(const std::function<KeychainStatus(Items& items)>& edit);
 

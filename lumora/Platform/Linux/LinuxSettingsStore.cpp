@@ -1,11 +1,48 @@
 #include "lumora/Platform/Linux/LinuxSettingsStore.h"
 
+#include <cstdlib>
+#include <exception>
+#include <set>
 #include <utility>
 
 #include "lumora/Platform/Linux/SettingsFormat.h"
 
 namespace lumora {
 namespace {
+
+constexpr std::chrono::milliseconds longestWaitAtEnd{1000};
+
+/// The stores that are to be written when the process ends.
+class LiveStores {
+ public:
+  static LiveStores& shared() {
+    static auto* const instance = new LiveStores;
+    return *instance;
+  }
+
+  void add(LinuxSettingsStore& store) {
+    Lock lock(mutex_);
+    stores_.insert(&store);
+  }
+
+  void remove(LinuxSettingsStore& store) {
+    Lock lock(mutex_);
+    stores_.erase(&store);
+  }
+
+ private:
+  LiveStores() {
+    std::atexit([] { shared().finish(); });
+  }
+
+  void finish() {
+    Lock lock(mutex_);
+    for (LinuxSettingsStore* store : stores_) store->finish();
+  }
+
+  Mutex mutex_;
+  std::set<LinuxSettingsStore*> stores_ LUMORA_GUARDED_BY(mutex_);
+};
 
 /// Takes the file's values into `values`, if it is a settings file.
 StoreFile::Parser parserInto(Dictionary& values) {
@@ -27,7 +64,19 @@ void applyChange(std::string_view key, const std::optional<Value>& value, Dictio
 
 }  // namespace
 
-LinuxSettingsStore::LinuxSettingsStore(std::string path) : file_(std::move(path)) {}
+LinuxSettingsStore::LinuxSettingsStore(std::string path)
+    : file_(std::move(path)), writer_([this] { return LinuxSettingsStore::synchronize(); }) {
+  LiveStores::shared().add(*this);
+}
+
+LinuxSettingsStore::~LinuxSettingsStore() {
+  LiveStores::shared().remove(*this);
+  finish();
+}
+
+void LinuxSettingsStore::finish() {
+  writer_.finishWithin(longestWaitAtEnd);
+}
 
 bool LinuxSettingsStore::ensureLoaded() {
   if (isLoaded_) return true;
@@ -58,48 +107,76 @@ void LinuxSettingsStore::removeObject(std::string_view key) {
 
 void LinuxSettingsStore::change(std::string_view key, std::optional<Value> value) {
   if (!ensureLoaded()) return;
-  Lock lock(mutex_);
-  applyChange(key, value, values_);
-  pending_.insert_or_assign(std::string(key), std::move(value));
+  {
+    Lock lock(mutex_);
+    applyChange(key, value, values_);
+    pending_.insert_or_assign(std::string(key), std::move(value));
+  }
+  writer_.request();
 }
 
 bool LinuxSettingsStore::synchronize() {
   Lock fileLock(fileMutex_);
-  Changes changes;
-  Dictionary values;
   {
     Lock lock(mutex_);
     if (pending_.empty()) return true;
-    changes = std::exchange(pending_, {});
-    values = values_;
   }
-  std::optional<Dictionary> written = write(std::move(values), changes);
+  try {
+    const FileLock held = file_.lock();
+    return held.isHeld() && refresh() && writePending(FolderSync::whenMade);
+  } catch (const std::exception&) {
+    return false;  // Memory ran out.
+  }
+}
+
+Value LinuxSettingsStore::setObjectIfAbsent(std::string_view key, const Value& value) {
+  Value stored = storableSetting(key, value);
+  if (!ensureLoaded()) return stored;
+  Lock fileLock(fileMutex_);
+  const FileLock held = file_.lock();
+  const bool canWrite = held.isHeld() && refresh();
+  {
+    Lock lock(mutex_);
+    if (const Value* present = findValue(values_, key)) return *present;
+    applyChange(key, stored, values_);
+    pending_.insert_or_assign(std::string(key), stored);
+  }
+  if (!canWrite || !writePending(FolderSync::always)) writer_.request();
+  return stored;
+}
+
+bool LinuxSettingsStore::refresh() {
+  if (file_.isCurrent()) return true;
+  Dictionary fromFile;
+  const StoreFile::State state = file_.loadLocked(parserInto(fromFile));
+  if (state == StoreFile::State::unreadable) return false;
+  // Of a file that is gone, memory holds the last copy.
+  if (state == StoreFile::State::absent) return true;
   Lock lock(mutex_);
-  if (!written) {
-    pending_.merge(changes);  // What was changed again meanwhile stays as it is.
-    return false;
-  }
-  values_ = std::move(*written);
-  for (const auto& [key, value] : pending_) applyChange(key, value, values_);
+  for (const auto& [key, value] : pending_) applyChange(key, value, fromFile);
+  values_ = std::move(fromFile);
   return true;
 }
 
-std::optional<Dictionary> LinuxSettingsStore::write(Dictionary values, const Changes& changes) {
-  const FileDescriptor held = file_.lock();
-  if (!held.isOpen()) return std::nullopt;
-  if (!file_.isCurrent()) {
-    Dictionary fromFile;
-    const StoreFile::State state = file_.loadLocked(parserInto(fromFile));
-    if (state == StoreFile::State::unreadable) return std::nullopt;
-    // Of a file that is gone, memory holds the last copy.
-    if (state == StoreFile::State::present) {
-      for (const auto& [key, value] : changes) applyChange(key, value, fromFile);
-      values = std::move(fromFile);
+bool LinuxSettingsStore::writePending(FolderSync sync) {
+  Changes changes;
+  bool isWritten = false;
+  try {
+    Dictionary values;
+    {
+      Lock lock(mutex_);
+      values = values_;
+      changes = std::exchange(pending_, {});
     }
+    const std::optional<std::string> bytes = encodeSettings(values);
+    isWritten = bytes && file_.replace(*bytes, sync);
+  } catch (const std::exception&) {
+    // Memory ran out, which is a failure as any other.
   }
-  const std::optional<std::string> bytes = encodeSettings(values);
-  if (!bytes || !file_.replace(*bytes)) return std::nullopt;
-  return values;
+  if (isWritten) return true;
+  Lock lock(mutex_);
+  pending_.merge(changes);  // What was changed again meanwhile stays as it is.
+  return false;
 }
 
 }  // namespace lumora

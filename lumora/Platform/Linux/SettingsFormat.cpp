@@ -10,8 +10,9 @@ namespace lumora {
 namespace {
 
 constexpr int kVersion = 1;
-/// Each map takes two levels of JSON, and the file itself two more.
-constexpr int kMaximumDepth = (kMaximumJSONDepth - 2) / 2;
+/// The file's own levels of JSON around each value. Nothing else limits the depth: what can be read can be
+/// written.
+constexpr int kLevelsOfFile = 2;
 
 [[noreturn]] void refuse(const char* reason) {
   throw std::invalid_argument(reason);
@@ -29,26 +30,36 @@ Value encodeNumber(const Value& number) {
   return number.doubleValue();
 }
 
+int deeper(int depth, int levels) {
+  if (depth + levels > kMaximumJSONDepth) refuse("a value that is nested too deeply cannot be stored");
+  return depth + levels;
+}
+
+/// `depth` counts the levels of JSON around the value; a map takes two of its own, what else is no plain
+/// number or text takes one.
 Value encode(const Value& value, int depth) {
-  if (depth > kMaximumDepth) refuse("a value that is nested too deeply cannot be stored");
   switch (value.kind()) {
     case Value::Kind::number:
       return encodeNumber(value);
     case Value::Kind::string:
       return checkedText(*value.asString());
     case Value::Kind::date:
+      deeper(depth, 1);
       return Dictionary{{"date", static_cast<long long>(value.asDate()->time_since_epoch().count())}};
     case Value::Kind::data:
+      deeper(depth, 1);
       return Dictionary{{"data", base64Encoded(*value.asData())}};
     case Value::Kind::list: {
       List list;
-      for (const Value& item : *value.asList()) list.push_back(encode(item, depth + 1));
+      const int inside = deeper(depth, 1);
+      for (const Value& item : *value.asList()) list.push_back(encode(item, inside));
       return list;
     }
     case Value::Kind::map: {
       if (!value.asDictionary()) refuse("a map with keys that are no texts cannot be stored");
       Dictionary map;
-      for (const auto& [key, item] : *value.asDictionary()) map[checkedText(key)] = encode(item, depth + 1);
+      const int inside = deeper(depth, 2);
+      for (const auto& [key, item] : *value.asDictionary()) map[checkedText(key)] = encode(item, inside);
       return Dictionary{{"map", std::move(map)}};
     }
     default:
@@ -108,12 +119,13 @@ std::optional<Value> decode(const Value& json) {
 
 Value storableSetting(std::string_view key, const Value& value) {
   if (!isUTF8(key)) refuse("a key that is not UTF-8 cannot be stored");
-  return *decode(encode(value, 1));
+  return *decode(encode(value, kLevelsOfFile));
 }
 
 std::optional<std::string> encodeSettings(const Dictionary& values) {
   Dictionary encoded;
-  for (const auto& [key, value] : values) encoded.emplace_hint(encoded.end(), key, encode(value, 1));
+  for (const auto& [key, value] : values)
+    encoded.emplace_hint(encoded.end(), key, encode(value, kLevelsOfFile));
   return writeJSON(Dictionary{{"version", kVersion}, {"values", std::move(encoded)}}, JSONStyle::pretty);
 }
 

@@ -1,18 +1,25 @@
 #include "lumora/Platform/Linux/StoreFile.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
-#include <optional>
+#include <exception>
+#include <thread>
 #include <utility>
 
-#include "lumora/Platform/Linux/Files.h"
 #include "lumora/Platform/Linux/LinuxUUIDSource.h"
 
 namespace lumora {
 namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr milliseconds longestWait{1000};
+constexpr milliseconds longestPause{16};
 
 bool isSameFile(const struct stat& left, const struct stat& right) {
   return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
@@ -23,11 +30,15 @@ bool isUnchanged(const struct stat& left, const struct stat& right) {
          left.st_mtim.tv_sec == right.st_mtim.tv_sec && left.st_mtim.tv_nsec == right.st_mtim.tv_nsec;
 }
 
-bool waitForLock(const FileDescriptor& file) {
-  while (::flock(file.get(), LOCK_EX) != 0) {
-    if (errno != EINTR) return false;
+enum class LockResult { taken, busy, impossible };
+
+LockResult waitForLock(const FileDescriptor& file, Clock::time_point deadline) {
+  for (milliseconds pause{1};; pause = std::min(pause * 2, longestPause)) {
+    if (::flock(file.get(), LOCK_EX | LOCK_NB) == 0) return LockResult::taken;
+    if (errno != EWOULDBLOCK && errno != EINTR) return LockResult::impossible;
+    if (Clock::now() + pause > deadline) return LockResult::busy;
+    std::this_thread::sleep_for(pause);
   }
-  return true;
 }
 
 }  // namespace
@@ -35,35 +46,45 @@ bool waitForLock(const FileDescriptor& file) {
 StoreFile::StoreFile(std::string path) : path_(std::move(path)) {}
 
 StoreFile::State StoreFile::load(const Parser& parse) {
-  const Contents contents = read();
-  if (contents.state != State::present || parse(contents.bytes)) return contents.state;
+  if (const std::optional<State> state = tryLoad(parse)) return *state;
   // Another process may have put a good file in its place by now; only the lock's holder can tell.
-  const FileDescriptor held = lock();
-  return held.isOpen() ? loadLocked(parse) : State::unreadable;
+  const FileLock held = lock();
+  return held.isHeld() ? loadLocked(parse) : State::unreadable;
 }
 
 StoreFile::State StoreFile::loadLocked(const Parser& parse) {
-  const Contents contents = read();
-  if (contents.state != State::present || parse(contents.bytes)) return contents.state;
-  return moveAside() ? remember({}, State::absent) : State::unreadable;
+  if (const std::optional<State> state = tryLoad(parse)) return *state;
+  if (!moveAside()) return State::unreadable;
+  isKnown_ = true;
+  return State::absent;
 }
 
-StoreFile::Contents StoreFile::read() {
+/// Nothing when the file is there and is not what it is to be.
+std::optional<StoreFile::State> StoreFile::tryLoad(const Parser& parse) {
   isKnown_ = false;
+  known_ = {};
+  try {
+    return read(parse);
+  } catch (const std::exception&) {
+    return State::unreadable;  // That memory ran out says nothing against the file.
+  }
+}
+
+std::optional<StoreFile::State> StoreFile::read(const Parser& parse) {
   // O_NONBLOCK: opening a pipe that lies there must not wait for its writer.
   FileDescriptor file(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!file.isOpen()) return {errno == ENOENT ? remember({}, State::absent) : State::unreadable, {}};
-  struct stat status {};
-  if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {State::unreadable, {}};
-  std::optional<std::string> bytes = readAll(file);
-  if (!bytes) return {State::unreadable, {}};
-  return {remember(std::move(file), State::present), std::move(*bytes)};
-}
-
-StoreFile::State StoreFile::remember(FileDescriptor file, State state) {
+  if (!file.isOpen()) {
+    isKnown_ = errno == ENOENT;
+    return isKnown_ ? State::absent : State::unreadable;
+  }
+  if (::fstat(file.get(), &knownStatus_) != 0 || !S_ISREG(knownStatus_.st_mode)) return State::unreadable;
+  if (knownStatus_.st_size > static_cast<off_t>(kMaximumFileSize)) return std::nullopt;
+  const std::optional<std::string> bytes = readAll(file);
+  if (!bytes) return State::unreadable;
+  if (!parse(*bytes)) return std::nullopt;
   known_ = std::move(file);
-  isKnown_ = !known_.isOpen() || ::fstat(known_.get(), &knownStatus_) == 0;
-  return state;
+  isKnown_ = true;
+  return State::present;
 }
 
 bool StoreFile::isCurrent() const {
@@ -73,30 +94,38 @@ bool StoreFile::isCurrent() const {
   return known_.isOpen() && isUnchanged(status, knownStatus_);
 }
 
-FileDescriptor StoreFile::lock() const {
-  const std::string lockPath = path_ + ".lock";
+FileLock StoreFile::lock() {
+  // Beside the target, so that everybody means the same lock, whichever link they came by.
+  const std::string lockPath = followLinks(path_) + ".lock";
+  const Clock::time_point deadline = Clock::now() + (isLockStuck_ ? milliseconds(0) : longestWait);
   for (;;) {
-    if (!makeFolders(parentFolder(path_))) return {};
+    if (!makeFolders(parentFolder(lockPath))) return {};
     FileDescriptor file(::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    if (!file.isOpen() || !waitForLock(file)) return {};
+    if (!file.isOpen()) return {};
+    const LockResult result = waitForLock(file, deadline);
+    isLockStuck_ = result == LockResult::busy;
+    if (result != LockResult::taken) return {};
     // Whoever removed the folder meanwhile took the lock file along: a lock on it would exclude nobody.
     struct stat held {};
     struct stat named {};
     if (::fstat(file.get(), &held) != 0) return {};
-    if (::stat(lockPath.c_str(), &named) == 0 && isSameFile(held, named)) return file;
+    if (::stat(lockPath.c_str(), &named) == 0 && isSameFile(held, named)) return FileLock(std::move(file));
   }
 }
 
-bool StoreFile::replace(std::string_view bytes) {
-  FileDescriptor file = replaceFile(path_, bytes);
+bool StoreFile::replace(std::string_view bytes, FolderSync sync) {
+  if (bytes.size() > kMaximumFileSize) return false;  // Nobody could read it back.
+  FileDescriptor file = replaceFile(path_, bytes, sync);
   if (!file.isOpen()) return false;
-  remember(std::move(file), State::present);
+  known_ = std::move(file);
+  isKnown_ = ::fstat(known_.get(), &knownStatus_) == 0;
   return true;
 }
 
 bool StoreFile::moveAside() {
-  const std::string aside = path_ + ".corrupt-" + LinuxUUIDSource().randomUUID();
-  return std::rename(path_.c_str(), aside.c_str()) == 0;
+  const std::string target = followLinks(path_);
+  const std::string aside = target + ".corrupt-" + LinuxUUIDSource().randomUUID();
+  return std::rename(target.c_str(), aside.c_str()) == 0;
 }
 
 }  // namespace lumora

@@ -3,15 +3,18 @@
 #include <sys/stat.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "lumora/Platform/Linux/FileDescriptor.h"
+#include "lumora/Platform/Linux/FileLock.h"
+#include "lumora/Platform/Linux/Files.h"
 
 namespace lumora {
 
 /// A small file that several processes share; it is read and replaced whole. Readers need no lock, who
-/// replaces the file holds the lock from his last look at it on.
+/// replaces the file holds the lock from his last look at it on. A symbolic link stands for its target.
 ///
 /// Thread safety: one thread at a time.
 class StoreFile {
@@ -22,30 +25,28 @@ class StoreFile {
 
   explicit StoreFile(std::string path);
 
-  /// Reads the file. One that the parser refuses is moved aside and counts as absent from then on; when it
-  /// cannot be moved, it counts as unreadable.
+  /// Reads the file. One that the parser refuses, or that is too large, is moved aside and counts as absent
+  /// from then on. It counts as unreadable when it cannot be moved, and when memory runs out.
   State load(const Parser& parse);
   /// The same, for a caller who holds the lock.
   State loadLocked(const Parser& parse);
   /// Whether the file is still the one that was last loaded or replaced here.
   bool isCurrent() const;
-  /// Waits for the lock that keeps other processes from replacing the file, makes missing folders, and holds
-  /// the lock until the descriptor is closed. Gives a closed one when there can be no lock.
-  FileDescriptor lock() const;
+  /// Waits for the lock that keeps other processes from replacing the file, and makes missing folders. The
+  /// lock is not held when there can be none, or somebody else keeps it for longer than a second; who keeps
+  /// it still is not waited for again.
+  FileLock lock();
   /// Replaces the file; returns false, and leaves the old one as it was, on failure. Needs the lock.
-  bool replace(std::string_view bytes);
+  bool replace(std::string_view bytes, FolderSync sync);
 
  private:
-  struct Contents {
-    State state;
-    std::string bytes;
-  };
-
-  Contents read();
+  std::optional<State> tryLoad(const Parser& parse);
+  std::optional<State> read(const Parser& parse);
   bool moveAside();
-  State remember(FileDescriptor file, State state);
 
   const std::string path_;
+  bool isLockStuck_ = false;
+  /// False until something was read or written successfully: who does not know the file never replaces it.
   bool isKnown_ = false;
   /// The file as it was last seen, closed when it was absent. It stays open so that its inode number cannot
   /// be given to another file in the meantime.
