@@ -6,7 +6,7 @@
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
-#include "lumora/Util/Log.h"
+#include "lumora/Util/LogRefusal.h"
 
 namespace lumora {
 
@@ -39,9 +39,11 @@ void LMREventLogger::reportCheckpoint(const std::string& name, std::string_view 
 void LMREventLogger::reportAppOpen() {
   reportCheckpoint(std::string(kLmroAppOpen), KEY_TYPE_INTERNAL, std::nullopt);
   // Not flushed: losing the latest count at a sudden end is acceptable.
-  SettingsStore& settings = platform().settings;
-  settings.setObject(kLmroAppOpen,
-                     Value(static_cast<long long>(settings.object(kLmroAppOpen).integerValue() + 1)));
+  logRefusalOf([] {
+    SettingsStore& settings = platform().settings;
+    settings.setObject(kLmroAppOpen,
+                       Value(static_cast<long long>(settings.object(kLmroAppOpen).integerValue() + 1)));
+  });
 }
 
 void LMREventLogger::reportClientInfo() {

@@ -12,7 +12,7 @@ using Coder = Dictionary;
 class LUMORA_EXPORT Archivable {
  public:
   virtual ~Archivable() = default;
-  /// Writes the object's fields; they must be of JSON kinds.
+  /// Writes the object's fields; they must be of JSON kinds. Texts may hold any bytes.
   virtual void encodeWithCoder(Coder& coder) const = 0;
 };
 

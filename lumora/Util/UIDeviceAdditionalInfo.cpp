@@ -2,7 +2,7 @@
 
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
-#include "lumora/Util/Log.h"
+#include "lumora/Util/LogRefusal.h"
 #include "lumora/Util/UICKeyChainStore.h"
 
 namespace lumora {
@@ -19,15 +19,26 @@ std::string deviceIdentifierKey() {
          platform().bundle.infoValue(kBundleIdentifierKey).value_or("");
 }
 
+/// Stores a text under a key that had none, and gives the one to use: another process at its first run may
+/// have been faster.
+std::string agreedText(std::string_view key, const std::string& text) {
+  std::string agreed = text;
+  logRefusalOf([&] {
+    const Value stored = platform().settings.setObjectIfAbsent(key, text);
+    if (const auto* present = stored.asString()) {
+      agreed = *present;
+    } else {
+      LMRUtil::setObject(text, key);  // What is no text counts as absent.
+    }
+  });
+  return agreed;
+}
+
 std::string loadOrMakeDeviceIdentifier() {
   const std::string key = deviceIdentifierKey();
   if (auto stored = storedText(key)) return *stored;
-  if (auto kept = UICKeyChainStore::stringForKey(key, std::nullopt)) {
-    LMRUtil::setObject(*kept, key);
-    return *kept;
-  }
-  const std::string made = platform().uuids.randomUUID();
-  LMRUtil::setObject(made, key);
+  if (auto kept = UICKeyChainStore::stringForKey(key, std::nullopt)) return agreedText(key, *kept);
+  std::string made = agreedText(key, platform().uuids.randomUUID());
   // A keychain that refuses costs only the survival of a reinstallation.
   UICKeyChainStore::setString(made, key, std::nullopt);
   return made;
@@ -49,8 +60,7 @@ std::string UIDeviceAdditionalInfo::installIdentifier() {
   if (installIdentifier_) return *installIdentifier_;
   installIdentifier_ = storedText(kOstrelAppIDDefaultsKey);
   if (!installIdentifier_) {
-    installIdentifier_ = platform().uuids.randomUUID();
-    LMRUtil::setObject(*installIdentifier_, kOstrelAppIDDefaultsKey);
+    installIdentifier_ = agreedText(kOstrelAppIDDefaultsKey, platform().uuids.randomUUID());
   }
   logLine("LumoraSDK-Current UUID is : {} ", *installIdentifier_);
   return *installIdentifier_;

@@ -9,7 +9,8 @@ namespace lumora {
 
 /// Hands out the two identifiers of this installation, random UUIDs both.
 ///
-/// Each is computed once per process, under a guard, and never changes while it runs. Any thread.
+/// Each is computed once per process, under a guard, and never changes while it runs. Processes that share
+/// the settings store get the same ones, at their first run too. Any thread.
 class UIDeviceAdditionalInfo {
  public:
   static UIDeviceAdditionalInfo& sharedInstance();

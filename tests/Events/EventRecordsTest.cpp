@@ -103,6 +103,8 @@ TEST_F(EventRecordsTest, applicationOpensAreCountedWithoutAFlush) {
   host.settings.setObject("lmr_app_open", "41");
   logger().reportAppOpen();
   EXPECT_EQ(setting("lmr_app_open"), "42");
+  host.settings.setRefusesChanges(true);
+  EXPECT_NO_THROW(logger().reportAppOpen());
 }
 
 TEST_F(EventRecordsTest, openedPushIsTakenFromTheLaunchOptions) {

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <stdexcept>
@@ -38,11 +39,11 @@ class SettingsTest : public ::testing::Test {
 };
 
 TEST_F(SettingsTest, readsConvertWhatIsStoredAndDefaultToNothing) {
+  // clang-format off
   const std::tuple<Value, std::string, std::int64_t, bool> cases[] = {
-      {{}, "", 0, false},      {"42 apples", "42 apples", 42, true},
-      {"YES", "YES", 0, true}, {-2.75, "-2.75", -2, true},
-      {true, "1", 1, true},    {Data{0x31}, "", 0, false},
-  };
+      {{}, "", 0, false}, {"42 apples", "42 apples", 42, true}, {"YES", "YES", 0, true}, {-2.75, "-2.75", -2, true},
+      {true, "1", 1, true}, {Data{0x31}, "", 0, false}};
+  // clang-format on
   for (const auto& [stored, text, integer, boolean] : cases) {
     SCOPED_TRACE(stored.description());
     if (!stored.isNull()) host.settings.setObject("key", stored);
@@ -53,12 +54,10 @@ TEST_F(SettingsTest, readsConvertWhatIsStoredAndDefaultToNothing) {
 }
 
 TEST_F(SettingsTest, everyWriteSurvivesTheEndOfTheProcess) {
-  LMRUtil::setObject("text", "object");
-  host.settings.loseUnflushedChanges();
-  LMRUtil::setInt(greatest, "int");
-  host.settings.loseUnflushedChanges();
-  LMRUtil::setBool(true, "bool");
-  host.settings.loseUnflushedChanges();
+  const std::function<void()> writes[] = {[] { LMRUtil::setObject("text", "object"); },
+                                          [] { LMRUtil::setInt(greatest, "int"); },
+                                          [] { LMRUtil::setBool(true, "bool"); }};
+  for (const auto& write : writes) write(), host.settings.loseUnflushedChanges();
   EXPECT_EQ(host.settings.values(), (Dictionary{{"object", "text"}, {"int", greatest}, {"bool", true}}));
   EXPECT_TRUE(host.settings.object("bool").isBoolean());
 }
@@ -69,12 +68,10 @@ TEST_F(SettingsTest, whatCannotBeStoredIsLoggedAndLeavesWhatIs) {
   LMRUtil::setDataObject(&note, "archive");
 
   LMRUtil::setObject({}, "object");
-  LMRUtil::setDataObject(nullptr, "archive");
   LMRUtil::setObject(HUGE_VAL, "object");
-  const Note notFinite(Dictionary{{"field", HUGE_VAL}});
-  LMRUtil::setDataObject(&notFinite, "archive");
-  const Note unarchivable(std::nullopt);
-  LMRUtil::setDataObject(&unarchivable, "archive");
+  LMRUtil::setDataObject(nullptr, "archive");
+  for (const Note& refused : {Note(Dictionary{{"field", HUGE_VAL}}), Note(std::nullopt)})
+    LMRUtil::setDataObject(&refused, "archive");
   EXPECT_EQ(host.log.messages(),
             (Lines{"LumoraSDK-the value cannot be stored", "LumoraSDK-the object cannot be archived",
                    "LumoraSDK-no archive of this"}));
@@ -83,18 +80,22 @@ TEST_F(SettingsTest, whatCannotBeStoredIsLoggedAndLeavesWhatIs) {
   EXPECT_EQ(LMRUtil::getDataObjectForKey("archive"), (Coder{{"field", "kept"}}));
 }
 
-TEST_F(SettingsTest, anUnreadableArchiveIsNone) {
-  const Coder fields{{"one", "text \xC3\xA4 '\"\n"}, {"two", 2.5}, {"three", Value()}};
-  const Note note(fields);
-  LMRUtil::setDataObject(&note, "archive");
-  ASSERT_EQ(LMRUtil::getDataObjectForKey("archive"), fields);
-  const Data whole = *host.settings.object("archive").asData();
+TEST_F(SettingsTest, anArchiveHoldsAnyBytesAndADamagedOneIsNone) {
+  std::string bytes = "\xC3\xA4";
+  for (int byte = 0; byte < 256; ++byte) bytes += static_cast<char>(byte);
   List damaged = {"{}", 1, Data{'[', ']'}, Dictionary{{"one", 1}}};
-  for (std::size_t place = 0; place < whole.size(); ++place) {
-    damaged.emplace_back(Data(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(place)));
-    Data altered = whole;
-    altered[place] = 0xFF;
-    damaged.emplace_back(std::move(altered));
+  for (const std::string& text : {bytes.substr(0, 2 + 0x80), bytes}) {
+    const Coder fields{{"one", text}, {"two", 2.5}, {text, List{Value(), text, Dictionary{{text, text}}}}};
+    const Note note(fields);
+    LMRUtil::setDataObject(&note, "archive");
+    ASSERT_EQ(LMRUtil::getDataObjectForKey("archive"), fields);
+    const Data whole = *host.settings.object("archive").asData();
+    for (std::size_t place = 0; place < whole.size(); ++place) {
+      damaged.emplace_back(Data(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(place)));
+      Data altered = whole;
+      altered[place] = 0xFF;
+      damaged.emplace_back(std::move(altered));
+    }
   }
   for (const Value& archive : damaged) {
     host.settings.setObject("archive", archive);

@@ -3,12 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <list>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "lumora/Platform/Linux/LinuxPlatform.h"
 #include "lumora/Testing/FakePlatform.h"
 #include "lumora/Util/UICKeyChainStore.h"
+#include "tests/Support/ChildProcess.h"
+#include "tests/Support/TemporaryFolder.h"
+#include "tests/Support/TestFiles.h"
 
 namespace lumora::tests {
 namespace {
@@ -24,15 +29,6 @@ class UIDeviceAdditionalInfoTest : public ::testing::Test {
 
   testing::FakePlatform& host = testing::FakePlatform::install();
 };
-
-TEST_F(UIDeviceAdditionalInfoTest, theFirstRunMakesAndKeepsBoth) {
-  info();
-  EXPECT_EQ(host.settings.flushedValues(), (Dictionary{{installKey, uuid(1)}}));
-  EXPECT_EQ(info().uniqueGlobalDeviceIdentifier(), uuid(2));
-  EXPECT_EQ(host.settings.flushedValues(), (Dictionary{{installKey, uuid(1)}, {deviceKey, uuid(2)}}));
-  EXPECT_EQ(UICKeyChainStore::stringForKey(deviceKey, "com.example.host"), uuid(2));
-  EXPECT_EQ(host.log.messages(), std::vector<std::string>{"LumoraSDK-Current UUID is : " + uuid(1) + " "});
-}
 
 TEST_F(UIDeviceAdditionalInfoTest, aLaterRunReadsBothFromTheSettings) {
   host.settings.setObject(installKey, "INSTALL");
@@ -52,11 +48,14 @@ TEST_F(UIDeviceAdditionalInfoTest, aReinstallationRestoresTheDeviceIdentifier) {
 
 TEST_F(UIDeviceAdditionalInfoTest, aRefusingKeychainCostsOnlyTheReinstallation) {
   host.keychain.setRefuses(true);
+  host.settings.setObject(installKey, 5);
   EXPECT_EQ(info().uniqueGlobalDeviceIdentifier(), uuid(2));
-  EXPECT_EQ(host.settings.flushedValues().at(deviceKey), Value(uuid(2)));
+  EXPECT_EQ(host.settings.flushedValues(), (Dictionary{{installKey, uuid(1)}, {deviceKey, uuid(2)}}));
 }
 
 TEST_F(UIDeviceAdditionalInfoTest, threadsAtOnceGetOneIdentifierEachForTheLifeOfTheProcess) {
+  info();
+  EXPECT_EQ(host.settings.flushedValues(), (Dictionary{{installKey, uuid(1)}}));
   std::atomic<int> matches = 0;
   const auto check = [&matches] {
     if (info().uniqueGlobalDeviceIdentifier() == uuid(2) && info().installIdentifier() == uuid(1)) ++matches;
@@ -64,12 +63,34 @@ TEST_F(UIDeviceAdditionalInfoTest, threadsAtOnceGetOneIdentifierEachForTheLifeOf
   std::vector<std::thread> threads;
   for (int i = 0; i < 8; ++i) threads.emplace_back(check);
   for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(host.settings.flushedValues(), (Dictionary{{installKey, uuid(1)}, {deviceKey, uuid(2)}}));
+  EXPECT_EQ(UICKeyChainStore::stringForKey(deviceKey, "com.example.host"), uuid(2));
   host.settings.clear();
   UICKeyChainStore::removeAllItemsForService(std::nullopt);
   check();
   EXPECT_EQ(matches, 9);
   EXPECT_TRUE(host.settings.values().empty());
-  EXPECT_EQ(host.log.messages().size(), 1U);
+  EXPECT_EQ(host.log.messages(), std::vector<std::string>{"LumoraSDK-Current UUID is : " + uuid(1) + " "});
+}
+
+TEST(TwoProcessesTest, agreeOnBothAtTheirFirstRun) {
+  const testing::TemporaryFolder folder;
+  const auto result = [&folder](int process) { return folder / std::to_string(process); };
+  const auto firstRun = [&](int process) {
+    LinuxPlatformOptions options;
+    options.settingsFile = folder / "settings";
+    options.keychainFile = folder / "keychain";
+    const LinuxPlatform host(options);
+    installPlatform(host.platform());
+    auto& info = UIDeviceAdditionalInfo::sharedInstance();
+    testing::writeFile(result(process), info.installIdentifier() + info.uniqueGlobalDeviceIdentifier());
+    return true;
+  };
+  std::list<testing::ChildProcess> processes;
+  for (int process : {0, 1, 2, 3}) processes.emplace_back([&] { return firstRun(process); });
+  for (auto& process : processes) EXPECT_TRUE(process.succeeds());
+  EXPECT_EQ(testing::readFile(result(0)).size(), 72U);
+  for (int process : {1, 2, 3}) EXPECT_EQ(testing::readFile(result(process)), testing::readFile(result(0)));
 }
 
 }  // namespace
