@@ -1,11 +1,18 @@
 #include "hosts/terminal/HostPlatform.h"
 
+#include <filesystem>
 #include <utility>
 
 #include "hosts/terminal/Folders.h"
 
 namespace lumora_host {
 namespace {
+
+/// The person who starts the host means the folder that he is in; the library does not.
+std::string fromHere(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::absolute(path, error).string();
+}
 
 void describeHost(const Options& options, lumora::LinuxPlatformOptions& platform) {
   platform.info.emplace(lumora::kBundleIdentifierKey, options.bundleIdentifier);
@@ -43,9 +50,11 @@ lumora::LinuxPlatformOptions platformOptions(const Options& options, Display& di
   platform.documentsDirectory = folders.documents;
   platform.cachesDirectory = folders.caches;
   platform.settingsFile = folders.settingsFile;
-  platform.keychainFile = options.keychainFile.value_or(defaultKeychainFile());
-  platform.resourcesDirectory = options.resourcesDirectory.value_or(defaultResourcesDirectory());
-  platform.certificateAuthorityFile = options.certificateAuthorityFile.value_or("");
+  platform.keychainFile = fromHere(options.keychainFile.value_or(defaultKeychainFile()));
+  platform.resourcesDirectory = fromHere(options.resourcesDirectory.value_or(defaultResourcesDirectory()));
+  if (options.certificateAuthorityFile) {
+    platform.certificateAuthorityFile = fromHere(*options.certificateAuthorityFile);
+  }
   platform.connectTo = options.connectTo;
   describeHost(options, platform);
   connectDisplay(display, screens, platform);

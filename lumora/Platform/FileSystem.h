@@ -11,6 +11,8 @@ namespace lumora {
 
 /// The files that belong to the host application.
 ///
+/// Paths begin at the root; a relative one names nothing.
+///
 /// Thread safety: every operation may be called from any thread. Failures are reported by value.
 class LUMORA_EXPORT FileSystem {
  public:
@@ -22,7 +24,7 @@ class LUMORA_EXPORT FileSystem {
   virtual bool fileExists(const std::string& path) = 0;
   /// The names of a folder's entries, without "." and ".."; nothing when it cannot be listed.
   virtual std::optional<std::vector<std::string>> list(const std::string& directory) = 0;
-  /// The file's bytes; nothing when it cannot be read.
+  /// The file's bytes; nothing when it cannot be read or is larger than 16 MiB.
   virtual std::optional<std::string> read(const std::string& path) = 0;
   /// Writes a whole file, or nothing of it: a reader sees the old bytes or the new ones. Makes a missing
   /// folder. Returns false on failure.

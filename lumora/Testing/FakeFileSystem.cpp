@@ -1,5 +1,6 @@
 #include "lumora/Testing/FakeFileSystem.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -11,6 +12,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::uintmax_t kMaximumFileSize = std::uintmax_t{16} << 20;
+
 std::string makeTemporaryFolder() {
   std::string path = (fs::temp_directory_path() / "lumora-fake-XXXXXX").string();
   if (!::mkdtemp(path.data())) throw std::runtime_error("no temporary folder can be made");
@@ -18,7 +21,7 @@ std::string makeTemporaryFolder() {
 }
 
 bool isPath(const std::string& text) {
-  return !text.empty() && text.find('\0') == std::string::npos;
+  return text.starts_with('/') && text.find('\0') == std::string::npos;
 }
 
 }  // namespace
@@ -60,6 +63,7 @@ std::optional<std::vector<std::string>> FakeFileSystem::list(const std::string& 
 std::optional<std::string> FakeFileSystem::read(const std::string& path) {
   std::error_code error;
   if (readFails_ || !isPath(path) || !fs::is_regular_file(path, error)) return std::nullopt;
+  if (fs::file_size(path, error) > kMaximumFileSize) return std::nullopt;
   std::ifstream file(path, std::ios::binary);
   if (!file) return std::nullopt;
   return std::string(std::istreambuf_iterator<char>(file), {});

@@ -27,11 +27,12 @@ using FileSystems = ::testing::Types<FakeFileSystem, TemporaryLinuxFileSystem>;
 TYPED_TEST_SUITE(FileSystemTest, FileSystems);
 
 TYPED_TEST(FileSystemTest, ReadsBackAndListsWhatItWrote) {
-  for (const std::string& bytes :
-       {std::string(), std::string("\0\r\n\xFF", 4), std::string(1'000'000, 'x')}) {
+  for (const std::string& bytes : {std::string(), std::string("\0\r\n\xFF", 4), std::string(16 << 20, 'x')}) {
     EXPECT_TRUE(this->write("file", bytes));
-    EXPECT_EQ(this->files.read(this->path("file")), bytes) << bytes.size() << " bytes";
+    EXPECT_TRUE(this->files.read(this->path("file")) == bytes) << bytes.size() << " bytes";
   }
+  std::filesystem::resize_file(this->path("file"), (16 << 20) + 1);
+  EXPECT_EQ(this->files.read(this->path("file")), std::nullopt) << "larger than what is read whole";
   EXPECT_TRUE(this->write("a/b/file", "x")) << "missing folders are made";
   EXPECT_THAT(this->files.list(this->files.cachesDirectory()),
               ::testing::Optional(::testing::UnorderedElementsAre("file", "a")));
@@ -50,22 +51,28 @@ TYPED_TEST(FileSystemTest, RemovesFilesAloneAndFailsByValue) {
     EXPECT_EQ(this->files.fileExists(this->path(name)), name == "folder") << name;
     EXPECT_NE(this->files.remove(this->path(name)).value_or(""), "") << name;
   }
-  EXPECT_FALSE(this->files.writeAtomically("", "new"));
+  const TemporaryFolder here;
+  std::filesystem::current_path(here.path());
+  for (const char* path : {"", "relative", "./relative"}) {
+    writeFile("relative", "of the working directory");
+    EXPECT_FALSE(this->files.fileExists(path) || this->files.read(path) || !this->files.remove(path)) << path;
+    EXPECT_FALSE(this->files.writeAtomically(path, "new")) << path;
+  }
   EXPECT_NE(this->files.remove(this->path("folder/file")).value_or(""), "");
   EXPECT_EQ(this->files.read(this->path("file")), "old");
 }
 
-TEST(LinuxFileSystemTest, WhatItMakesIsTheOwnersAloneAndAFullDiskLeavesItWhole) {
+TEST(LinuxFileSystemTest, WhatItMakesIsTheOwnersAloneAndNothingIsLeftBehind) {
   TemporaryLinuxFileSystem files;
   ASSERT_TRUE(files.writeAtomically(files / "new/file", "old"));
-  EXPECT_EQ(modeOf(files / "new"), 0700U);
-  EXPECT_EQ(modeOf(files / "new/file"), 0600U);
+  EXPECT_TRUE(modeOf(files / "new") == 0700U && modeOf(files / "new/file") == 0600U);
   {
-    const FileSizeLimit limit(4096);
-    for (const char* name : {"new/file", "new/other"})
-      EXPECT_FALSE(files.writeAtomically(files / name, std::string(10'000, 'x'))) << name;
+    const FileSizeLimit limit(0);
+    EXPECT_FALSE(files.writeAtomically(files / "new/file", "new"));
   }
   EXPECT_EQ(readFile(files / "new/file"), "old");
+  writeFile(files / "new/.lumora-tmp-x", "of a process that was killed");
+  EXPECT_TRUE(files.writeAtomically(files / "new/file", "new"));
   EXPECT_THAT(namesIn(files / "new"), ::testing::ElementsAre("file"));
   ASSERT_EQ(::mkfifo((files / "pipe").c_str(), 0600), 0);
   EXPECT_EQ(files.read(files / "pipe"), std::nullopt) << "nobody writes into it";

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 
 #include "tests/Support/TemporaryFolder.h"
@@ -21,9 +22,27 @@ TEST(LinuxPlatformTest, PutsItsFilesWhereTheDesktopWantsThem) {
     EXPECT_EQ(host.platform().files.documentsDirectory(),
               (variable.starts_with('/') ? "/elsewhere" : fallback) + program + "/Documents")
         << variable;
-    EXPECT_EQ(host.platform().files.cachesDirectory(), folder / "home/.cache" + program) << variable;
+    EXPECT_EQ(host.platform().files.cachesDirectory(), folder / "home/.cache" + program + "/lumora");
   }
+  LinuxPlatformOptions options;
+  options.documentsDirectory = options.cachesDirectory = "./relative/";
+  const LinuxPlatform host(options);
+  EXPECT_EQ(host.platform().files.documentsDirectory(), "/elsewhere" + program + "/relative");
+  EXPECT_EQ(host.platform().files.cachesDirectory(), folder / "home/.cache" + program + "/relative");
   EXPECT_FALSE(std::filesystem::exists(folder / "home")) << "nothing is written before it is needed";
+}
+
+/// Runs a copy of this program, which replaces its own file.
+TEST(LinuxPlatformTest, AReplacedProgramKeepsItsFolders) {
+  if (const char* program = std::getenv("REPLACED_PROGRAM")) {
+    std::filesystem::remove(program);
+    EXPECT_TRUE(LinuxPlatform().platform().files.documentsDirectory().ends_with("/replaced/Documents"));
+    return;
+  }
+  const TemporaryFolder folder;
+  std::filesystem::copy_file("/proc/self/exe", folder / "replaced");
+  ::setenv("REPLACED_PROGRAM", (folder / "replaced").c_str(), 1);
+  EXPECT_EQ(std::system("$REPLACED_PROGRAM --gtest_filter=LinuxPlatformTest.AReplaced*"), 0);
 }
 
 }  // namespace

@@ -3,8 +3,10 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <string_view>
 #include <vector>
 
 namespace lumora {
@@ -22,15 +24,22 @@ std::string homeFolder() {
 
 /// Relative paths in these variables are to be ignored.
 std::string folderFromVariable(const char* variable, const char* belowHome) {
-  if (const char* value = std::getenv(variable); value && *value == '/') return absolutePath(value);
-  return absolutePath(homeFolder() + "/" + belowHome);
+  if (const char* value = std::getenv(variable); value && *value == '/') return absolutePath(value, "/");
+  return absolutePath(belowHome, homeFolder());
 }
 
 }  // namespace
 
 std::string programPath() {
+  constexpr const char* link = "/proc/self/exe";
+  constexpr std::string_view removedMark = " (deleted)";
   std::error_code error;
-  return std::filesystem::read_symlink("/proc/self/exe", error).string();
+  std::string path = std::filesystem::read_symlink(link, error).string();
+  // The system marks the name of a program whose file was replaced since it started.
+  if (path.ends_with(removedMark) && !std::filesystem::equivalent(path, link, error)) {
+    path.resize(path.size() - removedMark.size());
+  }
+  return path.empty() ? "/" + std::string(program_invocation_short_name) : path;
 }
 
 std::string userDataFolder() {
@@ -41,10 +50,8 @@ std::string userCacheFolder() {
   return folderFromVariable("XDG_CACHE_HOME", ".cache");
 }
 
-std::string absolutePath(const std::string& path) {
-  std::error_code error;
-  const std::filesystem::path absolute = std::filesystem::absolute(path, error).lexically_normal();
-  std::string text = error ? path : absolute.string();
+std::string absolutePath(const std::string& path, const std::string& folder) {
+  std::string text = (std::filesystem::path("/") / folder / path).lexically_normal().string();
   if (text.size() > 1 && text.ends_with('/')) text.pop_back();
   return text;
 }

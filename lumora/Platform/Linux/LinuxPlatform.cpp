@@ -22,18 +22,22 @@
 namespace lumora {
 namespace {
 
-/// Gives every path that the host left empty its default, and makes all of them absolute.
+/// Gives every path that the host left empty its default; a relative one counts from where the default lies.
 LinuxPlatformOptions withPaths(LinuxPlatformOptions options) {
   const std::filesystem::path program = programPath();
   const std::string name = program.filename().string();
-  const auto settle = [](std::string& path, const std::string& fallback) {
-    path = absolutePath(path.empty() ? fallback : path);
+  const auto settle = [](std::string& path, const std::string& folder, const char* fallback) {
+    path = absolutePath(path.empty() ? fallback : path, folder);
   };
-  settle(options.documentsDirectory, userDataFolder() + "/" + name + "/Documents");
-  settle(options.cachesDirectory, userCacheFolder() + "/" + name);
-  settle(options.settingsFile, userDataFolder() + "/" + name + "/settings.json");
-  settle(options.keychainFile, userDataFolder() + "/lumora/keychain");
-  settle(options.resourcesDirectory, (program.parent_path() / "resources").string());
+  settle(options.documentsDirectory, userDataFolder() + "/" + name, "Documents");
+  // A folder of the library's own: the clean-up removes everything in it.
+  settle(options.cachesDirectory, userCacheFolder() + "/" + name, "lumora");
+  settle(options.settingsFile, userDataFolder() + "/" + name, "settings.json");
+  settle(options.keychainFile, userDataFolder() + "/lumora", "keychain");
+  settle(options.resourcesDirectory, program.parent_path().string(), "resources");
+  if (!options.certificateAuthorityFile.empty()) {
+    settle(options.certificateAuthorityFile, options.resourcesDirectory, "");
+  }
   return options;
 }
 

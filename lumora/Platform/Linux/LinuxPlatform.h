@@ -17,10 +17,13 @@ class LinuxApplication;
 class LinuxTaskQueues;
 
 /// What a host tells the Linux platform about itself. Every field has a usable default.
+///
+/// A relative path never means the working directory: it counts from the folder of the field's default.
 struct LinuxPlatformOptions {
   /// The database's folder; empty: `$XDG_DATA_HOME/<program name>/Documents` (`~/.local/share` when unset).
   std::string documentsDirectory;
-  /// The folder of files that can be fetched again; empty: `$XDG_CACHE_HOME/<program name>` (`~/.cache`).
+  /// The folder of files that can be fetched again; empty: `$XDG_CACHE_HOME/<program name>/lumora`
+  /// (`~/.cache` when unset). The library takes everything in it for its own.
   std::string cachesDirectory;
   /// The settings file; empty: `$XDG_DATA_HOME/<program name>/settings.json`.
   std::string settingsFile;
@@ -44,14 +47,16 @@ struct LinuxPlatformOptions {
   std::optional<std::string> carrierName;
   std::optional<std::string> machineIdentifier;
 
-  /// A PEM file of the certificate authorities to trust instead of the system's.
+  /// A PEM file of the certificate authorities to trust instead of the system's. A relative path counts from
+  /// the resources.
   std::string certificateAuthorityFile;
   /// `HOST:PORT`: every connection goes there, while names and certificates are checked as the URL says.
   std::string connectTo;
 
   ApplicationState initialState = ApplicationState::active;
 
-  /// Receives each log message; without one, messages go to standard error, one line each. Any thread.
+  /// Receives each log message; without one, messages go to standard error, one line each. Any thread. The
+  /// library may hold its locks meanwhile, so the sink must not call back into the library.
   std::function<void(std::string_view message)> logSink;
   /// Opens a URL; gives false when it cannot. Main thread. Without one, `xdg-open` is started.
   std::function<bool(const URL& url)> urlOpener;
