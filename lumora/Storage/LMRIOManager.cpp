@@ -1,15 +1,38 @@
 #include "lumora/Storage/LMRIOManager.h"
 
+#include <cstddef>
+#include <cstdint>
+
 #include "lumora/Util/Log.h"
 
 namespace lumora {
 namespace {
 
 constexpr int maximumRedirects = 5;
+/// In bytes, as every common file system takes them.
+constexpr std::size_t longestFileName = 255;
+/// A campaign id is left as it is in a name that must be shortened, unless it alone leaves no room.
+constexpr std::size_t longestIdInShortName = 128;
 
 bool isPlainFileName(const std::string& name) {
   return name.find('/') == std::string::npos && name.find('\0') == std::string::npos && name != "." &&
          name != "..";
+}
+
+/// Stands for a text that is too long: 16 digits that are the same in every run (FNV-1a).
+std::string hashOf(const std::string& text) {
+  std::uint64_t hash = 0xCBF29CE484222325;
+  for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
+  return fmt::format("{:016x}", hash);
+}
+
+std::string shortIdOf(const std::string& id) {
+  return id.size() > longestIdInShortName ? hashOf(id) : id;
+}
+
+std::string fileName(const std::string& id, const std::string& component) {
+  std::string name = id + "_" + component;
+  return name.size() <= longestFileName ? name : shortIdOf(id) + "_" + hashOf(component);
 }
 
 /// The image's bytes; empty when none came.
@@ -34,7 +57,7 @@ LMRIOManager::Text LMRIOManager::pathForFile(const Text& url, const Text& withId
   if (!url || !withId) return std::nullopt;
   const std::string component = url->substr(url->rfind('/') + 1);
   if (!isPlainFileName(*withId) || !isPlainFileName(component)) return std::nullopt;
-  return cacheDir_ + "/" + *withId + "_" + component;
+  return cacheDir_ + "/" + fileName(*withId, component);
 }
 
 bool LMRIOManager::getFileFromServer(const Text& url, const Text& withId) const {
@@ -51,12 +74,10 @@ LMRIOManager::Text LMRIOManager::saveFileFromServer(const Text& url, const Text&
   if (!path || !URL::parse(*url)) return std::nullopt;
   logLine("LumoraSDK-Dowloading resource from: {}", *url);
   std::string bytes = download(*url);
-  if (!platform().imageDecoder.isImage(bytes)) {
+  if (!platform().imageDecoder.isImage(bytes) || !platform().files.writeAtomically(*path, bytes)) {
     logLine("LumoraSDK-Dowloading failed for resource : {}", *url);
     return std::nullopt;
   }
-  // A file that cannot be written is fetched again the next time it is wanted.
-  platform().files.writeAtomically(*path, bytes);
   logLine("LumoraSDK-Dowloaded resource from: {} of size : {:.2f} KB", *url,
           static_cast<float>(bytes.size()) / 1024);
   return bytes;
@@ -79,10 +100,13 @@ void LMRIOManager::deleteFile(const Text& url, const Text& withId) const {
 
 void LMRIOManager::clearFile(const LMRResource& resource) const {
   const auto names = platform().files.list(cacheDir_);
-  if (!names) return;
+  if (!names || !resource.campaignId) return;
+  const std::string& id = *resource.campaignId;
   for (const std::string& name : *names) {
     const auto end = name.find('_');
-    if (end != std::string::npos && name.substr(0, end) == resource.campaignId) removeEntry(name);
+    if (end == std::string::npos) continue;
+    const std::string owner = name.substr(0, end);
+    if (owner == id || owner == shortIdOf(id)) removeEntry(name);
   }
 }
 

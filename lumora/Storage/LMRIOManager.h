@@ -10,7 +10,7 @@ namespace lumora {
 
 /// The cache of campaign images: one file per campaign and image URL, in the caches directory. A file's name,
 /// `<campaign id>_<last component of the URL>`, is its whole record; a file that exists is never fetched
-/// again.
+/// again. A name that would be too long for a file system holds hashes instead.
 ///
 /// Any thread may call; a download blocks its caller. There is no lock: of two downloads of one file each
 /// writes it whole. A campaign id or URL component that is no plain file name never reaches the file system.
@@ -24,8 +24,7 @@ class LMRIOManager {
   bool getFileFromServer(const Text& url, const Text& withId) const;
   /// The cached bytes, or else the downloaded ones.
   Text getFileFromLocal(const Text& url, const Text& withId) const;
-  /// Downloads an image, whatever the cache holds; nothing when that gave no image. Bytes that cannot be
-  /// written are given all the same.
+  /// Downloads an image, whatever the cache holds; nothing when that gave no image or it cannot be written.
   Text saveFileFromServer(const Text& url, const Text& withId) const;
   bool isFileExists(const Text& url, const Text& withId) const;
   void deleteFile(const Text& url, const Text& withId) const;

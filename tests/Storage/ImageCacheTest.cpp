@@ -29,22 +29,21 @@ TEST_F(ImageCacheTest, FileNamesDownloadsAndAFullDisk) {
       {"h://i/a%2F?b=c#d", "7", "i", "Dowloaded resource from: h://i/a%2F?b=c#d of size : 0.00 KB"},
       {"h://i/p", "7", "<html>", "Dowloading failed for resource : h://i/p"},
       {"h://i/p", "7", "broken", "Dowloading failed for resource : h://i/p"},
+      {"h://i/p", "7", "full disk", "Dowloading failed for resource : h://i/p"},
   };
   host.imageDecoder.setPredicate([](std::string_view bytes) { return bytes != "<html>"; });
   for (const auto& [url, id, body, line] : cases) {
     host.log.clear();
     URLResponse answer{404, {}, body, {}};
     if (body == "broken") answer.error = TransportError();
+    host.files.setWriteFails(body == "full disk");
     host.urlLoader.setHandler([answer](const URLRequest&) { return answer; });
     EXPECT_EQ(cache.getFileFromServer(url, id), !line.starts_with("Dowloading failed")) << url << id;
     const Texts lines = host.log.messages();
     EXPECT_EQ(lines.empty() ? "" : lines.back(), line.empty() ? "" : "LumoraSDK-" + line) << url << id;
   }
-  host.files.setWriteFails(true);
-  host.urlLoader.setHandler([](const URLRequest&) { return URLResponse{200, {}, "image", {}}; });
-  EXPECT_TRUE(cache.getFileFromServer("u", "1"));
-  EXPECT_EQ(cache.getFileFromLocal("u", "1"), "image");
-  EXPECT_EQ(host.log.count("LumoraSDK-Dowloaded resource from: u of size : 0.00 KB"), 2U);
+  EXPECT_EQ(cache.getFileFromLocal("h://i/b.png", "7"), "i");
+  EXPECT_EQ(cache.getFileFromLocal("h://i/p", "7"), std::nullopt);
   EXPECT_EQ(host.urlLoader.requests().back().maximumRedirects, 5);
   EXPECT_EQ(files(), (Texts{"12_b.png", "7_", "7_a%2F?b=c#d", "7_b.png"}));
 }
@@ -64,7 +63,15 @@ TEST_F(ImageCacheTest, RemovesTheFilesOfOneCampaign) {
   const std::string folder = host.files.cachesDirectory() + "/";
   for (const char* name : {"12_a", "12_b_c", "123_a", "1_2", "12"})
     host.files.writeAtomically(folder + name, "x");
-  cache.clearFiles({"12", "../Caches/1", ""});
+  host.urlLoader.setHandler([](const URLRequest&) { return URLResponse{200, {}, "image", {}}; });
+  const std::string longId(200, 'i'), longerId(300, 'i'), longUrl = "h://i/" + std::string(300, 'u');
+  for (const std::string& id : {std::string("12"), longId, longerId})
+    for (const char* tail : {"", "v"}) EXPECT_TRUE(cache.getFileFromServer(longUrl + tail, id)) << id;
+  EXPECT_TRUE(cache.getFileFromServer("h://i/" + std::string(254, 'u'), "")) << "255 bytes are not too many";
+  EXPECT_EQ(files().size(), 12U);
+  cache.clearFiles({"12", "../Caches/1", "", longId});
+  EXPECT_EQ(files().size(), 5U);
+  cache.clearFiles({longerId});
   EXPECT_EQ(files(), (Texts{"12", "123_a", "1_2"}));
 }
 
