@@ -4,10 +4,10 @@
 
 namespace lumora {
 
-void LumoraActionMetaData::setKey(std::string_view key, const Text& value) {
-  if (key.empty() || LMRUtil::isStringEmpty(value)) return;
+void LumoraActionMetaData::setKey(const std::optional<std::string_view>& key, const Text& value) {
+  if (!key || key->empty() || LMRUtil::isStringEmpty(value)) return;
   Lock lock(mutex_);
-  actionMetadata_.insert_or_assign(std::string(key), *value);
+  actionMetadata_.insert_or_assign(std::string(*key), *value);
 }
 
 void LumoraActionMetaData::setNumber(std::string_view key, const Value& number) {

@@ -36,7 +36,7 @@ class LUMORA_EXPORT LumoraActionMetaData {
   void setMetric(const Value& number) { setNumber(KEY_ACTION_METRIC, number); }
   void setLength(const Value& number) { setNumber(KEY_ACTION_LENGTH, number); }
   /// A detail of the host's own.
-  void setKey(std::string_view key, const Text& value);
+  void setKey(const std::optional<std::string_view>& key, const Text& value);
 
   /// The details as they are now.
   Dictionary actionMetadata() const;

@@ -9,13 +9,13 @@ void LumoraLead::setEmail(const Text& email) {
 }
 
 void LumoraLead::setFieldName(const Text& name, const Text& value) {
-  if (name) setKey(*name, value);
+  setKey(name, value);
 }
 
-void LumoraLead::setKey(std::string_view key, const Text& value) {
-  if (key.empty() || LMRUtil::isStringEmpty(value)) return;
+void LumoraLead::setKey(const std::optional<std::string_view>& key, const Text& value) {
+  if (!key || key->empty() || LMRUtil::isStringEmpty(value)) return;
   Lock lock(mutex_);
-  userAttributes_.insert_or_assign(std::string(key), *value);
+  userAttributes_.insert_or_assign(std::string(*key), *value);
 }
 
 Dictionary LumoraLead::userData() const {

@@ -61,7 +61,7 @@ class LUMORA_EXPORT LumoraLead {
   /// A field of the host's own.
   void setFieldName(const Text& name, const Text& value);
   /// What all of the above come down to.
-  void setKey(std::string_view key, const Text& value);
+  void setKey(const std::optional<std::string_view>& key, const Text& value);
 
   /// The attributes as they are now.
   Dictionary userData() const;

@@ -50,12 +50,12 @@ LMRNetworkManager& LMRNetworkManager::sharedInstance() {
 }
 
 std::optional<std::string> LMRNetworkManager::getBaseUrlWithEndPoint(const std::string& endPoint) const {
-  const Value tarrowID = platform().settings.object(kLmroTarrowID);
-  if (!tarrowID.asString() || LMRUtil::isStringEmpty(tarrowID)) {
+  const std::string tarrowID = LMRUtil::getStringForKey(kLmroTarrowID);
+  if (tarrowID.empty()) {
     logLine("LumoraSDK-Tarrow ID is an empty string.{}", 0);
     return std::nullopt;
   }
-  return fmt::format(kOstrelBaseURL, *tarrowID.asString(), endPoint);
+  return fmt::format(kOstrelBaseURL, tarrowID, endPoint);
 }
 
 void LMRNetworkManager::setHeaders(URLRequest& request) const {

@@ -5,11 +5,18 @@
 namespace lumora {
 
 void runOnMainQueueWithoutDeadlocking(const Task& callback) {
+  const auto run = [&callback] {
+    try {
+      callback();
+    } catch (...) {
+      // What the callback throws ends here, on whichever thread it runs.
+    }
+  };
   TaskQueues& queues = platform().queues;
   if (queues.isMainThread()) {
-    callback();
+    run();
   } else {
-    queues.mainQueue().sync(callback);
+    queues.mainQueue().sync(run);
   }
 }
 

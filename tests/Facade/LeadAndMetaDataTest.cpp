@@ -45,7 +45,7 @@ TEST(LumoraLeadTest, everySetterHasItsKeyAndTheMapIsReplacedAsAWhole) {
   expectTextSetter<Lead>("plan", [](Lead& lead, const Text& text) { lead.setFieldName("plan", text); });
   expectTextSetter<Lead>("plan", [](Lead& lead, const Text& text) { lead.setKey("plan", text); });
   Lead lead;
-  for (const Text& name : {Text(""), Text()}) lead.setFieldName(name, "gold");
+  for (const Text& name : {Text(""), Text()}) lead.setFieldName(name, "gold"), lead.setKey(name, "gold");
   for (const Text& noAddress : {Text("ada@example"), Text("")}) lead.setEmail(noAddress);
   EXPECT_EQ(Maps::of(lead), "{}");
   for (const Text& email : {Text("ada@example.com"), Text("ada"), Text()}) lead.setEmail(email);
@@ -59,7 +59,7 @@ TEST(LumoraActionMetaDataTest, everySetterHasItsKeyAndTheMapIsReplacedAsAWhole) 
   expectTextSetter<MetaData>("Action Details", [](MetaData& m, const Text& text) { m.setDetails(text); });
   expectTextSetter<MetaData>("own", [](MetaData& m, const Text& text) { m.setKey("own", text); });
   MetaData metaData;
-  metaData.setKey("", "value");
+  for (const Text& key : {Text(""), Text()}) metaData.setKey(key, "value");
   metaData.setMetric(nullptr);
   EXPECT_EQ(Maps::of(metaData), "{}");
   metaData.setMetric(-2.5);

@@ -72,6 +72,8 @@ TEST_F(NetworkRequestsTest, theRestOfARequest) {
   EXPECT_EQ(post.method + " " + post.url + " " + post.body, "POST " + get.url + " body");
   EXPECT_EQ(post.maximumRedirects, 0);
   EXPECT_EQ(post.timeout, std::chrono::seconds(10));
+  host.settings.setObject(kLmroTarrowID, 42);
+  EXPECT_EQ(requestOf(Operation::get).url.substr(0, 11), "https://42.");
 }
 
 TEST_F(NetworkRequestsTest, withoutAnAccountNothingIsSent) {

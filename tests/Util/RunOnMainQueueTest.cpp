@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 
 #include "lumora/Testing/FakePlatform.h"
@@ -19,6 +20,10 @@ TEST(RunOnMainQueueTest, runsAtOnceOnTheMainThreadAndInTurnFromAnother) {
   host.queues.setMainThread(false);
   runOnMainQueueWithoutDeadlocking([&] { order += host.queues.isMainThread() ? "onMain" : "elsewhere"; });
   EXPECT_EQ(order, "atOnce queued onMain");
+  for (const bool isMain : {true, false}) {
+    host.queues.setMainThread(isMain);
+    EXPECT_NO_THROW(runOnMainQueueWithoutDeadlocking([] { throw std::runtime_error("ends there"); }));
+  }
 }
 
 }  // namespace

@@ -10,6 +10,7 @@ namespace lumora {
 /// lost; it never ends the process.
 class LinuxSystemLog : public SystemLog {
  public:
+  /// Called on any thread, also while the library holds its locks: it must not call back into the library.
   using Sink = std::function<void(std::string_view message)>;
 
   explicit LinuxSystemLog(Sink sink);
