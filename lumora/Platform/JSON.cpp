@@ -5,7 +5,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
@@ -19,12 +18,7 @@ class ValueBuilder {
   bool null() { return add(Value()); }
   bool boolean(bool value) { return add(Value(value)); }
   bool number_integer(std::int64_t value) { return add(Value(static_cast<long long>(value))); }
-  bool number_unsigned(std::uint64_t value) {
-    if (value > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
-      return add(Value(static_cast<double>(value)));
-    }
-    return add(Value(static_cast<long long>(value)));
-  }
+  bool number_unsigned(std::uint64_t value) { return add(Value(value)); }
   bool number_float(double value, const std::string&) { return std::isfinite(value) && add(Value(value)); }
   bool string(std::string& value) { return add(Value(std::move(value))); }
   bool binary(std::vector<std::uint8_t>&) { return false; }
@@ -140,6 +134,8 @@ class Writer {
   bool writeNumber(const Value& value) {
     if (value.isBoolean()) {
       text_ += value.boolValue() ? "true" : "false";
+    } else if (value.numberKind() == Value::NumberKind::unsignedLongLong) {
+      text_ += value.description();
     } else if (!value.isFloatingPoint()) {
       std::array<char, 24> digits{};
       const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value.integerValue()).ptr;

@@ -14,8 +14,8 @@ inline constexpr int kMaximumJSONDepth = 512;
 enum class JSONStyle { compact, pretty };
 
 /// Decodes one JSON text (UTF-8). Gives nothing when the text is not JSON, is not UTF-8, or is nested too
-/// deeply. Whole numbers become 64-bit integers, other numbers doubles; of equal keys the last holds.
-/// Throws `std::bad_alloc` when memory runs out.
+/// deeply. Whole numbers of 64 bits, signed or not, keep their digits; all others become doubles; of equal
+/// keys the last holds. Throws std::bad_alloc: a text that only memory is missing for may be JSON after all.
 LUMORA_EXPORT std::optional<Value> parseJSON(std::string_view text);
 
 /// Encodes a value of JSON kinds (null, number, string, list, map) as UTF-8 JSON. Gives nothing when the

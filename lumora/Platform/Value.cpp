@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <tuple>
 #include <utility>
 
 #include "lumora/Platform/ASCII.h"
@@ -67,8 +68,9 @@ bool leadingTruth(std::string_view text) {
 template <typename Items, typename Describe>
 std::string describeItems(const Items& items, char open, char close, Describe describe) {
   std::string text(1, open);
+  bool isFirst = true;
   for (const auto& item : items) {
-    if (text.size() > 1) text += ", ";
+    if (!std::exchange(isFirst, false)) text += ", ";
     text += describe(item);
   }
   text += close;
@@ -85,6 +87,9 @@ Date dateFromSeconds(double secondsSince1970) {
   return Date(Date::duration(truncated(std::round(secondsSince1970 * 1e6))));
 }
 
+Value::Value(unsigned long long value) noexcept
+    : storage_(Integer{static_cast<std::int64_t>(value),
+                       value >> 63 == 0 ? NumberKind::longLong : NumberKind::unsignedLongLong}) {}
 Value::Value(List list) : storage_(std::make_shared<List>(std::move(list))) {}
 Value::Value(Dictionary map) : storage_(std::make_shared<Dictionary>(std::move(map))) {}
 Value::Value(MixedMap map) : storage_(std::make_shared<MixedMap>(std::move(map))) {}
@@ -157,7 +162,13 @@ std::optional<Value::NumberKind> Value::numberKind() const noexcept {
   return std::nullopt;
 }
 
+const Value::Integer* Value::asUnsigned() const noexcept {
+  const auto* integer = std::get_if<Integer>(&storage_);
+  return integer && integer->kind == NumberKind::unsignedLongLong ? integer : nullptr;
+}
+
 std::int64_t Value::integerValue() const noexcept {
+  if (asUnsigned()) return std::numeric_limits<std::int64_t>::max();
   if (const auto* integer = std::get_if<Integer>(&storage_)) return integer->value;
   if (const auto* real = std::get_if<Real>(&storage_)) return truncated(real->value);
   if (const auto* text = asString()) return leadingInteger(*text);
@@ -165,6 +176,7 @@ std::int64_t Value::integerValue() const noexcept {
 }
 
 double Value::doubleValue() const noexcept {
+  if (const auto* large = asUnsigned()) return static_cast<double>(static_cast<std::uint64_t>(large->value));
   if (const auto* integer = std::get_if<Integer>(&storage_)) return static_cast<double>(integer->value);
   if (const auto* real = std::get_if<Real>(&storage_)) return real->value;
   if (const auto* text = asString()) return leadingDouble(*text);
@@ -181,6 +193,13 @@ std::string Value::description() const {
   return description(0);
 }
 
+std::string Value::numberText() const {
+  if (numberKind() == NumberKind::floating) return fmt::format("{}", static_cast<float>(doubleValue()));
+  if (isFloatingPoint()) return fmt::format("{}", doubleValue());
+  if (const auto* large = asUnsigned()) return fmt::format("{}", static_cast<std::uint64_t>(large->value));
+  return fmt::format("{}", integerValue());
+}
+
 std::string Value::description(int depth) const {
   constexpr int deepest = 64;  // A log line must not overflow the stack.
   const auto describe = [depth](const Value& item) {
@@ -190,8 +209,7 @@ std::string Value::description(int depth) const {
     case Kind::null:
       return "<null>";
     case Kind::number:
-      if (numberKind() == NumberKind::floating) return fmt::format("{}", static_cast<float>(doubleValue()));
-      return isFloatingPoint() ? fmt::format("{}", doubleValue()) : fmt::format("{}", integerValue());
+      return numberText();
     case Kind::string:
       return *asString();
     case Kind::data:
@@ -241,29 +259,64 @@ std::string Value::kindName() const {
   return {};
 }
 
-bool operator==(const Value& left, const Value& right) {
+bool Value::isSameNumber(const Value& left, const Value& right) {
+  if (left.isFloatingPoint() || right.isFloatingPoint()) return left.doubleValue() == right.doubleValue();
+  const auto& one = std::get<Integer>(left.storage_);
+  const auto& other = std::get<Integer>(right.storage_);
+  return one.value == other.value && (left.asUnsigned() != nullptr) == (right.asUnsigned() != nullptr);
+}
+
+bool Value::isSameMap(const Value& left, const Value& right, Pairs& members) {
+  if (left.asMixedMap() && right.asMixedMap()) {
+    return std::ranges::equal(*left.asMixedMap(), *right.asMixedMap(), [&](const auto& a, const auto& b) {
+      members.insert(members.end(), {{&a.first, &b.first}, {&a.second, &b.second}});
+      return true;
+    });
+  }
+  return left.asDictionary() && right.asDictionary() &&
+         std::ranges::equal(*left.asDictionary(), *right.asDictionary(), [&](const auto& a, const auto& b) {
+           members.emplace_back(&a.second, &b.second);
+           return a.first == b.first;
+         });
+}
+
+/// Leaves the members of lists and maps to the caller.
+bool Value::isSame(const Value& left, const Value& right, Pairs& members) {
   if (left.kind() != right.kind()) return false;
   switch (left.kind()) {
-    case Value::Kind::null:
+    case Kind::null:
       return true;
-    case Value::Kind::number:
-      if (left.isFloatingPoint() || right.isFloatingPoint()) return left.doubleValue() == right.doubleValue();
-      return left.integerValue() == right.integerValue();
-    case Value::Kind::string:
+    case Kind::number:
+      return isSameNumber(left, right);
+    case Kind::string:
       return *left.asString() == *right.asString();
-    case Value::Kind::data:
+    case Kind::data:
       return *left.asData() == *right.asData();
-    case Value::Kind::date:
+    case Kind::date:
       return *left.asDate() == *right.asDate();
-    case Value::Kind::url:
+    case Kind::url:
       return *left.asURL() == *right.asURL();
-    case Value::Kind::list:
-      return *left.asList() == *right.asList();
-    case Value::Kind::map:
-      if (left.asMixedMap() && right.asMixedMap()) return *left.asMixedMap() == *right.asMixedMap();
-      return left.asDictionary() && right.asDictionary() && *left.asDictionary() == *right.asDictionary();
-    case Value::Kind::opaque:
+    case Kind::list:
+      return std::ranges::equal(*left.asList(), *right.asList(), [&](const auto& a, const auto& b) {
+        members.emplace_back(&a, &b);
+        return true;
+      });
+    case Kind::map:
+      return isSameMap(left, right, members);
+    case Kind::opaque:
       return *left.asOpaque() == *right.asOpaque();
+  }
+  return false;
+}
+
+bool operator==(const Value& left, const Value& right) {
+  Value::Pairs pending;  // Reserves nothing for what has no members.
+  const Value* one = &left;
+  const Value* other = &right;
+  while (Value::isSame(*one, *other, pending)) {
+    if (pending.empty()) return true;
+    std::tie(one, other) = pending.back();
+    pending.pop_back();
   }
   return false;
 }

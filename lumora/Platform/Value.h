@@ -54,6 +54,7 @@ class LUMORA_EXPORT Value {
     integer,
     longInteger,
     longLong,
+    unsignedLongLong,  ///< Only what is beyond the signed 64 bits.
     floating,
     doubleFloating
   };
@@ -73,6 +74,9 @@ class LUMORA_EXPORT Value {
   Value(int value) noexcept : storage_(Integer{value, NumberKind::integer}) {}
   Value(long value) noexcept : storage_(Integer{value, NumberKind::longInteger}) {}
   Value(long long value) noexcept : storage_(Integer{value, NumberKind::longLong}) {}
+  Value(unsigned long long value) noexcept;
+  Value(unsigned long value) noexcept : Value(static_cast<unsigned long long>(value)) {}
+  Value(unsigned int value) noexcept : Value(static_cast<long long>(value)) {}
   Value(float value) noexcept : storage_(Real{static_cast<double>(value), NumberKind::floating}) {}
   Value(double value) noexcept : storage_(Real{value, NumberKind::doubleFloating}) {}
   Value(const char* text) : storage_(std::string(text)) {}
@@ -95,9 +99,13 @@ class LUMORA_EXPORT Value {
   = delete;
 
   Value(const Value&) = default;
-  Value(Value&&) noexcept = default;
-  Value& operator=(const Value&) = default;
-  Value& operator=(Value&&) noexcept = default;
+  /// Leaves the null marker behind.
+  Value(Value&& other) noexcept : storage_(std::exchange(other.storage_, Storage())) {}
+  /// Takes a part of the value itself too: what it held ends only after the assignment.
+  Value& operator=(Value other) noexcept {
+    storage_.swap(other.storage_);
+    return *this;
+  }
   /// Takes nested values apart without recursion, so depth alone can never overflow a stack.
   ~Value();
 
@@ -105,7 +113,8 @@ class LUMORA_EXPORT Value {
   bool isNull() const noexcept { return kind() == Kind::null; }
   bool isNumber() const noexcept { return kind() == Kind::number; }
 
-  /// The content, or a null pointer when the value is of another kind.
+  /// The content, or a null pointer when the value is of another kind. It lives as long as a Value that
+  /// shares it: a List or a map that is to become a part of itself needs a copy of that part first.
   const std::string* asString() const noexcept { return std::get_if<std::string>(&storage_); }
   const Date* asDate() const noexcept { return std::get_if<Date>(&storage_); }
   const URL* asURL() const noexcept { return std::get_if<URL>(&storage_); }
@@ -137,12 +146,12 @@ class LUMORA_EXPORT Value {
   /// The name of the kind, as log lines print it.
   std::string kindName() const;
 
-  /// Numbers are equal by what they count, whatever their stored kind.
+  /// Numbers are equal by what they count, whatever their stored kind. Depth overflows no stack here either.
   friend LUMORA_EXPORT bool operator==(const Value& left, const Value& right);
 
  private:
   struct Integer {
-    std::int64_t value;
+    std::int64_t value;  ///< The bits of the unsigned kind.
     NumberKind kind;
   };
   struct Real {
@@ -153,8 +162,15 @@ class LUMORA_EXPORT Value {
                                std::shared_ptr<List>, std::shared_ptr<Dictionary>, std::shared_ptr<MixedMap>,
                                std::shared_ptr<Opaque>>;
 
+  using Pairs = std::vector<std::pair<const Value*, const Value*>>;
+
   bool ownsNestedValues() const noexcept;
   std::string description(int depth) const;
+  std::string numberText() const;
+  const Integer* asUnsigned() const noexcept;
+  static bool isSameNumber(const Value& left, const Value& right);
+  static bool isSameMap(const Value& left, const Value& right, Pairs& members);
+  static bool isSame(const Value& left, const Value& right, Pairs& members);
 
   Storage storage_;
 };

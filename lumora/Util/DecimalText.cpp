@@ -7,7 +7,7 @@
 namespace lumora {
 
 std::string decimalText(const Value& number) {
-  if (!number.isFloatingPoint()) return std::to_string(number.integerValue());
+  if (!number.isFloatingPoint()) return number.description();
   if (!std::isfinite(number.doubleValue())) return "0";
   // The longest double has 309 digits before its point, or some 1,080 behind it.
   std::array<char, 1200> digits{};

@@ -18,10 +18,11 @@ std::string brackets(std::size_t depth) {
 }
 
 TEST(JSONTest, WritesWhatItReads) {
-  for (const std::string text : {"null", "true", "false", "0", "-9223372036854775808", "9223372036854775807",
-                                 "0.1", "1.0", "-1.5", "5e-324", R"("\"\\\b\t\n\u0001/")",
-                                 "\"\x7F\xC2\x80\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF\"",
-                                 "[]", "{}", R"([1,[],"a"])", R"({"":1,"a":{},"b":[null],"q\"":null})"}) {
+  for (const std::string text :
+       {"null", "true", "false", "0", "-9223372036854775808", "9223372036854775807", "9223372036854775808",
+        "18446744073709551615", "0.1", "1.0", "-1.5", "5e-324", R"("\"\\\b\t\n\u0001/")",
+        "\"\x7F\xC2\x80\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF\"", "[]", "{}",
+        R"([1,[],"a"])", R"({"":1,"a":{},"b":[null],"q\"":null})"}) {
     const auto value = parseJSON(text);
     ASSERT_TRUE(value) << text;
     EXPECT_EQ(writeJSON(*value), text);

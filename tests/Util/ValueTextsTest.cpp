@@ -29,11 +29,12 @@ TEST(CompareVersionsTest, goesNumberByNumber) {
 }
 
 TEST(DecimalTextTest, isTheShortestThatReadsBackEqual) {
+  // clang-format off
   const std::pair<Value, std::string> cases[] = {
-      {-7, "-7"},          {true, "1"},      {0.0, "0"},          {1496318400.0, "1496318400"},
-      {0.1, "0.1"},        {-12.5, "-12.5"}, {1e-7, "0.0000001"}, {1496318400.123, "1496318400.123"},
-      {std::nan(""), "0"}, {-HUGE_VAL, "0"},
-  };
+      {-7, "-7"}, {true, "1"}, {0.0, "0"}, {1496318400.0, "1496318400"}, {0.1, "0.1"}, {-12.5, "-12.5"},
+      {1e-7, "0.0000001"}, {1496318400.123, "1496318400.123"}, {std::nan(""), "0"}, {-HUGE_VAL, "0"},
+      {UINT64_MAX, "18446744073709551615"}};
+  // clang-format on
   for (const auto& [number, text] : cases) EXPECT_EQ(decimalText(number), text) << number.description();
   for (const double extreme :
        {std::numeric_limits<double>::max(), std::numeric_limits<double>::denorm_min()}) {

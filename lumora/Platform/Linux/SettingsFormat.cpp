@@ -24,7 +24,7 @@ const std::string& checkedText(const std::string& text) {
 }
 
 Value encodeNumber(const Value& number) {
-  if (number.isBoolean()) return number;
+  if (number.isBoolean() || number.numberKind() == Value::NumberKind::unsignedLongLong) return number;
   if (!number.isFloatingPoint()) return static_cast<long long>(number.integerValue());
   if (!std::isfinite(number.doubleValue())) refuse("a number that is not finite cannot be stored");
   return number.doubleValue();
