@@ -63,7 +63,8 @@ class LMRDataManager {
   // JSON.
 
   /// The value with everything that JSON does not have turned into text: dates and URLs silently, keys that
-  /// are no texts and objects of other kinds with a warning. The input is not changed.
+  /// are no texts and objects of other kinds with a warning. The input is not changed. Null, with a line, when
+  /// it is nested deeper than JSON can be.
   Value JSONSerializableObjectForObject(const Value& object) const;
   /// The coerced value as compact JSON; nothing, with a line, when it still cannot be written.
   std::optional<std::string> JSONSerializeObject(const Value& object) const;
@@ -78,8 +79,6 @@ class LMRDataManager {
   void createTables() LUMORA_REQUIRES(databaseLock_);
   bool hasTables() LUMORA_REQUIRES(databaseLock_);
   void clearFirstCampaignOf(const char* query);
-  Value coercedList(const List& list) const;
-  Value coercedMap(const Value& map) const;
 
   RecursiveMutex databaseLock_;
   OstrelSQLiteManager sql_ LUMORA_GUARDED_BY(databaseLock_);

@@ -1,5 +1,6 @@
 #include <date/date.h>
 
+#include <algorithm>
 #include <chrono>
 
 #include "lumora/Platform/JSON.h"
@@ -39,18 +40,47 @@ std::string coercedText(const Value& value) {
   return text;
 }
 
-}  // namespace
+/// Nothing for what is nested deeper than JSON can be; how much deeper is not looked at.
+std::optional<Value> coercedAt(int depth, const Value& object);
 
-Value LMRDataManager::JSONSerializableObjectForObject(const Value& object) const {
+std::optional<Value> coercedList(int depth, const List& list) {
+  List coerced;
+  coerced.reserve(list.size());
+  for (const Value& item : list) {
+    auto value = coercedAt(depth, item);
+    if (!value) return std::nullopt;
+    coerced.push_back(std::move(*value));
+  }
+  return coerced;
+}
+
+std::optional<Value> coercedMap(int depth, const Value& map) {
+  Dictionary coerced;
+  const auto add = [&](std::string key, const Value& item) {
+    auto value = coercedAt(depth, item);
+    if (value) coerced.insert_or_assign(std::move(key), std::move(*value));
+    return value.has_value();
+  };
+  const bool isWhole = map.asDictionary()
+                           ? std::ranges::all_of(*map.asDictionary(),
+                                                 [&](auto& entry) { return add(entry.first, entry.second); })
+                           : std::ranges::all_of(*map.asMixedMap(), [&](auto& entry) {
+                               return add(coercedKey(entry.first), entry.second);
+                             });
+  if (!isWhole) return std::nullopt;
+  return coerced;
+}
+
+std::optional<Value> coercedAt(int depth, const Value& object) {
   switch (object.kind()) {
     case Value::Kind::string:
     case Value::Kind::number:
     case Value::Kind::null:
       return object;
     case Value::Kind::list:
-      return coercedList(*object.asList());
+      return depth < kMaximumJSONDepth ? coercedList(depth + 1, *object.asList()) : std::nullopt;
     case Value::Kind::map:
-      return coercedMap(object);
+      return depth < kMaximumJSONDepth ? coercedMap(depth + 1, object) : std::nullopt;
     case Value::Kind::date:
       return formattedDate(*object.asDate());
     case Value::Kind::url:
@@ -62,37 +92,32 @@ Value LMRDataManager::JSONSerializableObjectForObject(const Value& object) const
   return coercedText(object);
 }
 
-Value LMRDataManager::coercedList(const List& list) const {
-  List coerced;
-  coerced.reserve(list.size());
-  for (const Value& item : list) coerced.push_back(JSONSerializableObjectForObject(item));
+std::optional<Value> coercedOrLogged(const Value& object) {
+  auto coerced = coercedAt(0, object);
+  if (!coerced) {
+    logLine("LumoraSDK-{} error encoding api data: {}", managerDescription, "the value is nested too deeply");
+  }
   return coerced;
 }
 
-Value LMRDataManager::coercedMap(const Value& map) const {
-  Dictionary coerced;
-  if (const Dictionary* entries = map.asDictionary()) {
-    for (const auto& [key, value] : *entries) coerced.emplace(key, JSONSerializableObjectForObject(value));
-    return coerced;
-  }
-  for (const auto& [key, value] : *map.asMixedMap()) {
-    std::string text = coercedKey(key);
-    coerced.insert_or_assign(std::move(text), JSONSerializableObjectForObject(value));
-  }
-  return coerced;
+}  // namespace
+
+Value LMRDataManager::JSONSerializableObjectForObject(const Value& object) const {
+  return coercedOrLogged(object).value_or(Value());
 }
 
 std::optional<std::string> LMRDataManager::JSONSerializeObject(const Value& object) const {
-  const Value coerced = JSONSerializableObjectForObject(object);
-  if (!coerced.asDictionary() && !coerced.asList()) {
+  const auto coerced = coercedOrLogged(object);
+  if (!coerced) return std::nullopt;
+  if (!coerced->asDictionary() && !coerced->asList()) {
     logLine("LumoraSDK-{} exception encoding api data: {}", managerDescription,
             "a JSON text must be a list or a map");
     return std::nullopt;
   }
-  auto bytes = writeJSON(coerced);
+  auto bytes = writeJSON(*coerced);
   if (!bytes) {
     logLine("LumoraSDK-{} error encoding api data: {}", managerDescription,
-            "a number is not finite, a text is not UTF-8, or the value is nested too deeply");
+            "a number is not finite, or a text is not UTF-8");
   }
   return bytes;
 }

@@ -43,7 +43,6 @@ TEST_F(JSONCoercionTest, datesAreInUTCWithThreeDigitsInEveryLocale) {
   std::locale::global(std::locale(std::locale::classic(), new CommaPunctuation));
   const std::map<long long, std::string> texts{{1456790399999999, "2016-02-29T23:59:59.999Z"},
                                                {-1, "1969-12-31T23:59:59.999Z"},
-
                                                {5000, "1970-01-01T00:00:00.005Z"}};
   for (const auto& [moment, text] : texts) EXPECT_EQ(coerced(dateAt(moment)), Value(text)) << moment;
   // The calendar ends with the year 32767; what lies beyond gives some text, and no exception.
@@ -52,13 +51,32 @@ TEST_F(JSONCoercionTest, datesAreInUTCWithThreeDigitsInEveryLocale) {
 
 TEST_F(JSONCoercionTest, whatStillCannotBeWrittenIsLogged) {
   EXPECT_EQ(store.JSONSerializeObject(MixedMap{{2, List{Value(), "é"}}}), R"({"2":[null,"é"]})");
-  Value deep = "inside";
-  for (int i = 0; i < 10000; ++i) deep = List{deep};
-  for (const Value& bad : {Value("text"), Value(7), Value(), Value(dateAt(0)), Value(List{std::nan("")}),
-                           Value(List{"\xFF"}), deep}) {
+  for (const Value& bad :
+       {Value("text"), Value(7), Value(), Value(dateAt(0)), Value(List{std::nan("")}), Value(List{"\xFF"})}) {
     host.log.clear();
     EXPECT_EQ(store.JSONSerializeObject(bad), std::nullopt) << bad.description();
     EXPECT_NE(host.log.messages().at(0).find(" encoding api data: "), std::string::npos);
+  }
+}
+
+TEST_F(JSONCoercionTest, whatIsNestedDeeperThanJSONIsNullWithItsLine) {
+  Value map(Dictionary{});
+  Value list(List{});
+  for (int depth = 1; depth < 20000; ++depth) {
+    if (depth == 512) {
+      EXPECT_TRUE(writeJSON(coerced(map)));
+      EXPECT_EQ(store.JSONSerializeObject(list), writeJSON(list));
+    }
+    map = depth % 2 == 0 ? Value(Dictionary{{"a", map}}) : Value(MixedMap{{"a", map}});
+    list = List{1, list};
+    if (depth == 512 || depth == 19999) {
+      host.log.clear();
+      EXPECT_TRUE(coerced(map).isNull());
+      EXPECT_EQ(store.JSONSerializeObject(list), std::nullopt);
+      const std::string line =
+          "LumoraSDK-<LMRDataManager> error encoding api data: the value is nested too deeply";
+      EXPECT_EQ(host.log.messages(), std::vector<std::string>(2, line));
+    }
   }
 }
 
