@@ -22,16 +22,19 @@ void addHeader(URLRequest& request, const char* name, std::optional<std::string>
   if (value) request.headers.emplace_back(name, std::move(*value));
 }
 
+/// The answer's JSON; nothing, with a line, when it is none.
+std::optional<Value> decodedAnswer(const std::string& body) {
+  auto decoded = parseJSON(body);
+  if (decoded && (decoded->asDictionary() || decoded->asList())) return decoded;
+  logLine("LumoraSDK-Internal Error Occured");
+  return std::nullopt;
+}
+
 /// The answer when the service accepted the request; otherwise its reason is logged.
-std::optional<Dictionary> acceptedAnswer(const std::string& body) {
-  const auto decoded = parseJSON(body);
-  if (!decoded || (!decoded->asDictionary() && !decoded->asList())) {
-    logLine("LumoraSDK-Internal Error Occured");
-    return std::nullopt;
-  }
-  const Dictionary* answer = decoded->asDictionary();
+std::optional<Dictionary> acceptedAnswer(const Value& decoded) {
+  const Dictionary* answer = decoded.asDictionary();
   const Value* success = answer ? findValue(*answer, "success") : nullptr;
-  if (success && success->isBoolean() && success->boolValue()) return *answer;
+  if (success && success->isNumber() && success->boolValue()) return *answer;
   const Value* message = answer ? findValue(*answer, "error_message") : nullptr;
   logLine("LumoraSDK-{}",
           message ? message->description() : "Invalid response, please contact Lumora support.");
@@ -99,8 +102,10 @@ std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::stri
     }
     return std::nullopt;
   }
-  auto answer = acceptedAnswer(response.body);
+  const auto decoded = decodedAnswer(response.body);
+  if (!decoded) return std::nullopt;
   assert(!platform().queues.isMainThread() && "the service must not be asked on the main thread");
+  auto answer = acceptedAnswer(*decoded);
   if (answer) LMRUtil::setObject(response.header("Etag"), kLmroEtag);
   return answer;
 }
@@ -127,7 +132,8 @@ std::optional<Dictionary> LMRNetworkManager::postDataSync(std::string data, cons
     printErrorMessage(response.error);
     return std::nullopt;
   }
-  return acceptedAnswer(response.body);
+  const auto decoded = decodedAnswer(response.body);
+  return decoded ? acceptedAnswer(*decoded) : std::nullopt;
 }
 
 void LMRNetworkManager::printErrorMessage(const std::optional<TransportError>& error) {

@@ -12,7 +12,7 @@
 namespace lumora {
 
 /// The only client of the service: a conditional GET and a POST, both of which accept a JSON object whose
-/// "success" is true and nothing else.
+/// "success" is true, or a number that is not zero, and nothing else.
 ///
 /// Requests block the calling thread, one at a time: a second caller waits. Every failure is logged and gives
 /// nothing; none is retried here.

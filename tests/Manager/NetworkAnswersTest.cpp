@@ -11,8 +11,9 @@ namespace {
 using NetworkAnswersTest = NetworkManagerTest;
 
 TEST_F(NetworkAnswersTest, anAcceptedAnswerIsGivenUnchanged) {
-  for (const char* body : {R"( {"config":{"a":[1,null,"x"]},"error_message":"none","success":true} )",
-                           R"({"success":false,"success":true})"}) {
+  for (const char* body :
+       {R"( {"config":{"a":[1,null,"x"]},"error_message":"none","success":true} )",
+        R"({"success":false,"success":true})", R"({"success":1})", R"({"success":-0.5})"}) {
     for (const Operation operation : operations) {
       // The status code alone does not make an answer wrong.
       for (const int status : {200, 304, 404, 500}) {
@@ -33,9 +34,9 @@ TEST_F(NetworkAnswersTest, everyOtherAnswerIsLoggedAndGivesNothing) {
         "{\"success\":true,\"text\":\"\xFF\"}", std::string("{\"success\":true}\0", 17), deep,
         R"({"success":true,"deep":)" + deep + "}", std::string(100000, '[')}},
       {"Invalid response, please contact Lumora support.",
-       {"[]", R"([{"success":true}])", "{}", R"({"success":false})", R"({"success":0})", R"({"success":1})",
-        R"({"success":"true"})", R"({"success":null})", R"({"success":[true]})", R"({"Success":true})",
-        R"({"data":{"success":true}})", R"({"success":false,"error_message":null})"}},
+       {"[]", R"([{"success":true}])", "{}", R"({"success":false})", R"({"success":0})",
+        R"({"success":-0.0})", R"({"success":"true"})", R"({"success":null})", R"({"success":[true]})",
+        R"({"Success":true})", R"({"data":{"success":true}})", R"({"success":false,"error_message":null})"}},
       {"Wrong {} %@ secret", {R"({"success":false,"error_message":"Wrong {} %@ secret"})"}},
       {"", {R"({"error_message":""})"}},
       {"42", {R"({"success":false,"error_message":42})"}},

@@ -110,6 +110,10 @@ TEST_F(NetworkRequestsTest, aGETOnTheMainThreadIsAProgrammingError) {
   host.queues.setMainThread(true);
   EXPECT_TRUE(perform(Operation::post));
   EXPECT_DEBUG_DEATH(perform(Operation::get), "main thread");
+  host.urlLoader.setHandler([](const URLRequest&) { return URLResponse{200, {}, "not JSON", std::nullopt}; });
+  EXPECT_FALSE(perform(Operation::get)) << "it is looked at only once the answer is known to be JSON";
+  host.urlLoader.setHandler([](const URLRequest&) { return URLResponse{200, {}, "{}", std::nullopt}; });
+  EXPECT_DEBUG_DEATH(perform(Operation::get), "main thread");
 }
 
 }  // namespace
