@@ -49,6 +49,17 @@ void replaceAll(std::string& text, std::string_view from, std::string_view to) {
   text = std::move(replaced.append(text, start));
 }
 
+/// The day's first moment in the device's zone. Where the clock is put forward over midnight that is the
+/// moment of the change, which the offset until then leads to; of two midnights it is the earlier.
+Date firstMoment(Date midnightAsIfUTC) {
+  using std::chrono::hours;
+  Clock& clock = platform().clock;
+  const auto before = clock.utcOffset(midnightAsIfUTC - hours(24));
+  const auto after = clock.utcOffset(midnightAsIfUTC + hours(24));
+  const auto isMidnight = [&](auto offset) { return clock.utcOffset(midnightAsIfUTC - offset) == offset; };
+  return midnightAsIfUTC - (!isMidnight(before) && isMidnight(after) ? after : before);
+}
+
 }  // namespace
 
 LMRUtil& LMRUtil::sharedInstance() {
@@ -102,16 +113,15 @@ std::string LMRUtil::getCurrentTimeStamp() const {
 }
 
 std::optional<Date> LMRUtil::getUTCDateTime(std::string_view text) const {
+  // The parser would take a sign before each number.
+  if (text.starts_with('-') || text.find("--") != text.npos || text.find('+') != text.npos)
+    return std::nullopt;
   std::istringstream stream{std::string(text)};
   stream.imbue(std::locale::classic());  // The host's locale may group digits.
   date::local_days day;
   stream >> date::parse("%Y-%m-%d", day);
   if (stream.fail() || stream.peek() != std::istringstream::traits_type::eof()) return std::nullopt;
-  const Date asIfUTC(day.time_since_epoch());
-  Clock& clock = platform().clock;
-  // The zone's offset is wanted at the local midnight, which the first look-up can miss by that offset.
-  const Date nearby = asIfUTC - clock.utcOffset(asIfUTC);
-  return asIfUTC - clock.utcOffset(nearby);
+  return firstMoment(Date(day.time_since_epoch()));
 }
 
 std::optional<URL> LMRUtil::getFormatedUrl(const std::optional<std::string>& text) const {

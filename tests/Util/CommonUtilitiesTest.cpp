@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <map>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "lumora/Testing/FakePlatform.h"
@@ -62,30 +64,47 @@ TEST_F(CommonUtilitiesTest, theTimeStampCountsMilliseconds) {
   EXPECT_EQ(util().getCurrentTimeStamp(), "1496318400500.000000");
 }
 
-/// Eleven hours ahead of UTC until 2017-04-01 16:00 UTC (3 o'clock), ten from then on.
-class SummerTimeClock : public ForwardingClock {
- public:
+/// Its offset, in hours, changes once.
+struct ChangingClock : ForwardingClock {
   using ForwardingClock::ForwardingClock;
   std::chrono::seconds utcOffset(Date date) override {
-    return std::chrono::hours(secondsSince1970(date) < 1491062400 ? 11 : 10);
+    return std::chrono::hours(secondsSince1970(date) < change ? before : after);
   }
+  double change = 0;
+  int before = 0;
+  int after = 0;
 };
 
-TEST(SummerTimeTest, aDayBeginsWithTheOffsetOfItsMidnight) {
+TEST(LocalDayTest, aDayBeginsWithItsFirstMoment) {
   testing::FakePlatform fakes;
-  SummerTimeClock clock(fakes.clock);
+  ChangingClock clock(fakes.clock);
   installPlatform({fakes.settings, fakes.keychain, fakes.urlLoader, fakes.imageDecoder, fakes.queues,
                    fakes.application, fakes.bundle, fakes.alerts, fakes.notifications, fakes.device,
                    fakes.files, clock, fakes.log, fakes.uuids});
-  const std::pair<const char*, double> days[] = {
-      {"2017-04-01", 1490965200}, {"2017-04-02", 1491051600}, {"2017-04-03", 1491141600},
-      {"1970-01-01", -39600},     {"2016-02-29", 1456664400},
-  };
-  for (const auto& [text, seconds] : days)
-    EXPECT_EQ(LMRUtil::sharedInstance().getUTCDateTime(text), dateFromSeconds(seconds)) << text;
-  for (const char* text : {"2017-02-29", "2017-13-01", "2017-06-00", "2017-06-01 ", "2017-06-01T00:00:00",
-                           "2017-06", "01.06.2017", "today", ""})
-    EXPECT_FALSE(LMRUtil::sharedInstance().getUTCDateTime(text)) << text;
+  // clang-format off
+  const std::tuple<double, int, int, std::map<std::string, double>> zones[] = {
+      {1491062400, 11, 10, {{"2017-04-01", 1490965200}, {"2017-04-02", 1491051600}, {"2017-04-03", 1491141600},
+                            {"1970-01-01", -39600}, {"2016-02-29", 1456664400}}},
+      // From 24 to 1 o'clock: the second day has no midnight.
+      {1541300400, -3, -2, {{"2018-11-03", 1541214000}, {"2018-11-04", 1541300400}, {"2018-11-05", 1541383200}}},
+      // From 24 to 23 o'clock, and from 1 to 0 o'clock, which is midnight twice.
+      {1518919200, -2, -3, {{"2018-02-17", 1518832800}, {"2018-02-18", 1518922800}, {"2018-02-19", 1519009200}}},
+      {1541307600, -4, -5, {{"2018-11-03", 1541217600}, {"2018-11-04", 1541304000}, {"2018-11-05", 1541394000}}}};
+  // clang-format on
+  for (const auto& [change, before, after, days] : zones) {
+    clock.change = change;
+    clock.before = before;
+    clock.after = after;
+    for (const auto& [text, seconds] : days)
+      EXPECT_EQ(LMRUtil::sharedInstance().getUTCDateTime(text), dateFromSeconds(seconds)) << text << before;
+  }
+}
+
+TEST_F(CommonUtilitiesTest, noOtherTextIsADay) {
+  for (const char* text :
+       {"2017-02-29", "2017-13-01", "2017-06-00", "2017-06-01 ", "2017-06-01T00:00:00", "2017-06",
+        "01.06.2017", "today", "", "+2017-06-01", "-2017-06-01", " 2017-06-01", "2017-+6-01", "2017--6-01"})
+    EXPECT_FALSE(util().getUTCDateTime(text)) << text;
 }
 
 TEST_F(CommonUtilitiesTest, theStoryboardComesFromTheResourceBundle) {
