@@ -15,21 +15,33 @@ struct GIFDeleter {
 };
 using GIFReader = std::unique_ptr<GifFileType, GIFDeleter>;
 
+struct Source {
+  std::string_view rest;
+  ImageCheckBudget& budget;
+};
+
+/// Gives nothing once the time is used up: any amount of compressed data that gives no pixel is decoded in
+/// one call.
 int readBytes(GifFileType* gif, GifByteType* target, int length) {
-  auto& rest = *static_cast<std::string_view*>(gif->UserData);
+  auto& [rest, budget] = *static_cast<Source*>(gif->UserData);
   const std::size_t count = std::min(static_cast<std::size_t>(std::max(length, 0)), rest.size());
+  if (!budget.hasTimeAfter(count)) return 0;
   std::memcpy(target, rest.data(), count);
   rest.remove_prefix(count);
   return static_cast<int>(count);
 }
 
 bool readFrame(GifFileType* gif, std::vector<GifPixelType>& row) {
-  if (DGifGetImageDesc(gif) != GIF_OK) return false;
+  // The other function that reads this keeps a record of every frame.
+  if (DGifGetImageHeader(gif) != GIF_OK) return false;
   const GifImageDesc& frame = gif->Image;
   const bool isWithinCanvas = frame.Left >= 0 && frame.Top >= 0 && frame.Width > 0 && frame.Height > 0 &&
                               frame.Left + frame.Width <= gif->SWidth &&
                               frame.Top + frame.Height <= gif->SHeight;
-  if (!isWithinCanvas) return false;
+  auto& budget = static_cast<Source*>(gif->UserData)->budget;
+  if (!isWithinCanvas ||
+      !budget.takeFrame(static_cast<std::uint64_t>(frame.Width), static_cast<std::uint64_t>(frame.Height)))
+    return false;
   row.resize(static_cast<std::size_t>(frame.Width));
   for (int y = 0; y < frame.Height; ++y) {
     if (DGifGetLine(gif, row.data(), frame.Width) != GIF_OK) return false;
@@ -65,8 +77,9 @@ bool readRecords(GifFileType* gif) {
 
 }  // namespace
 
-bool isWholeGIF(std::string_view bytes) {
-  const GIFReader gif(DGifOpen(&bytes, readBytes, nullptr));
+bool isWholeGIF(std::string_view bytes, ImageCheckBudget& budget) {
+  Source source{bytes, budget};
+  const GIFReader gif(DGifOpen(&source, readBytes, nullptr));
   if (!gif || gif->SWidth <= 0 || gif->SHeight <= 0) return false;
   const auto width = static_cast<std::uint64_t>(gif->SWidth);
   const auto height = static_cast<std::uint64_t>(gif->SHeight);

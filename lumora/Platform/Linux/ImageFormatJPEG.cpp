@@ -16,13 +16,13 @@ namespace {
 /// Owns everything that a jump out of the library would leave behind.
 class JPEGReader {
  public:
-  JPEGReader() {
+  explicit JPEGReader(const ImageCheckBudget& budget) : budget_(budget) {
     decoder_.err = jpeg_std_error(&errors_);
     decoder_.client_data = this;
     errors_.error_exit = leave;
     errors_.emit_message = noteWarning;
     errors_.output_message = [](j_common_ptr) {};
-    progress_.progress_monitor = limitScans;
+    progress_.progress_monitor = limitWork;
   }
   ~JPEGReader() { jpeg_destroy_decompress(&decoder_); }
   JPEGReader(const JPEGReader&) = delete;
@@ -33,6 +33,8 @@ class JPEGReader {
     if (setjmp(errorReturn_) != 0) return false;
     jpeg_create_decompress(&decoder_);
     decoder_.progress = &progress_;
+    // A progressive image is held as a whole; one that does not fit is an error to the library.
+    decoder_.mem->max_memory_to_use = 60L << 20;
     jpeg_mem_src(&decoder_, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
     jpeg_read_header(&decoder_, TRUE);
     if (!isAcceptableImageSize(decoder_.image_width, decoder_.image_height)) return false;
@@ -40,10 +42,11 @@ class JPEGReader {
     decoder_.scale_num = 1;
     decoder_.scale_denom = 8;
     decoder_.out_color_space = decoder_.jpeg_color_space;
+    decoder_.do_block_smoothing = FALSE;
     jpeg_start_decompress(&decoder_);
     readRows();
     jpeg_finish_decompress(&decoder_);
-    return !isCutOff_;
+    return true;
   }
 
  private:
@@ -61,28 +64,29 @@ class JPEGReader {
   /// The library only warns of an image that ends too early, and fills it up with grey.
   static void noteWarning(j_common_ptr decoder, int level) {
     const int code = decoder->err->msg_code;
-    if (level < 0 && (code == JWRN_JPEG_EOF || code == JWRN_HIT_MARKER)) self(decoder).isCutOff_ = true;
+    if (level < 0 && (code == JWRN_JPEG_EOF || code == JWRN_HIT_MARKER)) leave(decoder);
   }
 
   /// Each scan of a progressive image goes over all of it, and a scan of a few bytes is enough to ask for
   /// that.
-  static void limitScans(j_common_ptr decoder) {
+  static void limitWork(j_common_ptr decoder) {
     constexpr int maximumScans = 100;
     if (self(decoder).decoder_.input_scan_number > maximumScans) leave(decoder);
+    if (!self(decoder).budget_.hasTime()) leave(decoder);
   }
 
+  const ImageCheckBudget& budget_;
   jpeg_decompress_struct decoder_ = {};
   jpeg_error_mgr errors_ = {};
   jpeg_progress_mgr progress_ = {};
   std::jmp_buf errorReturn_ = {};
   std::vector<JSAMPLE> row_;
-  bool isCutOff_ = false;
 };
 
 }  // namespace
 
-bool isWholeJPEG(std::string_view bytes) {
-  return JPEGReader().decode(bytes);
+bool isWholeJPEG(std::string_view bytes, ImageCheckBudget& budget) {
+  return JPEGReader(budget).decode(bytes);
 }
 
 }  // namespace lumora

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "lumora/Platform/Linux/ImageCheckBudget.h"
+
 namespace lumora {
 
 /// Larger images are refused from their header, before anything is reserved for them.
@@ -12,11 +14,12 @@ constexpr bool isAcceptableImageSize(std::uint64_t width, std::uint64_t height) 
 }
 
 // Whether the bytes begin with one whole image of the format. Every pixel is decoded, by rows where the
-// library allows it, and thrown away. They write nothing to standard error; they throw std::bad_alloc only.
+// library allows it, and thrown away; a check takes at most 64 MiB. They write nothing to standard error;
+// they throw std::bad_alloc only.
 
-bool isWholePNG(std::string_view bytes);
-bool isWholeJPEG(std::string_view bytes);
-bool isWholeGIF(std::string_view bytes);
-bool isWholeWebP(std::string_view bytes);
+bool isWholePNG(std::string_view bytes, ImageCheckBudget& budget);
+bool isWholeJPEG(std::string_view bytes, ImageCheckBudget& budget);
+bool isWholeGIF(std::string_view bytes, ImageCheckBudget& budget);
+bool isWholeWebP(std::string_view bytes, ImageCheckBudget& budget);
 
 }  // namespace lumora
