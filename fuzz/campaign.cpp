@@ -1,6 +1,7 @@
 // A campaign object as the service sends it: checked, and saved when it is good.
 
 #include "fuzz/FuzzedLibrary.h"
+#include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/Platform/JSON.h"
 #include "lumora/Storage/LMRDataManager.h"
@@ -16,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   if (message && message->isValid()) {
     auto& store = lumora::LMRDataManager::sharedInstance();
     store.saveCampaign(*message);
-    store.getAllValidMessages();
+    lumora::LMRInAppHandler::sharedInstance().refill();
     store.clearCampaigns({message->getCampaignId().value_or("")});
   }
   lumora::fuzz::settle(host);

@@ -12,6 +12,7 @@
 #include "bench/PlainSQLite.h"
 #include "bench/Roles.h"
 #include "bench/Sampling.h"
+#include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/Platform/JSON.h"
 #include "lumora/Storage/LMRDataManager.h"
@@ -110,11 +111,11 @@ Report measureMapRefill(const std::string& folder) {
   constexpr int triggers = 100;
   constexpr int rounds = 15;
   const BenchHost& host = BenchHost::install(folder);
-  lumora::LMRDataManager& store = lumora::LMRDataManager::sharedInstance();
+  auto& handler = lumora::LMRInAppHandler::sharedInstance();
   cacheImages(host.cachesFolder(), kCampaigns);
   storeCampaigns(host.databaseFile(), campaigns(kCampaigns, triggers));
   const auto samples = samplePairs(
-      rounds, [] {}, [&] { store.getAllValidMessages(); },
+      rounds, [] {}, [&] { handler.refill(); },
       [&] { refillByPlainSQLite(host.databaseFile(), triggers); });
   return {.rows = {{.measure = "refilling the map, 1000 campaigns of 100 triggers",
                     .unit = "ms",

@@ -21,7 +21,7 @@ using MapOfEvents = std::shared_ptr<const lumora::LMRInAppHandler::EventMap>;
 MapOfEvents mapOf(int count, const BenchHost& host) {
   cacheImages(host.cachesFolder(), count);
   storeCampaigns(host.databaseFile(), campaigns(count, count));
-  lumora::LMRDataManager::sharedInstance().getAllValidMessages();
+  lumora::LMRInAppHandler::sharedInstance().refill();
   return lumora::LMRInAppHandler::sharedInstance().lmrInappEvents();
 }
 

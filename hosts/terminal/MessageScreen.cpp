@@ -24,7 +24,6 @@ void tapView(lumora::LMRInAppHandler& handler, lumora::LMRTappable& view) {
 
 void MessageScreen::dismiss(bool) {
   screens_.dismiss(*this);
-  message_.reset();  // The message holds its screen; one of the two must let go.
 }
 
 void MessageScreen::appear() {
@@ -37,6 +36,7 @@ void MessageScreen::appear() {
     tappable.lmrCampaignId = campaign().value_or("");
     tappable.lmrFrequency = message_->getFrequency();
     tappable.lmrButtonType = static_cast<std::int32_t>(type->integerValue());
+    tappable.lmrMessage = weak_from_this();
     if (action != nullptr && action->asString() != nullptr) tappable.lmrAction = *action->asString();
   }
 }
@@ -50,8 +50,6 @@ lumora::Dictionary MessageScreen::description() const {
 bool MessageScreen::tap(const std::string& element) {
   const auto found = tappables_.find(element);
   if (found == tappables_.end()) return false;
-  // Set only now: an element that kept its screen would keep it for ever.
-  found->second.lmrMessage = shared_from_this();
   lumora::LMRInAppHandler& handler = lumora::LMRInAppHandler::sharedInstance();
   if (isView(element)) {
     tapView(handler, found->second);

@@ -49,6 +49,7 @@ class LMREventLogger {
 
   /// False, with a line, when the session is open already or too many are.
   bool startSession(const std::string& name);
+  bool isSessionOpen(std::string_view name) const;
   /// Records the session's duration and closes it; a session younger than a second stays open.
   void endSession(const std::string& name);
   void endAllSessions();
@@ -75,9 +76,9 @@ class LMREventLogger {
   bool mayUpload(bool force) const;
   void uploadEvents(const std::string& events, const List& ids);
 
-  RecursiveMutex mutex_;
+  mutable RecursiveMutex mutex_;
   /// Open sessions by name; each holds the second in which it began.
-  std::map<std::string, Dictionary> sessions_ LUMORA_GUARDED_BY(mutex_);
+  std::map<std::string, Dictionary, std::less<>> sessions_ LUMORA_GUARDED_BY(mutex_);
   std::atomic<bool> isReporting_ = false;
 };
 

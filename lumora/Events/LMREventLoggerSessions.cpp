@@ -24,6 +24,11 @@ bool LMREventLogger::startSession(const std::string& name) {
   return true;
 }
 
+bool LMREventLogger::isSessionOpen(std::string_view name) const {
+  Lock lock(mutex_);
+  return sessions_.contains(name);
+}
+
 void LMREventLogger::endSession(const std::string& name) {
   Lock lock(mutex_);
   const auto session = sessions_.find(name);

@@ -8,6 +8,7 @@
 
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/LumoraConstants.h"
+#include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/LMRSettingsKeys.h"
@@ -38,6 +39,7 @@ Lumora::Lumora()
       eventLogger_(LMREventLogger::sharedInstance()),
       networkManager_(LMRNetworkManager::sharedInstance()) {
   appStoreEnvironment_ = !platform().bundle.pathForResource("embedded", "mobileprovision");
+  LMRInAppHandler::sharedInstance().fetchOn(*serialInAppQueue_);
 }
 
 void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
@@ -74,6 +76,12 @@ void Lumora::initialize(const std::string& tarrowID, const std::string& appSecre
       LMRUtil::getStringForKey(kLmroTarrowID) + LMRUtil::getStringForKey(kLmroAppSecret);
   accountBlocked_ = LMRUtil::getBoolForKey(kLmroAcountBlocked);
   LMRUtil::setObject(tarrowID, kLmroTarrowID);
+  // Refused, with the store's line: the new secret must not go out with the account of another run.
+  if (LMRUtil::getStringForKey(kLmroTarrowID) != tarrowID) return;
+  {
+    Lock lock(textMutex_);
+    givenSecret_ = appSecret;
+  }
   const auto version = platform().bundle.infoValue(kBundleShortVersionKey);
   if (LMRUtil::isStringEmpty(version)) {
     logLine("LumoraSDK-Invalid app version, app version can not be empty.");
@@ -115,7 +123,19 @@ void Lumora::completeInitialization(const std::string& appSecret) {
     appSecret_ = appSecret;
   }
   logLine("LumoraSDK-v.{} initialized successfully.", kOstrelSDKVersion);
+  startAppSession();
+}
+
+void Lumora::startAppSession() {
+  fetchPicturesBeforeSession(kLmroSession);
   eventLogger_.startAppSession();
+}
+
+/// The application's session offers campaigns again while its caller holds the logger's lock, under which
+/// nothing may be downloaded.
+void Lumora::fetchPicturesBeforeSession(std::string_view name) {
+  if (name != kLmroSession || eventLogger_.isSessionOpen(name)) return;
+  LMRInAppHandler::sharedInstance().fetchForSession();
 }
 
 std::string Lumora::getFormattedDate() const {
@@ -165,7 +185,7 @@ void Lumora::appDidEnterBackground() {
 void Lumora::appWillEnterForeground() {
   if (!hasStoredCredentials()) return;
   serialQueue_->async([this] {
-    eventLogger_.startAppSession();
+    startAppSession();
     eventLogger_.reportEvents(true);
     resyncConfiguration();
   });

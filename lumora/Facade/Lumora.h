@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "lumora/Platform/Application.h"
 #include "lumora/Platform/Export.h"
@@ -28,7 +29,10 @@ class LumoraLead;
 /// actions and the person's profile in a local database and uploads them to the service.
 ///
 /// Threads: any thread may call any operation. A call checks its arguments and enqueues the work on the
-/// library's own queue, so it never waits for the disk or the network, except where it says so.
+/// library's own queue. None waits for the network, nor for a request that another thread makes, but the two
+/// that make their request on the calling thread: `setSecureSignature` and `unregisterPushDeviceToken`. What
+/// reads or stores a setting at once (the push token, the signature, the identifier of the installation) may
+/// wait for the disk.
 ///
 /// Failures: nothing is thrown and nothing is reported back; a call that cannot be served writes a line that
 /// begins with "LumoraSDK-" to the platform's log. Calls made before initialisation are noted there, and
@@ -52,7 +56,8 @@ class LUMORA_EXPORT Lumora {
 
   /// Starts the library for an account and an application secret. `launchOptions` is the map that the
   /// platform handed to the host at launch, if any. An empty argument or a second initialisation is logged
-  /// and changes nothing; a call while another initialisation is under way is ignored.
+  /// and changes nothing; a call while another initialisation is under way is ignored. An account that the
+  /// settings store refuses ends the initialisation, with the store's line.
   void initializeWithTarrowID(const std::optional<std::string>& tarrowID,
                               const std::optional<std::string>& appSecret,
                               std::optional<Dictionary> launchOptions = std::nullopt);
@@ -84,8 +89,8 @@ class LUMORA_EXPORT Lumora {
   void endSession(const std::optional<std::string>& name);
   /// Ends every open session, whatever type is given.
   void endAllSessionsWithType(const std::optional<std::string>& type);
-  /// Forgets every open session without recording it. Works on the calling thread, and waits there for an
-  /// upload that is under way.
+  /// Forgets every open session without recording it. Works on the calling thread, where it may wait for an
+  /// event that is being stored.
   void discardAllSessions();
   /// Records an action under a name that must not be empty.
   void reportAction(const std::optional<std::string>& name,
@@ -111,8 +116,8 @@ class LUMORA_EXPORT Lumora {
   /// @{
 
   /// Tells the service the push token that the platform gave the host; a token without bytes, or the one that
-  /// is registered already, only writes a line. Waits on the calling thread for a configuration request under
-  /// way.
+  /// is registered already, only writes a line. The token is stored on the calling thread, the rest is
+  /// enqueued.
   void registerPushDeviceToken(const std::optional<Data>& deviceToken);
   /// Tells the service that the token is no longer good, on the calling thread, the request included.
   void unregisterPushDeviceToken();
@@ -187,8 +192,11 @@ class LUMORA_EXPORT Lumora {
   void initializeAfresh(const std::string& appSecret, bool isFirstRun, const LaunchOptions& launchOptions);
   void restart(const std::string& appSecret, const LaunchOptions& launchOptions);
   void completeInitialization(const std::string& appSecret);
+  void startAppSession();
+  void fetchPicturesBeforeSession(std::string_view name);
   bool hasStoredCredentials() const;
 
+  std::optional<std::string> secretForSync() const;
   std::string getSyncUrl(const std::string& appSecret) const;
   void getLatestConfiguration(const std::string& appSecret);
   void resyncConfiguration();
@@ -198,6 +206,7 @@ class LUMORA_EXPORT Lumora {
   void trackTracking(const Value& tracking);
   void handlePayload(const Dictionary& payload, ApplicationState state);
 
+  std::optional<std::string> takeToken();
   bool acceptDeepLink(const std::string& query);
   void setAsTestDevice(const std::optional<std::string>& registrationToken,
                        const std::optional<std::string>& deviceName);
@@ -210,6 +219,8 @@ class LUMORA_EXPORT Lumora {
   std::atomic<bool> isSyncing_ = false;
   mutable Mutex textMutex_;
   std::optional<std::string> appSecret_ LUMORA_GUARDED_BY(textMutex_);
+  /// What the initialisation of this run was given, whether or not it completed.
+  std::optional<std::string> givenSecret_ LUMORA_GUARDED_BY(textMutex_);
   std::optional<std::string> token_ LUMORA_GUARDED_BY(textMutex_);
   RecursiveMutex mutex_;
   std::unique_ptr<TaskQueue> serialQueue_;

@@ -111,7 +111,7 @@ void Lumora::alertViewClickedButtonAtIndex(int alertTag, int buttonIndex, const 
     showDialog();
     return;
   }
-  serialQueue_->async([this, text] { setAsTestDevice(token(), text); });
+  serialQueue_->async([this, text] { setAsTestDevice(takeToken(), text); });
 }
 
 void Lumora::setAsTestDevice(const std::optional<std::string>& registrationToken,
@@ -142,10 +142,8 @@ std::string Lumora::getTestRegistrationForToken(const std::string& registrationT
                                                 const std::string& deviceName) {
   const std::string pushToken = getPushDeviceToken();
   const std::string pushParameter = pushToken.empty() ? "" : fmt::format("&push_token={}", pushToken);
-  const std::string path = fmt::format("{}?name={}{}&token={}&device_type={}", kLmroApiAddTestDevice,
-                                       deviceName, pushParameter, registrationToken, LMRUtil::deviceType());
-  setToken(std::nullopt);  // It serves for one request only.
-  return percentEscaped(path);
+  return percentEscaped(fmt::format("{}?name={}{}&token={}&device_type={}", kLmroApiAddTestDevice, deviceName,
+                                    pushParameter, registrationToken, LMRUtil::deviceType()));
 }
 
 void Lumora::show(const std::string& message, const std::string& withTitle) {
@@ -161,6 +159,13 @@ void Lumora::show(const std::string& message, const std::string& withTitle) {
 std::optional<std::string> Lumora::token() const {
   Lock lock(textMutex_);
   return token_;
+}
+
+/// A token serves for one registration. It is taken with the reading, so that the token of a link that is
+/// accepted meanwhile stays.
+std::optional<std::string> Lumora::takeToken() {
+  Lock lock(textMutex_);
+  return std::exchange(token_, std::nullopt);
 }
 
 void Lumora::setToken(std::optional<std::string> token) {

@@ -102,7 +102,6 @@ void Lumora::registerPushDeviceToken(const std::optional<Data>& deviceToken) {
     return;
   }
   LMRUtil::setObject(text, kLmroToken);
-  Lock lock(mutex_);
   serialQueue_->async([this, text] {
     eventLogger_.reportPushToken(text);
     eventLogger_.reportEvents(true);

@@ -2,6 +2,7 @@
 
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/Lumora.h"
+#include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
@@ -50,7 +51,7 @@ void receiveCampaigns(const Value& campaigns) {
     const auto message = LMRInAppMessage::initWithDictionary(*campaign.asDictionary());
     if (message && message->isValid()) store.saveCampaign(*message);
   }
-  store.getAllValidMessages();
+  LMRInAppHandler::sharedInstance().fetchAndRefill();
 }
 
 bool hasMinimumPassed(std::string_view lastKey, double minimum, TracePoint origin, const char* what) {
@@ -82,12 +83,21 @@ void Lumora::getLatestConfiguration(const std::string& appSecret) {
   LMRUtil::setObject(platform().clock.now(), kLmroLastUpdate);
 }
 
+/// Nothing when there is nothing to ask for. Where no initialisation has completed, the one that was given
+/// serves if it is the stored one (an account that was blocked, a fetch that failed): any other may belong to
+/// other credentials.
+std::optional<std::string> Lumora::secretForSync() const {
+  const std::string stored = LMRUtil::getStringForKey(kLmroAppSecret);
+  Lock lock(textMutex_);
+  if (appSecret_) return appSecret_;
+  return givenSecret_ == stored ? givenSecret_ : std::nullopt;
+}
+
 void Lumora::resyncConfiguration() {
   if (isSyncing_) return;
   Lock lock(mutex_);
   isSyncing_ = true;
-  // Without a secret of this run there is nothing to ask for: a stored one may belong to other credentials.
-  const auto secret = appSecret();
+  const auto secret = secretForSync();
   if (secret && canUpdate()) {
     LMRUtil::setObject(platform().clock.now(), kLmroLastUpdate);
     logTrace({"-[Lumora resyncConfiguration]", 407}, "Making update call");

@@ -13,7 +13,10 @@ namespace lumora {
 void Lumora::startSession(const std::optional<std::string>& name) {
   if (LMRUtil::isStringEmpty(name)) return;
   sdkInitilizationWarning();
-  serialQueue_->async([this, name = *name] { eventLogger_.startSession(name); });
+  serialQueue_->async([this, name = *name] {
+    fetchPicturesBeforeSession(name);
+    eventLogger_.startSession(name);
+  });
 }
 
 void Lumora::endSession(const std::optional<std::string>& name) {

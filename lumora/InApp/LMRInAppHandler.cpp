@@ -1,10 +1,9 @@
 #include "lumora/InApp/LMRInAppHandler.h"
 
-#include <utility>
-
 #include "lumora/Events/EventKeys.h"
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/LumoraConstants.h"
+#include "lumora/InApp/CampaignPictures.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/LMRUtil.h"
 
@@ -39,13 +38,18 @@ LMRInAppHandler& LMRInAppHandler::sharedInstance() {
 }
 
 LMRInAppHandler::LMRInAppHandler()
-    : tapGestureRecognizer_([this](LMRTapGestureRecognizer& recognizer) { imageAction(recognizer); }) {}
+    : tapGestureRecognizer_([this](LMRTapGestureRecognizer& recognizer) { imageAction(recognizer); }),
+      pictures_(std::make_unique<CampaignPictures>()) {}
+
+LMRInAppHandler::~LMRInAppHandler() = default;
 
 void LMRInAppHandler::currentEvent(const Dictionary& event) {
   Lock lock(mutex_);
-  if (!lmrInappEvents()) LMRDataManager::sharedInstance().getAllValidMessages();
+  if (!lmrInappEvents()) refill();
+  // Before the map is read: a tap first takes its campaign out of the map and then clears this.
+  if (onScreen_) return;
   const auto events = lmrInappEvents();
-  if (onScreen_ || !events) return;
+  if (!events) return;
   message_ = campaignFor(findValue(event, KEY_NAME), *events);
   if (!message_) return;
   message_->show();
@@ -54,9 +58,9 @@ void LMRInAppHandler::currentEvent(const Dictionary& event) {
 
 void LMRInAppHandler::currentSession(std::string_view name) {
   if (name != kLmroSession) return;
-  LMRDataManager& store = LMRDataManager::sharedInstance();
-  store.updateResource(LMRResource::initWithCampaignId(std::nullopt, enabled, LMRResource::unchanged));
-  store.getAllValidMessages();
+  LMRDataManager::sharedInstance().updateResource(
+      LMRResource::initWithCampaignId(std::nullopt, enabled, LMRResource::unchanged));
+  refill(Lacking::isGivenUp);
 }
 
 void LMRInAppHandler::imageAction(LMRTapGestureRecognizer& recognizer) {
@@ -64,31 +68,36 @@ void LMRInAppHandler::imageAction(LMRTapGestureRecognizer& recognizer) {
 }
 
 void LMRInAppHandler::processAction(LMRTappable& element) {
+  // The element may be a part of its screen, which ends as soon as nobody holds it.
+  const LMRTappable tapped = element;
+  const std::shared_ptr<ViewController> screen = tapped.lmrMessage.lock();
   LMREventLogger::sharedInstance().reportInappWithSubType(std::string(KEY_INAPP_TAPPED),
-                                                          element.lmrCampaignId);
-  const bool isCallToAction = element.lmrButtonType != kLmroNoCallToAction;
-  if (element.lmrFrequency == oncePerSession) {
-    updateResource(element, disabledUntilNextSession);
-  } else if (element.lmrFrequency == oncePerSessionUntilCallToAction && isCallToAction) {
-    updateResource(element, disabledUntilNextSession);
-  } else if (element.lmrFrequency == everytimeUntilCallToAction && isCallToAction) {
-    updateResource(element, disabledUntilSavedAgain);
-  } else if (element.lmrFrequency == once) {
-    LMRDataManager::sharedInstance().clearCampaigns({element.lmrCampaignId});
+                                                          tapped.lmrCampaignId);
+  const bool isCallToAction = tapped.lmrButtonType != kLmroNoCallToAction;
+  if (tapped.lmrFrequency == oncePerSession) {
+    updateResource(tapped, disabledUntilNextSession);
+  } else if (tapped.lmrFrequency == oncePerSessionUntilCallToAction && isCallToAction) {
+    updateResource(tapped, disabledUntilNextSession);
+  } else if (tapped.lmrFrequency == everytimeUntilCallToAction && isCallToAction) {
+    updateResource(tapped, disabledUntilSavedAgain);
+  } else if (tapped.lmrFrequency == once) {
+    LMRDataManager::sharedInstance().clearCampaigns({tapped.lmrCampaignId});
   }
-  if (const auto screen = std::exchange(element.lmrMessage, nullptr)) screen->dismiss(false);
+  if (screen) {
+    element.lmrMessage.reset();  // The last use of the element: it may not outlive its screen's dismissal.
+    screen->dismiss(false);
+  }
   onScreen_ = false;
-  if (element.lmrAction && *element.lmrAction != KEY_INAPP_ACTION_CLOSE) {
+  if (tapped.lmrAction && *tapped.lmrAction != KEY_INAPP_ACTION_CLOSE) {
     const LMRUtil& util = LMRUtil::sharedInstance();
-    util.openUrl(util.getFormatedUrl(element.lmrAction));
+    util.openUrl(util.getFormatedUrl(tapped.lmrAction));
   }
 }
 
 void LMRInAppHandler::updateResource(const LMRTappable& element, std::int32_t enable) {
-  LMRDataManager& store = LMRDataManager::sharedInstance();
-  store.updateResource(
+  LMRDataManager::sharedInstance().updateResource(
       LMRResource::initWithCampaignId(element.lmrCampaignId, enable, LMRResource::unchanged));
-  store.getAllValidMessages();
+  refill();
 }
 
 std::shared_ptr<const LMRInAppHandler::EventMap> LMRInAppHandler::lmrInappEvents() const {

@@ -12,15 +12,23 @@
 #include "lumora/InApp/LMRTappable.h"
 #include "lumora/Platform/Export.h"
 #include "lumora/Platform/Mutex.h"
+#include "lumora/Platform/TaskQueues.h"
 #include "lumora/Platform/Value.h"
 
 namespace lumora {
+
+class CampaignPictures;
+struct CampaignRow;
 
 /// Decides when a stored campaign is shown and what a tap on it does.
 ///
 /// The event pipeline tells it of every event and session, on the thread that records them; the display layer
 /// tells it of taps, on the main thread. The map from trigger events to campaigns is an immutable snapshot
-/// that the campaign store publishes whole.
+/// that each refill publishes whole.
+///
+/// Nothing here waits for the network but `fetchForSession` and `fetchAndRefill`: a campaign whose picture is
+/// not in the cache is left out of the map, the picture is fetched on the queue that was named for it, and
+/// the map is built again.
 class LUMORA_EXPORT LMRInAppHandler {
  public:
   /// Lets an event's name be looked up without a copy of it.
@@ -44,9 +52,21 @@ class LUMORA_EXPORT LMRInAppHandler {
   void buttonAction(LMRTappable& button) { processAction(button); }
   void imageAction(LMRTapGestureRecognizer& recognizer);
   /// Reports the tap, changes the campaign's state by its frequency, dismisses the screen, opens the link.
+  /// The element may end with its screen.
   void processAction(LMRTappable& element);
   /// Sets the enable flag of the element's campaign, and refills the map.
   void updateResource(const LMRTappable& element, std::int32_t enable);
+
+  /// Builds the map anew from the stored campaigns. Any thread; downloads nothing.
+  void refill() { refill(Lacking::isFetched); }
+  /// Fetches the pictures that the cache lacks, then builds the map anew. Blocks; no lock may be held.
+  void fetchAndRefill();
+  /// Fetches the pictures of the campaigns that an application session is about to offer, whose refill runs
+  /// under its caller's locks. Blocks; no lock may be held.
+  void fetchForSession();
+  /// Names the queue on which pictures are fetched that a refill found missing. Until then they are fetched
+  /// only by the two above. The queue must live as long as the process.
+  void fetchOn(TaskQueue& queue) noexcept { queue_ = &queue; }
 
   /// The snapshot; null until the store first publishes one.
   std::shared_ptr<const EventMap> lmrInappEvents() const;
@@ -59,7 +79,14 @@ class LUMORA_EXPORT LMRInAppHandler {
   LMRTapGestureRecognizer& tapGestureRecognizer() noexcept { return tapGestureRecognizer_; }
 
  private:
+  /// What becomes of a picture that could not be fetched the last time.
+  enum class Lacking { isFetched, isGivenUp };
+
   LMRInAppHandler();
+  ~LMRInAppHandler();
+  void refill(Lacking lacking);
+  std::shared_ptr<LMRInAppMessage> messageOf(const CampaignRow& row, Lacking lacking);
+  void fetchSoon();
 
   mutable RecursiveMutex mutex_;
   std::shared_ptr<LMRInAppMessage> message_ LUMORA_GUARDED_BY(mutex_);
@@ -67,6 +94,9 @@ class LUMORA_EXPORT LMRInAppHandler {
   std::shared_ptr<const EventMap> lmrInappEvents_ LUMORA_GUARDED_BY(mapMutex_);
   std::atomic<bool> onScreen_ = false;
   LMRTapGestureRecognizer tapGestureRecognizer_;
+  const std::unique_ptr<CampaignPictures> pictures_;
+  std::atomic<TaskQueue*> queue_ = nullptr;
+  std::atomic<bool> isFetchQueued_ = false;
 };
 
 }  // namespace lumora

@@ -1,11 +1,11 @@
 #include "lumora/InApp/LMRInAppMessage.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
 
 #include "lumora/Events/EventKeys.h"
 #include "lumora/InApp/CampaignDate.h"
+#include "lumora/InApp/CampaignLayout.h"
 #include "lumora/InApp/ComponentReader.h"
 #include "lumora/Platform/JSON.h"
 #include "lumora/Storage/LMRDataManager.h"
@@ -26,42 +26,7 @@ constexpr CodeName frequencyCodes[] = {{"everytime", 1},
                                        {"once_per_session_until_cta", 4},
                                        {"once", 5}};
 
-/// A layout: its code, and the components that it is built from, all of which it needs.
-struct LayoutType {
-  std::string_view name;
-  std::int32_t code;
-  std::array<std::string_view, 5> components;
-};
-
-constexpr LayoutType layoutTypes[] = {
-    {"layout1", 101, {"background", "image", "primary_text", "secondary_text", "primary_button"}},
-    {"layout2", 102, {"background", "image", "primary_button"}},
-    {"layout3", 103, {"background", "primary_text", "secondary_text", "primary_button", "secondary_button"}},
-    {"layout4", 104, {"image"}},
-    {"layout5", 105, {"image", "primary_text", "secondary_text", "primary_button"}},
-    {"layout6", 106, {"image", "primary_text", "secondary_text", "primary_button", "secondary_button"}},
-};
 constexpr std::int32_t unknownLayoutCode = 107;
-
-/// The layout keys whose objects may name a picture, in the order in which the pictures are fetched.
-struct Resource {
-  std::string_view key;
-  std::string_view reason;
-};
-constexpr Resource resources[] = {{"background", "background uri"},
-                                  {"image", "image uri"},
-                                  {"primary_button", "primary button uri"},
-                                  {"secondary_button", "secondary button uri"}};
-
-const std::string* findText(const Dictionary& map, std::string_view key) {
-  const Value* value = findValue(map, key);
-  return value ? value->asString() : nullptr;
-}
-
-const Dictionary* findMap(const Dictionary& map, std::string_view key) {
-  const Value* value = findValue(map, key);
-  return value ? value->asDictionary() : nullptr;
-}
 
 /// The identifier as text; a number becomes its decimal text.
 std::optional<std::string> readCampaignId(const Dictionary& campaign) {
@@ -72,11 +37,6 @@ std::optional<std::string> readCampaignId(const Dictionary& campaign) {
   return std::nullopt;
 }
 
-template <typename Component>
-std::optional<std::string> colorOf(const std::shared_ptr<Component>& component) {
-  return component ? component->color() : std::nullopt;
-}
-
 std::string wholeMilliseconds(double milliseconds) {
   return std::to_string(Value(milliseconds).integerValue());
 }
@@ -85,10 +45,15 @@ std::string wholeMilliseconds(double milliseconds) {
 
 std::shared_ptr<LMRInAppMessage> LMRInAppMessage::initWithDictionary(
     const std::optional<Dictionary>& campaign) {
+  auto message = initWithoutPictures(campaign);
+  return message && message->getResource(message->layout_) ? message : nullptr;
+}
+
+std::shared_ptr<LMRInAppMessage> LMRInAppMessage::initWithoutPictures(
+    const std::optional<Dictionary>& campaign) {
   auto message = std::make_shared<LMRInAppMessage>();
   message->data_ = campaign;
-  if (campaign && !message->read(*campaign)) return nullptr;
-  return message->getResource(message->layout_) ? message : nullptr;
+  return !campaign || message->read(*campaign) ? message : nullptr;
 }
 
 bool LMRInAppMessage::drop(std::string_view reason) const {
@@ -140,8 +105,8 @@ bool LMRInAppMessage::readTimes(const Dictionary& campaign) {
 bool LMRInAppMessage::readLayout() {
   const std::string* name = findText(layout_, "type");
   if (!name) return drop("type");
-  const auto* const type = std::ranges::find(layoutTypes, *name, &LayoutType::name);
-  if (type == std::end(layoutTypes)) {
+  const LayoutType* type = layoutTypeNamed(*name);
+  if (!type) {
     notificationType_ = unknownLayoutCode;
     return drop("type");
   }
@@ -166,6 +131,8 @@ bool LMRInAppMessage::readCloseButton() {
 
 void LMRInAppMessage::buildComponent(std::string_view key) {
   const Dictionary* data = findMap(layout_, key);
+  // A value that is no object is a bad value of its key; an absent one is only missed by the layout.
+  if (!data && findValue(layout_, key)) drop(key);
   if (key == "background") {
     background_ = LMRIABackground::initWithData(data, campaign_id_);
   } else if (key == "image") {
@@ -190,22 +157,10 @@ bool LMRInAppMessage::hasComponent(std::string_view key) const {
   return secondaryButton_ != nullptr;
 }
 
-/// A background or a button falls back to its colour; an image cannot.
-bool LMRInAppMessage::canDoWithout(std::string_view key) const {
-  if (key == "background") return colorOf(background_).has_value();
-  if (key == "primary_button") return colorOf(primaryButton_).has_value();
-  if (key == "secondary_button") return colorOf(secondaryButton_).has_value();
-  return false;
-}
-
 bool LMRInAppMessage::getResource(const Dictionary& layout) const {
-  return std::ranges::all_of(resources, [&](const Resource& resource) {
-    const Value* element = findValue(layout, resource.key);
-    if (!element) return true;
-    const std::string* uri = element->asDictionary() ? findText(*element->asDictionary(), "uri") : nullptr;
-    const bool isThere = LMRIOManager::sharedInstance().getFileFromServer(
-        uri ? std::optional(*uri) : std::nullopt, campaign_id_);
-    return isThere || canDoWithout(resource.key) || drop(resource.reason);
+  return std::ranges::all_of(picturesOf(layout), [this](const CampaignPicture& picture) {
+    const bool isThere = LMRIOManager::sharedInstance().getFileFromServer(picture.uri, campaign_id_);
+    return isThere || !picture.isNeeded || drop(picture.reason);
   });
 }
 

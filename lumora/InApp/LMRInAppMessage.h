@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "lumora/InApp/LMRIABackground.h"
 #include "lumora/InApp/LMRIAClose.h"
@@ -33,9 +34,13 @@ class LUMORA_EXPORT LMRInAppMessage : public std::enable_shared_from_this<LMRInA
   /// line that drops the campaign, when something is missing or bad. No object at all makes an empty message
   /// that is not valid. Blocks its thread while images download.
   static std::shared_ptr<LMRInAppMessage> initWithDictionary(const std::optional<Dictionary>& campaign);
+  /// The same for a caller that looks after the images itself: fetches none, and asks for none.
+  static std::shared_ptr<LMRInAppMessage> initWithoutPictures(const std::optional<Dictionary>& campaign);
 
   /// Whether everything that the layout names is in the cache, or can be done without.
   bool getResource(const Dictionary& layout) const;
+  /// Writes the line that drops the campaign, and gives false.
+  bool drop(std::string_view reason) const;
   /// Tells the store the campaign's status: a stopped one is deleted.
   void updateStateIfNeeded() const;
   /// Whether the campaign has not ended yet.
@@ -79,9 +84,10 @@ class LUMORA_EXPORT LMRInAppMessage : public std::enable_shared_from_this<LMRInA
   /// The identifier of the screen that shows the message, "" for an unknown layout.
   std::string containerView() const;
   /// Makes the screen and presents it, on the main queue. Without a layout resource or a window nothing is
-  /// shown.
+  /// shown. The message does not keep its screen, so the screen may keep its message.
   void show();
-  /// The screen of the last `show`; null before it. Any thread.
+  /// The screen of the last `show`, from then on until the display has dismissed it; null before and after.
+  /// Any thread: should the caller be the last to let go of it, it still ends on the main queue.
   std::shared_ptr<ViewController> inAppViewController() const;
 
  private:
@@ -93,8 +99,6 @@ class LUMORA_EXPORT LMRInAppMessage : public std::enable_shared_from_this<LMRInA
   bool readCloseButton();
   void buildComponent(std::string_view key);
   bool hasComponent(std::string_view key) const;
-  bool canDoWithout(std::string_view key) const;
-  bool drop(std::string_view reason) const;
   void present(const std::shared_ptr<ViewController>& container) const;
 
   std::optional<std::string> campaign_id_;
@@ -116,7 +120,7 @@ class LUMORA_EXPORT LMRInAppMessage : public std::enable_shared_from_this<LMRInA
   std::shared_ptr<LMRIASecondaryButton> secondaryButton_;
   std::shared_ptr<LMRIAClose> closeButton_;
   mutable Mutex viewControllerMutex_;
-  std::shared_ptr<ViewController> inAppViewController_ LUMORA_GUARDED_BY(viewControllerMutex_);
+  std::weak_ptr<ViewController> inAppViewController_ LUMORA_GUARDED_BY(viewControllerMutex_);
 };
 
 }  // namespace lumora

@@ -1,9 +1,29 @@
+#include <utility>
+
 #include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/Util/CompareVersions.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
 
 namespace lumora {
+namespace {
+
+/// The same screen behind a reference that is let go of on the main queue, whichever thread drops it: a
+/// screen is the display's, and ends where the display lives.
+std::shared_ptr<ViewController> endingOnMainQueue(std::shared_ptr<ViewController> screen) {
+  if (!screen) return nullptr;
+  ViewController* const view = screen.get();
+  return {view, [screen = std::move(screen)](ViewController*) mutable {
+            TaskQueues& queues = platform().queues;
+            if (queues.isMainThread()) {
+              screen.reset();
+            } else {
+              queues.mainQueue().async([last = std::move(screen)]() mutable { last.reset(); });
+            }
+          }};
+}
+
+}  // namespace
 
 std::string LMRInAppMessage::containerView() const {
   if (notificationType_ >= 101 && notificationType_ <= 103) return "LMRInAppViewControllerPop";
@@ -13,22 +33,26 @@ std::string LMRInAppMessage::containerView() const {
 
 void LMRInAppMessage::show() {
   const auto storyboard = LMRUtil::sharedInstance().getStoryboard();
-  auto container = storyboard ? storyboard->instantiateViewController(containerView()) : nullptr;
-  if (!container) return;
-  container->setInapp(shared_from_this());
-  auto previous = container;
+  auto screen = storyboard ? storyboard->instantiateViewController(containerView()) : nullptr;
+  if (!screen) return;
   {
     Lock lock(viewControllerMutex_);
-    inAppViewController_.swap(previous);
+    inAppViewController_ = screen;
   }
-  // The task has its own reference: the message may be shown again, on another thread, before it runs.
+  auto container = endingOnMainQueue(std::move(screen));
+  container->setInapp(shared_from_this());
+  // Until the display has the screen, the task alone keeps it.
   platform().queues.mainQueue().async(
       [message = shared_from_this(), container = std::move(container)] { message->present(container); });
 }
 
 std::shared_ptr<ViewController> LMRInAppMessage::inAppViewController() const {
-  Lock lock(viewControllerMutex_);
-  return inAppViewController_;
+  std::shared_ptr<ViewController> screen;
+  {
+    Lock lock(viewControllerMutex_);
+    screen = inAppViewController_.lock();
+  }
+  return endingOnMainQueue(std::move(screen));
 }
 
 void LMRInAppMessage::present(const std::shared_ptr<ViewController>& container) const {

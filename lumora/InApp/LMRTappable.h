@@ -21,8 +21,9 @@ struct LMRTappable {
   /// The campaign's frequency code.
   std::int32_t lmrFrequency = 0;
   std::int32_t lmrButtonType = 0;
-  /// The screen to dismiss; cleared by the tap.
-  std::shared_ptr<ViewController> lmrMessage;
+  /// The screen to dismiss; cleared by the tap. Not kept by it, so that an element may be a part of its
+  /// screen.
+  std::weak_ptr<ViewController> lmrMessage;
   /// A link, the word "close", or nothing.
   std::optional<std::string> lmrAction;
 };

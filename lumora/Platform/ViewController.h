@@ -12,7 +12,9 @@ class LMRInAppMessage;
 /// How a screen covers the one that presents it.
 enum class ModalPresentationStyle : int { unset = 0, currentContext = 3, custom = 4 };
 
-/// One screen of the host's display. Used on the main thread only, except where an operation says otherwise.
+/// One screen of the host's display. Used on the main thread only, except where an operation says otherwise;
+/// the library lets go of it on the main thread too. The display keeps its screens: nothing of the library's
+/// does, once they are presented.
 class LUMORA_EXPORT ViewController : public std::enable_shared_from_this<ViewController> {
  public:
   virtual ~ViewController() = default;
@@ -22,7 +24,7 @@ class LUMORA_EXPORT ViewController : public std::enable_shared_from_this<ViewCon
   /// Takes this screen off the display; does nothing when it is not shown.
   virtual void dismiss(bool animated) = 0;
   /// Hands over the message that this screen draws. Called once, before the screen is presented, on the
-  /// thread that recorded the event. Screens that show no message ignore it.
+  /// thread that recorded the event. The screen may keep it. Screens that show no message ignore it.
   virtual void setInapp(std::shared_ptr<LMRInAppMessage> message) = 0;
 };
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "lumora/Platform/Mutex.h"
+#include "lumora/Storage/CampaignRow.h"
 #include "lumora/Storage/LMRResource.h"
 #include "lumora/Storage/OstrelSQLiteManager.h"
 
@@ -28,6 +29,10 @@ class LMRDataManager {
   /// Receives the events' texts, one a line, and their row ids in the same order.
   using EventsCallback = std::function<void(const std::string& events, const List& ids)>;
 
+  using CampaignsCallback = std::function<void(const std::vector<CampaignRow>& campaigns)>;
+  /// Which campaigns count as enabled: also those that the next application session enables again?
+  enum class Enabled { now, inNextSession };
+
   static LMRDataManager& sharedInstance();
 
   /// Stores a record as compact JSON; one that is not JSON is dropped whole.
@@ -46,19 +51,23 @@ class LMRDataManager {
 
   /// Stores a campaign; one that is stored already is replaced and may be shown again.
   void saveCampaign(const LMRInAppMessage& campaign);
-  /// The campaign saved last of those that may be shown now for an event; null when there is none.
-  std::shared_ptr<LMRInAppMessage> getCampaign(const std::string& event);
+  /// The campaign saved last of those that may be shown now for an event; nothing when there is none.
+  std::optional<CampaignRow> getCampaign(const std::string& event);
+  /// The same for every event that has one.
+  std::vector<CampaignRow> getCampaigns(Enabled enabled);
   /// Changes a campaign's flags, or those of every campaign that is shown once per session.
   void updateResource(const LMRResource& resource);
   /// Deletes campaigns with their files and their entries in the handler's map. Takes the lock for each
-  /// alone.
+  /// alone. A resource without an identifier deletes nothing.
   void clearCampaigns(const std::vector<std::string>& campaignIds);
   void clearCampaign(const LMRResource& resource);
   /// Deletes one expired campaign, however many there are.
   void clearExpiredCampaign();
   void cleanUpInapp();
-  /// Builds the handler's map anew: for each trigger event the newest campaign that may be shown now.
-  void getAllValidMessages();
+  /// Deletes one expired campaign, and calls back once, before it returns and still holding the lock, with
+  /// the campaigns that the handler's map is made of: for each trigger event the newest that may be shown
+  /// now.
+  void getAllValidMessages(const CampaignsCallback& callback);
 
   // JSON.
 

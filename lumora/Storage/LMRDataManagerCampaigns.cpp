@@ -21,6 +21,17 @@ std::optional<std::string> firstText(const std::vector<OstrelSQLiteManager::Row>
   return value->description();
 }
 
+/// Nothing when the row's text is no JSON object.
+std::optional<CampaignRow> campaignOf(const OstrelSQLiteManager::Row& row) {
+  const auto text = [&row](const char* column) {
+    const Value* value = findValue(row, column);
+    return value ? value->description() : std::string();
+  };
+  const auto campaign = parseJSON(text("inapp_msg"));
+  if (!campaign || !campaign->asDictionary()) return std::nullopt;
+  return CampaignRow{text("campaignId"), text("event"), *campaign->asDictionary()};
+}
+
 std::string quoted(const std::optional<std::string>& text) {
   return quotedForSQL(text.value_or(""));
 }
@@ -84,20 +95,32 @@ void LMRDataManager::saveCampaign(const LMRInAppMessage& campaign) {
   sql_.closeDatabase();
 }
 
-std::shared_ptr<LMRInAppMessage> LMRDataManager::getCampaign(const std::string& event) {
+std::optional<CampaignRow> LMRDataManager::getCampaign(const std::string& event) {
   Lock lock(databaseLock_);
   openDatabase();
-  const auto text = firstText(
-      sql_.getRowsForQuery(fmt::format(
-          "select * from lmro_inapp where event = '{}' AND enable = 1 AND paused = 0 AND "
-          "datetime(startTime/1000,'unixepoch') < datetime('now') AND datetime(endTime/1000,'unixepoch') > "
-          "datetime('now')  ORDER BY _id DESC LIMIT 1",
-          quotedForSQL(event))),
-      "inapp_msg");
+  const auto rows = sql_.getRowsForQuery(fmt::format(
+      "select * from lmro_inapp where event = '{}' AND enable = 1 AND paused = 0 AND "
+      "datetime(startTime/1000,'unixepoch') < datetime('now') AND datetime(endTime/1000,'unixepoch') > "
+      "datetime('now')  ORDER BY _id DESC LIMIT 1",
+      quotedForSQL(event)));
   sql_.closeDatabase();
-  const auto campaign = text ? parseJSON(*text) : std::nullopt;
-  if (!campaign || !campaign->asDictionary()) return nullptr;
-  return LMRInAppMessage::initWithDictionary(*campaign->asDictionary());
+  return rows.empty() ? std::nullopt : campaignOf(rows.front());
+}
+
+std::vector<CampaignRow> LMRDataManager::getCampaigns(Enabled enabled) {
+  Lock lock(databaseLock_);
+  openDatabase();
+  const auto rows = sql_.getRowsForQuery(fmt::format(
+      "select * from lmro_inapp where _id in (select MAX(_id) from lmro_inapp where (enable = 1{}) AND "
+      "paused = 0 AND datetime(startTime/1000,'unixepoch') < datetime('now') AND "
+      "datetime(endTime/1000,'unixepoch') > datetime('now') group by event)",
+      enabled == Enabled::inNextSession ? " OR inapp_frequency in (2, 4)" : ""));
+  sql_.closeDatabase();
+  std::vector<CampaignRow> campaigns;
+  for (const auto& row : rows) {
+    if (auto campaign = campaignOf(row)) campaigns.push_back(std::move(*campaign));
+  }
+  return campaigns;
 }
 
 void LMRDataManager::updateResource(const LMRResource& resource) {
@@ -116,6 +139,7 @@ void LMRDataManager::clearCampaigns(const std::vector<std::string>& campaignIds)
 }
 
 void LMRDataManager::clearCampaign(const LMRResource& resource) {
+  if (!resource.campaignId) return;
   Lock lock(databaseLock_);
   openDatabase();
   sql_.doQuery(fmt::format("delete from lmro_inapp where campaignId='{}'", quoted(resource.campaignId)));
@@ -143,17 +167,17 @@ void LMRDataManager::clearFirstCampaignOf(const char* query) {
   sql_.closeDatabase();
 }
 
-void LMRDataManager::getAllValidMessages() {
+void LMRDataManager::getAllValidMessages(const CampaignsCallback& callback) {
   Lock lock(databaseLock_);
   openDatabase();
   clearExpiredCampaign();
-  auto events = std::make_shared<EventMap>();
+  std::vector<CampaignRow> campaigns;
   for (const auto& row : sql_.getRowsForQuery("select DISTINCT event from lmro_inapp")) {
     const Value* event = findValue(row, "event");
-    auto message = event ? getCampaign(event->description()) : nullptr;
-    if (message) events->insert_or_assign(event->description(), std::move(message));
+    auto campaign = event ? getCampaign(event->description()) : std::nullopt;
+    if (campaign) campaigns.push_back(std::move(*campaign));
   }
-  LMRInAppHandler::sharedInstance().setLmrInappEvents(std::move(events));
+  callback(campaigns);
   sql_.closeDatabase();
 }
 

@@ -1,3 +1,6 @@
+#include <functional>
+#include <utility>
+
 #include "lumora/Util/UIDeviceAdditionalInfo.h"
 #include "tests/Facade/LumoraFixture.h"
 
@@ -122,6 +125,34 @@ TEST_F(DeepLinksTest, onlyASuccessIsStored) {
   EXPECT_EQ(logWith(line), Texts{"LumoraSDK- Successfully" + line});
   EXPECT_EQ(takeAlerts(), Texts{"0 Success!: This device has been successfully registered. OKOK "});
   EXPECT_EQ(setting("lmro.DeviceName") + setting("lmro.TestDevice"), "\"name\"true");
+}
+
+/// A device that does something when it is asked for its model.
+struct AskedDevice : testing::FakeDevice {
+  std::string model() override {
+    if (const auto action = std::exchange(onModel, nullptr)) action();
+    return FakeDevice::model();
+  }
+  std::function<void()> onModel;
+};
+
+TEST(DeepLinkTokenTest, laterLinkKeepsItsToken) {
+  testing::FakePlatform host;
+  AskedDevice device;
+  installPlatform({host.settings, host.keychain, host.urlLoader, host.imageDecoder, host.queues,
+                   host.application, host.bundle, host.alerts, host.notifications, device, host.files,
+                   host.clock, host.log, host.uuids});
+  host.settings.setObject("lmro.AppSecret", "secret");
+  const auto open = [](const char* token) {
+    EXPECT_TRUE(Lumora::sharedInstance().applicationOpenURL(*URL::parse(secretGiven + "&token=" + token)));
+  };
+  open("first");
+  host.queues.runAll();
+  device.onModel = [&open] { open("second"); };
+  host.alerts.answer(1, "name");
+  host.queues.runAll();
+  EXPECT_FALSE(device.onModel);
+  EXPECT_EQ(Lumora::sharedInstance().token(), "second");
 }
 
 }  // namespace

@@ -13,17 +13,6 @@ constexpr const char* reported = "LumoraSDK-Reported all data successfully.";
 
 using InitializationTest = LumoraTest;
 
-TEST_F(InitializationTest, emptyArgumentsAreRefused) {
-  lumora().initializeWithTarrowID(std::nullopt, secret);
-  lumora().initializeWithTarrowID("", "");
-  lumora().initializeWithTarrowID(account, std::nullopt);
-  lumora().initializeWithTarrowID(account, "");
-  EXPECT_EQ(log(),
-            (Texts{"LumoraSDK-Tarrow ID is an empty string.", "LumoraSDK-Tarrow ID is an empty string.",
-                   "LumoraSDK-App Secret is empty string.", "LumoraSDK-App Secret is empty string."}));
-  EXPECT_EQ(host.application.observerCount(LifecycleNotification::willEnterForeground), 0U);
-}
-
 TEST_F(InitializationTest, laterCallsAreSilentWhileItIsQueuedAndRefusedAfterwards) {
   lumora().initializeWithTarrowID(account, secret);
   lumora().initializeWithTarrowID("other", "other");
@@ -117,25 +106,32 @@ INSTANTIATE_TEST_SUITE_P(
                       // Account and secret are compared as one text.
                       StoredRun{"1.0", "acc", "ountsecret", true}));
 
-TEST_F(InitializationTest, blockedAccountIsNotRestarted) {
-  rememberEarlierRun("1.0", account, secret);
-  host.settings.setObject("lmro.AcountBlocked", true);
-  initializeAndRun();
-  initializeAndRun();  // Accepted again, to the same end.
-  EXPECT_EQ(log(), Texts(2, "LumoraSDK-account disabled for this app."));
-  EXPECT_EQ(requests(), Texts());
-  EXPECT_FALSE(lumora().sdkInitialized());
-}
-
-TEST_F(InitializationTest, emptyVersionEndsTheInitialisation) {
-  for (const auto& version : {std::optional<std::string>(), std::optional<std::string>("")}) {
+TEST_F(InitializationTest, badArgumentsAndVersionsEndIt) {
+  using Text = std::optional<std::string>;
+  const char* const noAccount = "LumoraSDK-Tarrow ID is an empty string.";
+  const char* const noSecret = "LumoraSDK-App Secret is empty string.";
+  const char* const noVersion = "LumoraSDK-Invalid app version, app version can not be empty.";
+  const char* const refused = "LumoraSDK-the value cannot be stored";
+  // The arguments, the version, the line, and the account that is stored then.
+  const std::tuple<Text, Text, Text, const char*, Value> cases[] = {
+      {Text(), secret, "1", noAccount, {}},          {"", "", "1", noAccount, {}},
+      {account, Text(), "1", noSecret, {}},          {account, "", "1", noSecret, {}},
+      {account, secret, Text(), noVersion, account}, {"other", secret, "", noVersion, "other"},
+      {"\xFF", secret, "1", refused, "other"}};
+  for (const auto& [given, givenSecret, version, line, stored] : cases) {
     host.bundle.setInfoValue(kBundleShortVersionKey, version);
     forget();
-    initializeAndRun();
-    EXPECT_EQ(log(), Texts{"LumoraSDK-Invalid app version, app version can not be empty."});
+    lumora().initializeWithTarrowID(given, givenSecret);
+    const bool isAccepted = host.queues.pendingCount() > 0;
+    EXPECT_EQ(isAccepted, !stored.isNull()) << line;
+    host.queues.runAll();
+    EXPECT_EQ(log(), Texts{line});
     EXPECT_EQ(requests(), Texts());
-    EXPECT_EQ(host.settings.values(), (Dictionary{{"lmro.Tarrow", account}}));
+    EXPECT_EQ(host.settings.values(), stored.isNull() ? Dictionary() : (Dictionary{{"lmro.Tarrow", stored}}));
   }
+  EXPECT_EQ(host.application.observerCount(LifecycleNotification::willEnterForeground), 3U);
+  initializeAndRun();
+  EXPECT_TRUE(lumora().sdkInitialized());
 }
 
 TEST_F(InitializationTest, hostWithAProvisioningProfileIsNotFromTheStore) {

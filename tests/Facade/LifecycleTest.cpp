@@ -54,18 +54,32 @@ TEST_F(LifecycleTest, nothingIsQueuedWithoutAStoredVersionAndSecret) {
   EXPECT_EQ(host.application.runningBackgroundTasks(), 0U);
 }
 
-TEST_F(LifecycleTest, withoutASecretOfThisRunNothingIsAskedFor) {
-  rememberEarlierRun("0.9", account, secret);
+TEST_F(LifecycleTest, withoutAnInitialisationOnlyTheStoredSecretIsUsedAndALiftedBlockStored) {
+  rememberEarlierRun("0.9", account, "another");
   host.urlLoader.enqueueError(kURLErrorTimedOut);
   initializeAndRun();
   forget();
-
   enterForeground();
   host.queues.runAll();
   EXPECT_EQ(requests(), Texts());
   EXPECT_EQ(setting("lmro.LastUpdate"), "absent");
-  EXPECT_FALSE(lumora().isSyncing());
   EXPECT_EQ(storedEvents().size(), 2U);  // The client information and the application open wait.
+  rememberEarlierRun("1.0", account, secret);
+  host.settings.setObject("lmro.AcountBlocked", true);
+  initializeAndRun();
+  initializeAndRun();  // Accepted again, to the same end.
+  EXPECT_EQ(log(), Texts(2, "LumoraSDK-account disabled for this app."));
+  for (const std::string blocked : {"true", "false"}) {
+    syncAnswer = R"({"success":true,"blocked":)" + blocked + "}";
+    advance(10);
+    blocked == "true" ? enterForeground() : enterBackground();
+    host.queues.runAll();
+    EXPECT_EQ(setting("lmro.AcountBlocked"), blocked);
+  }
+  EXPECT_EQ(requests(), Texts(2, syncRequest));
+  EXPECT_FALSE(lumora().isSyncing() || lumora().sdkInitialized());
+  initializeAndRun();
+  EXPECT_TRUE(lumora().sdkInitialized());
 }
 
 }  // namespace

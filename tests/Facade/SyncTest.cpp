@@ -1,3 +1,4 @@
+#include <future>
 #include <tuple>
 
 #include "tests/Facade/LumoraFixture.h"
@@ -131,15 +132,19 @@ TEST_F(SyncTest, minimumIntervals) {
   EXPECT_EQ(log().at(1), line + "Report] [Line 334] lapsed from last report call 4.000000");
 }
 
-TEST_F(SyncTest, timeOfTheSyncIsStoredBeforeTheRequest) {
+TEST_F(SyncTest, timeOfTheSyncIsStoredBeforeTheRequestAndNoHostCallWaitsForIt) {
   initialise();
-  host.urlLoader.setHandler([this](const URLRequest&) {
+  std::future<void> call;
+  host.urlLoader.setHandler([&](const URLRequest& request) {
+    if (request.method == "POST") return URLResponse{200, {}, accepted, {}};
+    call = std::async(std::launch::async, [] { lumora().registerPushDeviceToken(Data{1}); });
+    EXPECT_EQ(call.wait_for(std::chrono::seconds(10)), std::future_status::ready);
     EXPECT_TRUE(lumora().isSyncing());
     EXPECT_EQ(host.settings.flushedValues()["lmro.LastUpdate"], Value(host.clock.now()));
     return URLResponse{};
   });
   resync(10);
-  EXPECT_EQ(requests(), Texts{syncRequest});
+  EXPECT_EQ(requests(), (Texts{syncRequest, uploadRequest}));
   EXPECT_FALSE(lumora().isSyncing());
   resync(1);  // The failed request counts as well.
   EXPECT_EQ(requests(), Texts());

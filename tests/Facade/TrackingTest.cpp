@@ -24,20 +24,6 @@ const Operation operations[] = {
     {"associateLead", [](Lumora& l) { l.associateLead(std::make_shared<LumoraLead>()); }, 1, forced},
 };
 
-TEST_F(TrackingTest, badArgumentsEndTheCall) {
-  using Text = std::optional<std::string>;
-  for (const Text& name : {Text(""), Text()}) {
-    lumora().startSession(name);
-    lumora().endSession(name);
-    lumora().reportAction(name, std::make_shared<LumoraActionMetaData>());
-  }
-  lumora().associateLead(nullptr);
-  EXPECT_EQ(log(), (Texts{"LumoraSDK-Actin name should be a valid string. Failed to report action .",
-                          "LumoraSDK-Actin name should be a valid string. Failed to report action (null).",
-                          "LumoraSDK-Please set valid user attributes"}));
-  EXPECT_EQ(host.queues.pendingCount(), 0U);
-}
-
 TEST_F(TrackingTest, callsBeforeInitialisationWarnAndAreServedAllTheSame) {
   for (const auto& [name, call, queued, upload] : operations) {
     host.log.clear();
@@ -48,27 +34,21 @@ TEST_F(TrackingTest, callsBeforeInitialisationWarnAndAreServedAllTheSame) {
         << name;
     EXPECT_EQ(host.queues.pendingCount() - before, queued) << name;
   }
-  host.log.clear();
+  forget();
+  const std::size_t before = host.queues.pendingCount();
+  for (const std::optional<std::string>& name : {std::optional(std::string()), {}}) {
+    lumora().startSession(name);
+    lumora().endSession(name);
+    lumora().reportAction(name);
+  }
+  EXPECT_EQ(host.queues.pendingCount(), before);
+  EXPECT_EQ(log(), (Texts{"LumoraSDK-Actin name should be a valid string. Failed to report action .",
+                          "LumoraSDK-Actin name should be a valid string. Failed to report action (null)."}));
   lumora().initializeWithTarrowID(account, secret);
   for (const Operation& operation : operations) std::get<1>(operation)(lumora());
   host.queues.runAll();
   for (const Operation& operation : operations) std::get<1>(operation)(lumora());
   EXPECT_EQ(logWith("[warning]"), Texts());
-}
-
-TEST_F(TrackingTest, recordsMadeBeforeInitialisationAreSentByIt) {
-  lumora().reportAction("early");
-  host.queues.runAll();
-  lumora().initializeWithTarrowID(account, secret);
-  lumora().reportAction("queued behind");
-  host.queues.runAll();
-  const auto sent = host.urlLoader.requests();
-  ASSERT_EQ(sent.size(), 2U);  // The configuration, and one upload: the gate holds back the next.
-  const Texts events = lines(sent[1].body);
-  ASSERT_EQ(events.size(), 4U) << sent[1].body;
-  EXPECT_EQ(events[1], actionEvent("early"));
-  EXPECT_NE(events[2].find(R"("event_type":"init")"), std::string::npos);  // Due again since the fetch.
-  EXPECT_EQ(storedEvents(), Texts{actionEvent("queued behind")});
 }
 
 TEST_F(TrackingTest, onlyALeadForcesAnUpload) {

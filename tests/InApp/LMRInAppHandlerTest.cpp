@@ -1,5 +1,6 @@
 #include "lumora/InApp/LMRInAppHandler.h"
 
+#include <atomic>
 #include <thread>
 #include <tuple>
 
@@ -9,21 +10,36 @@
 namespace lumora::tests {
 namespace {
 
-/// A screen that notes what is done with it. The root screen serves as the layout too: it makes the others.
+/// A screen that notes what is done with it, and keeps its message as a host's may. The root screen serves as
+/// the layout too: it makes the others, and keeps what it presents.
 class Screen : public ViewController, public LayoutResource {
  public:
+  ~Screen() override { ends += platform().queues.isMainThread() ? "main " : "elsewhere "; }
   void setModalPresentationStyle(ModalPresentationStyle s) override { note("style", static_cast<int>(s)); }
   void presentViewController(std::shared_ptr<ViewController> screen, bool animated) override {
-    note(static_cast<Screen&>(*screen).notes + "; presents", animated);
+    presented = std::static_pointer_cast<Screen>(screen);
+    presented->root = this;
+    note(presented->notes + "; presents", animated);
   }
-  void dismiss(bool animated) override { note("dismissed", animated); }
-  void setInapp(std::shared_ptr<LMRInAppMessage> message) override { notes = *message->getCampaignId(); }
+  void dismiss(bool animated) override {
+    note("dismissed", animated);
+    root->presented.reset();
+  }
+  void setInapp(std::shared_ptr<LMRInAppMessage> message) override {
+    notes = *message->getCampaignId();
+    inapp = std::move(message);
+  }
   std::shared_ptr<ViewController> instantiateViewController(std::string_view identifier) override {
     return identifier == "LMRInAppViewControllerPop" ? std::make_shared<Screen>() : nullptr;
   }
   void note(const std::string& what, int how) { notes += " " + what + " " + std::to_string(how); }
 
+  static inline std::string ends;
   std::string notes;
+  std::shared_ptr<LMRInAppMessage> inapp;
+  std::shared_ptr<Screen> presented;
+  Screen* root = nullptr;
+  LMRTappable element;
 };
 
 class LMRInAppHandlerTest : public LumoraTest {
@@ -36,7 +52,7 @@ class LMRInAppHandlerTest : public LumoraTest {
 
   static void offer(const std::string& changes = "") {
     saveCampaign(changes);
-    LMRDataManager::sharedInstance().getAllValidMessages();
+    LMRInAppHandler::sharedInstance().refill();
   }
 
   /// What an event does to the root screen, with what it did to the new one before; "" when it shows nothing.
@@ -63,7 +79,7 @@ TEST_F(LMRInAppHandlerTest, TriggerShowsOneCampaignUntilItIsTapped) {
   LMRTappable view{"c1", 1, 102, screen, "acme.example/a"};
   handler.tapGestureRecognizer().attachTo(&view);
   handler.tapGestureRecognizer().recognize();
-  EXPECT_EQ(view.lmrMessage ? "" : screen->notes, "c1 style 4 dismissed 0");
+  EXPECT_EQ(view.lmrMessage.expired() ? screen->notes : "", "c1 style 4 dismissed 0");
   EXPECT_NE(storedEvents().back().find(R"("inapp":{"cid":"c1","subtype":"tapped"})"), std::string::npos);
   logger().reportCheckpoint("other", "custom", std::nullopt);
   handler.setOnScreen(false);
@@ -107,7 +123,7 @@ TEST_F(LMRInAppHandlerTest, TapsByFrequencyAndButtonType) {
   for (const auto& [name, code, type, afterTap, afterSession] : cases) {
     offer(std::string("display_frequency=\"") + name + '"');
     EXPECT_EQ(handler.lmrInappEvents()->at("open")->closeButton()->frequency(), code);
-    LMRTappable button{"c1", code, type, nullptr, type == 101 ? std::optional("close") : std::nullopt};
+    LMRTappable button{"c1", code, type, {}, type == 101 ? std::optional("close") : std::nullopt};
     handler.buttonAction(button);
     logger().startSession("another");
     EXPECT_EQ(storedCampaigns(), afterTap) << name << type;
@@ -118,6 +134,58 @@ TEST_F(LMRInAppHandlerTest, TapsByFrequencyAndButtonType) {
     logger().discardAllSessions();
   }
   EXPECT_EQ(host.queues.pendingMainCount(), 0U) << "no link is opened";
+}
+
+TEST_F(LMRInAppHandlerTest, ScreensEndOnTheMainThreadTheirElementsWithThem) {
+  const auto endsAfterTap = [this] {
+    LMRTappable& element = root->presented->element;
+    element = {"c1", 5, 102, root->presented, "acme.example/a"};
+    handler.buttonAction(element);
+    return Screen::ends;
+  };
+  root->presentViewController(std::make_shared<Screen>(), false);  // None of the library's.
+  EXPECT_EQ(endsAfterTap(), "main ");
+  offer(R"(display_frequency="once")");
+  event("open");
+  const std::weak_ptr<LMRInAppMessage> message = handler.message();
+  EXPECT_EQ(endsAfterTap(), "main main ");
+  event("none");
+  EXPECT_TRUE(message.expired()) << "though its screen kept it";
+  EXPECT_EQ(host.application.openedURLs().size(), 2U);
+  offer();
+  event("open");
+  const auto shown = handler.message();
+  lumora().serialQueue().async([last = shown->inAppViewController()]() mutable { last.reset(); });
+  root->presented.reset();
+  host.queues.runSerialQueues();
+  EXPECT_EQ(Screen::ends, "main main ");
+  host.queues.runMainQueue();
+  EXPECT_EQ(Screen::ends, "main main main ");
+  EXPECT_FALSE(shown->inAppViewController());
+}
+
+TEST_F(LMRInAppHandlerTest, WithdrawnCampaignIsNotShownAgain) {
+  offer();
+  host.bundle.setLayout("resources", "LMRInApp", nullptr);
+  const auto full = handler.lmrInappEvents();
+  std::atomic<int> calls = 0;
+  std::atomic<bool> isDone = false;
+  std::thread events([&] {
+    for (; !isDone; ++calls) handler.currentEvent({{"name", "open"}});
+  });
+  bool isShown = false;
+  for (int round = 0; round < 2000 && !isShown; ++round) {
+    handler.setOnScreen(true);
+    handler.setLmrInappEvents(full);
+    // What a tap does: the campaign goes, then the screen. After one more whole event nothing may be shown.
+    handler.setLmrInappEvents(std::make_shared<LMRInAppHandler::EventMap>());
+    handler.setOnScreen(false);
+    for (const int seen = calls; calls < seen + 2;) std::this_thread::yield();
+    isShown = handler.onScreen();
+  }
+  isDone = true;
+  events.join();
+  EXPECT_FALSE(isShown);
 }
 
 TEST_F(LMRInAppHandlerTest, SyncsEventsSessionsAndTapsAtOnce) {
@@ -132,7 +200,8 @@ TEST_F(LMRInAppHandlerTest, SyncsEventsSessionsAndTapsAtOnce) {
   repeat([&] {
     host.queues.runMainQueue();
     const auto shown = handler.message();
-    LMRTappable button{"c1", ++frequency % 6, 102, shown ? shown->inAppViewController() : nullptr, "close"};
+    const auto screen = shown ? shown->inAppViewController() : nullptr;
+    LMRTappable button{"c1", ++frequency % 6, 102, screen, "close"};
     handler.buttonAction(button);
   });
   for (std::thread* thread : {&sync, &events, &sessions}) thread->join();

@@ -111,6 +111,9 @@ TEST_F(LMRInAppMessageTest, LayoutsNeedTheirComponents) {
       EXPECT_EQ(shown.at("elements").asDictionary()->contains(part), isNeeded) << name << part;
       EXPECT_EQ(without(part) == nullptr, isNeeded) << name << part;
       EXPECT_EQ(dropReasons(host.log), isNeeded ? name + "; " : "") << name << part;
+      if (!isNeeded) continue;
+      EXPECT_FALSE(without(part + "=5")) << name << part;
+      EXPECT_EQ(dropReasons(host.log), part + "; " + name + "; ") << name << part;
     }
   }
 }

@@ -14,7 +14,7 @@ class CampaignStoreTest : public ::testing::Test {
  protected:
   std::string offered() {
     const auto campaign = store.getCampaign("open");
-    return campaign ? *campaign->getCampaignId() : "none";
+    return campaign ? campaign->campaignId : "none";
   }
 
   testing::FakePlatform& host = testing::FakePlatform::install();
@@ -47,7 +47,7 @@ TEST_F(CampaignStoreTest, LastSavedWinsAndStatusCounts) {
   EXPECT_EQ(storedCampaigns() + ": " + offered(), "b 1/0, a 1/0: a");
   store.updateResource(LMRResource::initWithCampaignId("a", -1, 1));
   saveCampaign(R"(cid="a")");
-  store.getAllValidMessages();
+  LMRInAppHandler::sharedInstance().refill();
   EXPECT_EQ(storedCampaigns() + ": " + offered(), "b 1/0, a 1/0: a");
   read(plainCampaign(R"(cid="a";status="stop";display_trigger)"));
   EXPECT_EQ(storedCampaigns() + ": " + offered(), "b 1/0: b");
@@ -81,7 +81,7 @@ TEST_F(CampaignStoreTest, RefillDeletesOneExpiredCampaign) {
   }
   saveCampaign();
   for (const auto& [stored, files] : {std::pair("2 1/0, 3 1/0, c1 1/0", 2U), {"3 1/0, c1 1/0", 1U}}) {
-    store.getAllValidMessages();
+    LMRInAppHandler::sharedInstance().refill();
     EXPECT_EQ(storedCampaigns(), stored);
     EXPECT_EQ(host.files.list(host.files.cachesDirectory())->size(), files) << stored;
     EXPECT_EQ(LMRInAppHandler::sharedInstance().lmrInappEvents()->size(), 1U) << stored;
@@ -96,7 +96,7 @@ TEST_F(CampaignStoreTest, TextsAreStoredAsTheyAre) {
     for (const char* key : {"cid", "display_trigger", "more"}) campaign[key] = text;
     store.saveCampaign(*read(campaign));
     const auto found = store.getCampaign(text);
-    EXPECT_TRUE(found && Value(*found->data()) == Value(campaign)) << text.substr(0, 99);
+    EXPECT_TRUE(found && Value(found->campaign) == Value(campaign)) << text.substr(0, 99);
     store.clearCampaigns({text});
     EXPECT_EQ(storedCampaigns(), "<null>") << text.substr(0, 99);
   }

@@ -1,0 +1,43 @@
+#include "lumora/InApp/CampaignPictures.h"
+
+#include <utility>
+
+#include "lumora/InApp/CampaignLayout.h"
+#include "lumora/InApp/LMRInAppMessage.h"
+#include "lumora/Storage/LMRIOManager.h"
+
+namespace lumora {
+
+void CampaignPictures::fetch(const std::vector<CampaignRow>& campaigns) {
+  const LMRIOManager& cache = LMRIOManager::sharedInstance();
+  std::set<std::string> failed;
+  for (const CampaignRow& row : campaigns) {
+    const Dictionary* layout = findMap(row.campaign, "layout");
+    if (!layout) continue;
+    for (const CampaignPicture& picture : picturesOf(*layout)) {
+      cache.getFileFromServer(picture.uri, row.campaignId);
+      // A picture that came but could not be written has failed as well.
+      if (cache.isFileExists(picture.uri, row.campaignId)) continue;
+      if (auto path = cache.pathForFile(picture.uri, row.campaignId)) failed.insert(std::move(*path));
+      if (picture.isNeeded) break;
+    }
+  }
+  Lock lock(mutex_);
+  failed_.swap(failed);
+}
+
+CampaignPictures::Lack CampaignPictures::lackOf(const LMRInAppMessage& message) const {
+  const LMRIOManager& cache = LMRIOManager::sharedInstance();
+  Lack lack;
+  for (const CampaignPicture& picture : picturesOf(message.getLayout())) {
+    if (cache.isFileExists(picture.uri, message.getCampaignId())) continue;
+    const auto path = cache.pathForFile(picture.uri, message.getCampaignId());
+    Lock lock(mutex_);
+    if (path && !failed_.contains(*path)) return {Lack::untried, picture.reason};
+    if (picture.isNeeded) return {Lack::needed, picture.reason};
+    if (path) lack = {Lack::dispensable, picture.reason};
+  }
+  return lack;
+}
+
+}  // namespace lumora

@@ -1,0 +1,54 @@
+#include <utility>
+
+#include "lumora/InApp/CampaignPictures.h"
+#include "lumora/InApp/LMRInAppHandler.h"
+#include "lumora/Storage/LMRDataManager.h"
+
+namespace lumora {
+
+void LMRInAppHandler::refill(Lacking lacking) {
+  // The store's lock is held from reading the rows to publishing the map: what it deletes meanwhile must not
+  // come back with a map that was built before.
+  LMRDataManager::sharedInstance().getAllValidMessages([&](const std::vector<CampaignRow>& campaigns) {
+    auto events = std::make_shared<EventMap>();
+    for (const CampaignRow& row : campaigns) {
+      if (auto message = messageOf(row, lacking)) events->insert_or_assign(row.event, std::move(message));
+    }
+    setLmrInappEvents(std::move(events));
+  });
+}
+
+/// Null when the campaign is bad, or lacks a picture.
+std::shared_ptr<LMRInAppMessage> LMRInAppHandler::messageOf(const CampaignRow& row, Lacking lacking) {
+  using Lack = CampaignPictures::Lack;
+  auto message = LMRInAppMessage::initWithoutPictures(row.campaign);
+  if (!message) return nullptr;
+  const Lack lack = pictures_->lackOf(*message);
+  if (lack.kind == Lack::nothing) return message;
+  const bool isFetched = lacking == Lacking::isFetched || lack.kind == Lack::untried;
+  if (isFetched) fetchSoon();
+  // A campaign that did without the picture before goes on so while it is asked for again.
+  if (lack.kind == Lack::dispensable) return message;
+  if (!isFetched) message->drop(lack.reason);
+  return nullptr;
+}
+
+void LMRInAppHandler::fetchAndRefill() {
+  pictures_->fetch(LMRDataManager::sharedInstance().getCampaigns(LMRDataManager::Enabled::now));
+  refill(Lacking::isGivenUp);
+}
+
+void LMRInAppHandler::fetchForSession() {
+  pictures_->fetch(LMRDataManager::sharedInstance().getCampaigns(LMRDataManager::Enabled::inNextSession));
+}
+
+void LMRInAppHandler::fetchSoon() {
+  TaskQueue* queue = queue_;
+  if (!queue || isFetchQueued_.exchange(true)) return;
+  queue->async([this] {
+    isFetchQueued_ = false;  // What is missed from now on has another round.
+    fetchAndRefill();
+  });
+}
+
+}  // namespace lumora
