@@ -72,10 +72,12 @@ TEST_F(CampaignPicturesTest, TapsAndEventsLeaveThemToTheQueueAndSessionsFetchThe
           {"none", true, "open | | ", "open pic | bg img | "}}) {
       host.files.remove(host.files.cachesDirectory() + "/p_" + evicted);
       isOnline = online;
-      refill ? refill() : foreground();
-      EXPECT_EQ(state(), refill ? before : after) << evicted << online;
-      host.queues.runAll();
-      if (refill) EXPECT_EQ(state(), after) << evicted << online;
+      if (refill) {
+        refill();
+        EXPECT_EQ(state(), before) << evicted << online;
+      }
+      refill ? host.queues.runAll() : foreground();
+      EXPECT_EQ(state(), after) << evicted << online;
     }
   }
 }
