@@ -68,7 +68,7 @@ TEST_F(LifecycleTest, withoutAnInitialisationOnlyTheStoredSecretIsUsedAndALifted
   host.settings.setObject("lmro.AcountBlocked", true);
   initializeAndRun();
   initializeAndRun();  // Accepted again, to the same end.
-  EXPECT_EQ(log(), Texts(2, "LumoraSDK-account disabled for this app."));
+  EXPECT_EQ(logWith("LumoraSDK-"), Texts(2, "LumoraSDK-account disabled for this app."));
   for (const std::string blocked : {"true", "false"}) {
     syncAnswer = R"({"success":true,"blocked":)" + blocked + "}";
     advance(10);
