@@ -65,6 +65,13 @@ class LumoraTest : public ::testing::Test {
     host.urlLoader.clearRequests();
   }
 
+  void resync(double secondsLater) {
+    advance(secondsLater);
+    forget();
+    lumora().appWillEnterForeground();
+    host.queues.runAll();
+  }
+
   void advance(double seconds) { host.clock.advance(std::chrono::microseconds(std::llround(seconds * 1e6))); }
   void setNow(double seconds) { host.clock.setNow(dateFromSeconds(seconds)); }
 

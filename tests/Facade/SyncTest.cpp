@@ -13,13 +13,6 @@ class SyncTest : public LumoraTest {
     syncAnswer = R"({"success":true)" + (members.empty() ? "" : "," + members) + "}";
     resync(10);
   }
-
-  void resync(double secondsLater) {
-    advance(secondsLater);
-    forget();
-    lumora().appWillEnterForeground();
-    host.queues.runAll();
-  }
 };
 
 TEST_F(SyncTest, stampOfTheLastAnswerIsSentBack) {

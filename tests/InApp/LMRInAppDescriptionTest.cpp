@@ -1,11 +1,9 @@
 #include "lumora/InApp/LMRInAppDescription.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <set>
 
-#include "lumora/Testing/FakePlatform.h"
+#include "tests/Facade/LumoraFixture.h"
 #include "tests/InApp/Campaigns.h"
 
 namespace lumora::tests {
@@ -17,14 +15,7 @@ Dictionary parsedFile(const std::string& name) {
   return *parseJSON(testing::readFile(examples + name)).value().asDictionary();
 }
 
-class LMRInAppDescriptionTest : public ::testing::Test {
- protected:
-  LMRInAppDescriptionTest() {
-    host.urlLoader.setHandler([](const URLRequest&) { return URLResponse{200, {}, "image", {}}; });
-  }
-
-  testing::FakePlatform& host = testing::FakePlatform::install();
-};
+using LMRInAppDescriptionTest = LumoraTest;
 
 TEST_F(LMRInAppDescriptionTest, CarriesWhatEachPartShows) {
   const auto message = read(campaignWithPictures(

@@ -1,6 +1,6 @@
 #include "lumora/InApp/LMRInAppHandler.h"
 
-#include <atomic>
+#include <future>
 #include <thread>
 #include <tuple>
 
@@ -10,20 +10,19 @@
 namespace lumora::tests {
 namespace {
 
-/// A screen that notes what is done with it, and keeps its message as a host's may. The root screen serves as
-/// the layout too: it makes the others, and keeps what it presents.
+/// A screen that notes what is done with it, and keeps its message as a host's may. One of them is presented
+/// at a time, and kept then. The root screen serves as the layout too: it makes the others.
 class Screen : public ViewController, public LayoutResource {
  public:
   ~Screen() override { ends += platform().queues.isMainThread() ? "main " : "elsewhere "; }
   void setModalPresentationStyle(ModalPresentationStyle s) override { note("style", static_cast<int>(s)); }
   void presentViewController(std::shared_ptr<ViewController> screen, bool animated) override {
     presented = std::static_pointer_cast<Screen>(screen);
-    presented->root = this;
     note(presented->notes + "; presents", animated);
   }
   void dismiss(bool animated) override {
     note("dismissed", animated);
-    root->presented.reset();
+    presented.reset();
   }
   void setInapp(std::shared_ptr<LMRInAppMessage> message) override {
     notes = *message->getCampaignId();
@@ -37,8 +36,7 @@ class Screen : public ViewController, public LayoutResource {
   static inline std::string ends;
   std::string notes;
   std::shared_ptr<LMRInAppMessage> inapp;
-  std::shared_ptr<Screen> presented;
-  Screen* root = nullptr;
+  static inline std::shared_ptr<Screen> presented;
   LMRTappable element;
 };
 
@@ -99,17 +97,19 @@ TEST_F(LMRInAppHandlerTest, SystemVersionsAndMissingParts) {
     EXPECT_EQ(firstAndSecondEvent(), *version == '7' ? " style 3 c1; presents 1" : " c1 style 4; presents 1");
   }
   host.application.setRootViewController(nullptr);
-  std::string shown = firstAndSecondEvent();
+  EXPECT_EQ(firstAndSecondEvent(), "");
   host.bundle.setLayout("resources", "LMRInApp", nullptr);
-  shown += firstAndSecondEvent();
+  EXPECT_EQ(firstAndSecondEvent(), "");
   host.bundle.setResource("LMRResources.bundle", std::nullopt);
-  EXPECT_EQ(shown + firstAndSecondEvent(), "");
+  EXPECT_EQ(firstAndSecondEvent(), "");
   EXPECT_EQ(logWith("LumoraSDK-").size(), 2U) << "one line for each of the latter two";
-  EXPECT_EQ(storedEvents().size(), 1U + 2 * 6);
 }
 
 TEST_F(LMRInAppHandlerTest, TapsByFrequencyAndButtonType) {
-  const std::string ready = "c1 1/0";
+  const auto state = [this] {
+    return storedCampaigns() + (handler.lmrInappEvents()->contains("open") ? " offered" : "");
+  };
+  const std::string ready = "c1 1/0 offered";
   const std::tuple<const char*, int, int, std::string, std::string> cases[] = {
       {"everytime", 1, 102, ready, ready},
       {"once_per_session", 2, 101, "c1 0/0", ready},
@@ -126,11 +126,9 @@ TEST_F(LMRInAppHandlerTest, TapsByFrequencyAndButtonType) {
     LMRTappable button{"c1", code, type, {}, type == 101 ? std::optional("close") : std::nullopt};
     handler.buttonAction(button);
     logger().startSession("another");
-    EXPECT_EQ(storedCampaigns(), afterTap) << name << type;
-    EXPECT_EQ(handler.lmrInappEvents()->contains("open"), afterTap == ready) << name << type;
+    EXPECT_EQ(state(), afterTap) << name << type;
     logger().startSession("lmr_app_session");
-    EXPECT_EQ(storedCampaigns(), afterSession) << name << type;
-    EXPECT_EQ(handler.lmrInappEvents()->contains("open"), afterSession == ready) << name << type;
+    EXPECT_EQ(state(), afterSession) << name << type;
     logger().discardAllSessions();
   }
   EXPECT_EQ(host.queues.pendingMainCount(), 0U) << "no link is opened";
@@ -138,8 +136,8 @@ TEST_F(LMRInAppHandlerTest, TapsByFrequencyAndButtonType) {
 
 TEST_F(LMRInAppHandlerTest, ScreensEndOnTheMainThreadTheirElementsWithThem) {
   const auto endsAfterTap = [this] {
-    LMRTappable& element = root->presented->element;
-    element = {"c1", 5, 102, root->presented, "acme.example/a"};
+    LMRTappable& element = Screen::presented->element;
+    element = {"c1", 5, 102, Screen::presented, "acme.example/a"};
     handler.buttonAction(element);
     return Screen::ends;
   };
@@ -156,36 +154,12 @@ TEST_F(LMRInAppHandlerTest, ScreensEndOnTheMainThreadTheirElementsWithThem) {
   event("open");
   const auto shown = handler.message();
   lumora().serialQueue().async([last = shown->inAppViewController()]() mutable { last.reset(); });
-  root->presented.reset();
+  Screen::presented.reset();
   host.queues.runSerialQueues();
   EXPECT_EQ(Screen::ends, "main main ");
   host.queues.runMainQueue();
   EXPECT_EQ(Screen::ends, "main main main ");
   EXPECT_FALSE(shown->inAppViewController());
-}
-
-TEST_F(LMRInAppHandlerTest, WithdrawnCampaignIsNotShownAgain) {
-  offer();
-  host.bundle.setLayout("resources", "LMRInApp", nullptr);
-  const auto full = handler.lmrInappEvents();
-  std::atomic<int> calls = 0;
-  std::atomic<bool> isDone = false;
-  std::thread events([&] {
-    for (; !isDone; ++calls) handler.currentEvent({{"name", "open"}});
-  });
-  bool isShown = false;
-  for (int round = 0; round < 2000 && !isShown; ++round) {
-    handler.setOnScreen(true);
-    handler.setLmrInappEvents(full);
-    // What a tap does: the campaign goes, then the screen. After one more whole event nothing may be shown.
-    handler.setLmrInappEvents(std::make_shared<LMRInAppHandler::EventMap>());
-    handler.setOnScreen(false);
-    for (const int seen = calls; calls < seen + 2;) std::this_thread::yield();
-    isShown = handler.onScreen();
-  }
-  isDone = true;
-  events.join();
-  EXPECT_FALSE(isShown);
 }
 
 TEST_F(LMRInAppHandlerTest, SyncsEventsSessionsAndTapsAtOnce) {
@@ -206,6 +180,75 @@ TEST_F(LMRInAppHandlerTest, SyncsEventsSessionsAndTapsAtOnce) {
   });
   for (std::thread* thread : {&sync, &events, &sessions}) thread->join();
   EXPECT_EQ(storedEvents().size(), 1 + 2 * rounds);
+}
+
+/// Two campaigns, one of them with pictures, whose downloads nobody else may have to wait for.
+class CampaignPicturesTest : public LumoraTest {
+ protected:
+  CampaignPicturesTest() {
+    host.imageDecoder.setPredicate([](std::string_view bytes) { return bytes == "image"; });
+    host.urlLoader.setHandler([this](const URLRequest& request) {
+      if (!request.url.starts_with("https://i.example/")) return URLResponse{200, {}, syncAnswer, {}};
+      EXPECT_FALSE(host.queues.isMainThread());
+      others.push_back(std::async(std::launch::async, [] { logger().reportAppOpen(); }));
+      EXPECT_EQ(others.back().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+      fetched += request.url.substr(18) + ' ';
+      const bool isThere = isOnline && request.url.find("bg") == std::string::npos;
+      return URLResponse{200, {}, isThere ? "image" : "", {}};
+    });
+    initialise();
+    syncAnswer = *writeJSON(Dictionary{{"success", true}, {"inapp", List{pictured, plainCampaign()}}});
+    resync(10);
+  }
+
+  /// The events that a campaign waits for, what was fetched and why campaigns were dropped, since last asked.
+  std::string state() {
+    std::string text;
+    for (const char* event : {"open", "pic"}) {
+      if (handler.lmrInappEvents()->contains(std::string(event))) text += event + std::string(" ");
+    }
+    return text + "| " + std::exchange(fetched, "") + "| " + dropReasons(host.log);
+  }
+
+  LMRInAppHandler& handler = LMRInAppHandler::sharedInstance();
+  const Dictionary pictured =
+      campaignWithPictures(R"(cid="p";display_trigger="pic";layout/type="layout2";layout/primary_button/uri;)"
+                           "layout/secondary_button");
+  bool isOnline = true;
+  std::string fetched;
+  std::vector<std::future<void>> others;
+};
+
+TEST_F(CampaignPicturesTest, TapsAndEventsLeaveThemToTheQueueAndSessionsFetchThemFirst) {
+  // The background's picture never comes; it has a colour, and is tried once more by each refill.
+  EXPECT_EQ(state(), "open pic | bg img bg | ");
+  syncAnswer = accepted;
+  const auto tap = [this] {
+    LMRTappable button{"another", 2, 102, {}, {}};
+    handler.buttonAction(button);
+  };
+  const auto firstEvent = [this] {
+    handler.setLmrInappEvents(nullptr);
+    logger().reportCheckpoint("none", "custom", std::nullopt);
+  };
+  for (const auto& refill : {std::function<void()>(tap), std::function<void()>(firstEvent), {}}) {
+    for (const auto& [evicted, online, before, after] :
+         {std::tuple("none", true, "open pic | | ", "open pic | bg | "),
+          {"img", true, "open | | ", "open pic | bg img | "},
+          {"img", false, "open | | ", "open | bg img | image uri; "},
+          {"none", false, "open | | ", "open | bg img | image uri; "},
+          {"none", true, "open | | ", "open pic | bg img | "}}) {
+      host.files.remove(host.files.cachesDirectory() + "/p_" + evicted);
+      isOnline = online;
+      if (refill) {
+        refill();
+        EXPECT_EQ(state(), before) << evicted << online;
+      }
+      if (!refill) logger().discardAllSessions();
+      refill ? host.queues.runAll() : resync(10);
+      EXPECT_EQ(state(), after) << evicted << online;
+    }
+  }
 }
 
 }  // namespace

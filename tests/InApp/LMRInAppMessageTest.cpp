@@ -82,9 +82,7 @@ TEST_F(LMRInAppMessageTest, BadCampaignsOfAnAnswerCostOnlyThemselves) {
     campaigns.emplace_back(plainCampaign(changes));
   }
   syncAnswer = *writeJSON(Dictionary{{"success", true}, {"inapp", campaigns}});
-  advance(10);
-  lumora().appWillEnterForeground();
-  host.queues.runAll();
+  resync(10);
   EXPECT_EQ(host.log.count("LumoraSDK- Dropping campaign nil due to campaingId have nil or bad value"), 1U);
   EXPECT_EQ(dropReasons(host.log), "campaingId; status; type; image uri; ");
   EXPECT_EQ(storedCampaigns(), "12 1/0, last 1/0");
