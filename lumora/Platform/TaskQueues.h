@@ -10,7 +10,7 @@ namespace lumora {
 
 using Task = std::function<void()>;
 
-/// Runs tasks one at a time, in the order in which they were handed over.
+/// Runs tasks one at a time, in the order in which they were handed over. An empty task is ignored.
 ///
 /// Thread safety: every operation may be called from any thread, from a running task too.
 class LUMORA_EXPORT TaskQueue {

@@ -21,7 +21,10 @@ struct URLRequest {
   std::string body;
   /// How long the whole request may take. Without it a request fails after 60 seconds without a byte.
   std::optional<std::chrono::seconds> timeout;
-  /// Asks every cache on the way for a fresh answer.
+  /// Where there is no `timeout`: how long the whole request may take at most, however steadily its bytes
+  /// come. Without it that has no limit.
+  std::optional<std::chrono::seconds> longestTransfer;
+  /// Asks every cache on the way for a fresh answer (`Cache-Control: no-cache`, after the given headers).
   bool ignoresLocalCache = false;
   /// How many redirects are followed, to http and https only; 0 follows none.
   int maximumRedirects = 0;
@@ -35,6 +38,8 @@ inline constexpr std::string_view kURLErrorDomain = "NSURLErrorDomain";
 /// The codes of that domain that callers tell apart; a loader may report others.
 enum URLErrorCode : int {
   kURLErrorUnknown = -1,
+  /// The process is ending.
+  kURLErrorCancelled = -999,
   kURLErrorTimedOut = -1001,
   kURLErrorCannotFindHost = -1003,
   kURLErrorCannotConnectToHost = -1004,

@@ -40,6 +40,7 @@ std::string download(const std::string& url) {
   URLRequest request;
   request.url = url;
   request.maximumRedirects = maximumRedirects;
+  request.longestTransfer = std::chrono::minutes(5);
   URLResponse response = platform().urlLoader.load(request);
   return response.error ? std::string() : std::move(response.body);
 }

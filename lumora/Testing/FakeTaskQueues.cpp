@@ -82,11 +82,13 @@ class FakeTaskQueues::Queue : public TaskQueue {
   std::string label() const override { return label_; }
 
   void async(Task task) override {
+    if (!task) return;
     Lock lock(state_->mutex);
     waiting_->tasks.push_back(std::move(task));
   }
 
   void sync(const Task& task) override {
+    if (!task) return;
     const std::shared_ptr<State> state = state_;
     const bool isOwnThread = waiting_->isMain && isMainThread();
     if (!isOwnThread) runPending();

@@ -45,6 +45,7 @@ TEST_F(ImageCacheTest, FileNamesDownloadsAndAFullDisk) {
   EXPECT_EQ(cache.getFileFromLocal("h://i/b.png", "7"), "i");
   EXPECT_EQ(cache.getFileFromLocal("h://i/p", "7"), std::nullopt);
   EXPECT_EQ(host.urlLoader.requests().back().maximumRedirects, 5);
+  EXPECT_EQ(host.urlLoader.requests().back().longestTransfer, std::chrono::minutes(5));
   EXPECT_EQ(files(), (Texts{"12_b.png", "7_", "7_a%2F?b=c#d", "7_b.png"}));
 }
 

@@ -1,6 +1,5 @@
 #include "lumora/Platform/Linux/CurlURLLoader.h"
 
-#include <curl/curl.h>
 #include <ifaddrs.h>
 #include <net/if.h>
 
@@ -14,12 +13,15 @@
 
 #include "lumora/Platform/ASCII.h"
 #include "lumora/Platform/Linux/BrokenPipeGuard.h"
+#include "lumora/Platform/Linux/CurlHandle.h"
+#include "lumora/Platform/Linux/ProcessEnd.h"
 
 namespace lumora {
 namespace {
 
 constexpr long kSilenceLimitSeconds = 60;
 constexpr std::string_view kNoAnswer = "The connection was lost before an answer came.";
+constexpr std::string_view kProcessEnds = "The program is ending.";
 
 struct ListDeleter {
   void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
@@ -41,7 +43,8 @@ struct Transfer {
   URLResponse response = {};
   std::size_t bodyBytesSent = 0;
   long attempts = 0;
-  bool hasWholeHead = false;
+  /// Where the answer is: an interim answer (1xx) and that of a redirect are followed by a further one.
+  enum class Stage { beforeHead, inInterimHead, inHead, afterHead } stage = Stage::beforeHead;
   bool isTooLarge = false;
   std::array<char, CURL_ERROR_SIZE> errorText = {};
 };
@@ -80,18 +83,21 @@ std::size_t receiveBody(char* data, std::size_t size, std::size_t count, void* c
 }
 
 std::size_t receiveHeader(char* data, std::size_t size, std::size_t count, void* context) {
+  using enum Transfer::Stage;
   auto& transfer = *static_cast<Transfer*>(context);
   URLResponse& response = transfer.response;
   const std::string_view line(data, size * count);
-  if (trimmed(line).empty()) transfer.hasWholeHead = true;
+  const auto colon = line.find(':');
   try {
-    const auto colon = line.find(':');
-    if (line.starts_with("HTTP/")) {
-      // A new answer begins; that of the redirect before it does not count.
-      transfer.hasWholeHead = false;
+    if (transfer.stage == beforeHead) {
+      // The status line. What an earlier answer said does not count.
+      const auto blank = line.find(' ');
+      transfer.stage = blank != line.npos && line.substr(blank + 1).starts_with('1') ? inInterimHead : inHead;
       response.headers.clear();
       response.body.clear();
-    } else if (colon != std::string_view::npos) {
+    } else if (trimmed(line).empty()) {
+      if (transfer.stage != afterHead) transfer.stage = transfer.stage == inHead ? afterHead : beforeHead;
+    } else if (colon != line.npos) {
       response.headers.emplace_back(trimmed(line.substr(0, colon)), trimmed(line.substr(colon + 1)));
     }
   } catch (const std::exception&) {
@@ -104,6 +110,7 @@ std::size_t receiveHeader(char* data, std::size_t size, std::size_t count, void*
 /// connection turns out to be dead, though the service may have acted on it already.
 int allowOneAttempt(void* context, char*, char*, int, int) {
   auto& transfer = *static_cast<Transfer*>(context);
+  transfer.stage = Transfer::Stage::beforeHead;
   long redirects = 0;
   curl_easy_getinfo(transfer.handle, CURLINFO_REDIRECT_COUNT, &redirects);
   return ++transfer.attempts <= redirects + 1 ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
@@ -135,22 +142,28 @@ StringList headerList(const URLRequest& request) {
     if (name.empty() || (name + value).find_first_of(lineBreaks) != std::string::npos) continue;
     append(list, trimmed(value).empty() ? name + ";" : name + ": " + value);
   }
+  if (request.ignoresLocalCache && !isGiven("Cache-Control")) append(list, "Cache-Control: no-cache");
   return list;
 }
 
-void setTimeouts(CURL* handle, const URLRequest& request) {
-  if (!request.timeout) {
-    curl_easy_setopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    curl_easy_setopt(handle, CURLOPT_LOW_SPEED_TIME, kSilenceLimitSeconds);
-    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, kSilenceLimitSeconds);
-    return;
-  }
+long milliseconds(std::chrono::seconds limit) {
   // 0 would mean no limit to curl, and its limit is an int of milliseconds.
   constexpr std::chrono::seconds longest(std::numeric_limits<int>::max() / 1000);
-  const auto timeout = std::clamp(*request.timeout, std::chrono::seconds(0), longest);
-  const long milliseconds = std::max(1L, static_cast<long>(std::chrono::milliseconds(timeout).count()));
-  curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, milliseconds);
-  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
+  const std::chrono::milliseconds clamped = std::clamp(limit, std::chrono::seconds(0), longest);
+  return std::max(1L, static_cast<long>(clamped.count()));
+}
+
+void setTimeouts(CURL* handle, const URLRequest& request) {
+  if (request.timeout) {
+    curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, milliseconds(*request.timeout));
+    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, milliseconds(*request.timeout));
+    return;
+  }
+  curl_easy_setopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
+  curl_easy_setopt(handle, CURLOPT_LOW_SPEED_TIME, kSilenceLimitSeconds);
+  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, kSilenceLimitSeconds);
+  if (request.longestTransfer)
+    curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, milliseconds(*request.longestTransfer));
 }
 
 void setSecurity(CURL* handle, const std::string& certificateAuthorityFile) {
@@ -255,14 +268,16 @@ TransportError transportError(const Transfer& transfer, CURLcode result) {
   return transportError(errorCode(transfer.handle, result), text.empty() ? curl_easy_strerror(result) : text);
 }
 
-URLResponse perform(Transfer& transfer) {
-  const CURLcode result = curl_easy_perform(transfer.handle);
+URLResponse perform(CurlHandle& handle, Transfer& transfer) {
+  const CURLcode result = handle.perform();
   long status = 0;
   curl_easy_getinfo(transfer.handle, CURLINFO_RESPONSE_CODE, &status);
   transfer.response.statusCode = static_cast<int>(status);
-  if (result != CURLE_OK) {
+  if (result != CURLE_OK && ProcessEnd::hasBegun()) {
+    transfer.response.error = transportError(kURLErrorCancelled, kProcessEnds);
+  } else if (result != CURLE_OK) {
     transfer.response.error = transportError(transfer, result);
-  } else if (!transfer.hasWholeHead) {
+  } else if (transfer.stage != Transfer::Stage::afterHead) {
     // To curl an answer that ends within its headers is one.
     transfer.response.error = transportError(kURLErrorUnknown, kNoAnswer);
   }
@@ -271,43 +286,48 @@ URLResponse perform(Transfer& transfer) {
 
 /// Once for the process; later calls only read the result.
 bool initialiseCurl() {
-  static const bool isReady = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+  static const bool isReady = [] {
+    const bool isInitialised = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+    // After the TLS library has registered its exit handlers: ours runs before them.
+    ProcessEnd::watch();
+    return isInitialised;
+  }();
   return isReady;
 }
 
-URLResponse failed(std::string_view description) {
+URLResponse failed(std::string_view description, int code = kURLErrorUnknown) {
   URLResponse response;
-  response.error = transportError(kURLErrorUnknown, description);
+  response.error = transportError(code, description);
   return response;
 }
 
 }  // namespace
 
-void CurlURLLoader::HandleDeleter::operator()(void* handle) const noexcept {
-  curl_easy_cleanup(handle);
-}
-
 CurlURLLoader::CurlURLLoader(std::string certificateAuthorityFile, std::string connectTo)
-    : certificateAuthorityFile_(std::move(certificateAuthorityFile)), connectTo_(std::move(connectTo)) {}
+    : certificateAuthorityFile_(std::move(certificateAuthorityFile)), connectTo_(std::move(connectTo)) {
+  initialiseCurl();
+}
 
 CurlURLLoader::~CurlURLLoader() {
   // Closing a TLS connection writes to it.
   const BrokenPipeGuard guard;
   const Lock lock(mutex_);
+  // The TLS library may be gone while the process ends.
+  if (ProcessEnd::hasBegun()) static_cast<void>(keptHandle_.release());
   keptHandle_.reset();
 }
 
-CurlURLLoader::Handle CurlURLLoader::takeHandle() {
+std::unique_ptr<CurlHandle> CurlURLLoader::takeHandle() {
   {
     const Lock lock(mutex_);
     if (keptHandle_) return std::move(keptHandle_);
   }
-  return Handle(curl_easy_init());
+  return CurlHandle::make();
 }
 
-void CurlURLLoader::keepHandle(Handle handle) {
+void CurlURLLoader::keepHandle(std::unique_ptr<CurlHandle> handle) {
   // Forgets this request's options, and with them the pointers to it; the connection stays open.
-  curl_easy_reset(handle.get());
+  handle->reset();
   const Lock lock(mutex_);
   if (!keptHandle_) keptHandle_ = std::move(handle);
 }
@@ -316,26 +336,30 @@ URLResponse CurlURLLoader::load(const URLRequest& request) try {
   if (!hasWebScheme(request.url) || request.url.find('\0') != std::string::npos)
     return failed("Unsupported URL.");
   const BrokenPipeGuard guard;
+  // Begins before the look at the process's end and outlives the handle, whose connections may be closed
+  // here.
+  const ProcessEnd::Transfer underWay;
+  if (ProcessEnd::hasBegun()) return failed(kProcessEnds, kURLErrorCancelled);
   if (!initialiseCurl()) return failed("The HTTP library cannot be used.");
-  Handle handle = takeHandle();
+  std::unique_ptr<CurlHandle> handle = takeHandle();
   if (!handle) return failed("Not enough memory.");
 
-  Transfer transfer{request, handle.get()};
+  Transfer transfer{request, handle->easy()};
   const StringList headers = headerList(request);
   StringList connectTo;
   setCallbacks(transfer);
-  setDestination(handle.get(), request);
-  setSecurity(handle.get(), certificateAuthorityFile_);
-  setMethod(handle.get(), request);
-  setTimeouts(handle.get(), request);
+  setDestination(handle->easy(), request);
+  setSecurity(handle->easy(), certificateAuthorityFile_);
+  setMethod(handle->easy(), request);
+  setTimeouts(handle->easy(), request);
   if (!connectTo_.empty()) {
     append(connectTo, "::" + connectTo_);
-    curl_easy_setopt(handle.get(), CURLOPT_CONNECT_TO, connectTo.get());
-    curl_easy_setopt(handle.get(), CURLOPT_NOPROXY, "*");
+    curl_easy_setopt(handle->easy(), CURLOPT_CONNECT_TO, connectTo.get());
+    curl_easy_setopt(handle->easy(), CURLOPT_NOPROXY, "*");
   }
-  curl_easy_setopt(handle.get(), CURLOPT_HTTPHEADER, headers.get());
+  curl_easy_setopt(handle->easy(), CURLOPT_HTTPHEADER, headers.get());
 
-  URLResponse response = perform(transfer);
+  URLResponse response = perform(*handle, transfer);
   keepHandle(std::move(handle));
   return response;
 } catch (const std::exception& error) {

@@ -10,6 +10,7 @@
 
 #include "lumora/Platform/Linux/FileDescriptor.h"
 #include "lumora/Platform/Linux/LinuxTaskQueues.h"
+#include "lumora/Platform/Linux/ProcessEnd.h"
 #include "lumora/Platform/Linux/RunTask.h"
 #include "lumora/Platform/Mutex.h"
 
@@ -31,6 +32,12 @@ struct LinuxMainQueue::State {
     wake.notify_one();
   }
 
+  /// Whether `stop` was called since the loop last ended; it counts no more then.
+  bool takeStop() {
+    Lock lock(mutex);
+    return std::exchange(isStopping, false);
+  }
+
   std::optional<Task> pop() {
     Lock lock(mutex);
     return popLocked();
@@ -39,7 +46,9 @@ struct LinuxMainQueue::State {
   /// Waits for a task; nothing once the loop is to stop.
   std::optional<Task> waitAndPop() {
     Lock lock(mutex);
-    while (tasks.empty() && !isStopping) wake.wait(mutex);
+    // While the process ends this thread stays here: returning to the host would let it end the process
+    // twice.
+    while ((tasks.empty() || ProcessEnd::hasBegun()) && !isStopping) wake.wait(mutex);
     if (std::exchange(isStopping, false)) return std::nullopt;
     return popLocked();
   }
@@ -62,7 +71,7 @@ struct LinuxMainQueue::State {
 
  private:
   std::optional<Task> popLocked() LUMORA_REQUIRES(mutex) {
-    if (tasks.empty()) return std::nullopt;
+    if (tasks.empty() || ProcessEnd::hasBegun()) return std::nullopt;
     std::optional<Task> task(std::move(tasks.front()));
     tasks.pop_front();
     ++runningTasks;
@@ -86,10 +95,11 @@ std::string LinuxMainQueue::label() const {
 }
 
 void LinuxMainQueue::async(Task task) {
-  state_->push(std::move(task));
+  if (task) state_->push(std::move(task));
 }
 
 void LinuxMainQueue::sync(const Task& task) {
+  if (ProcessEnd::hasBegun()) return;
   if (isMainThread()) {
     runTask(task);  // Waiting for itself, the thread would never come to it.
   } else {
@@ -98,6 +108,12 @@ void LinuxMainQueue::sync(const Task& task) {
 }
 
 void LinuxMainQueue::run() {
+  if (ProcessEnd::hasBegun()) return;
+  if (state_->takeStop()) {
+    runPending();
+    state_->takeStop();  // A stop by one of these tasks has what it asked for.
+    return;
+  }
   while (std::optional<Task> task = state_->waitAndPop()) state_->finish(task);
 }
 

@@ -9,20 +9,38 @@
 #include <system_error>
 #include <utility>
 
+#include "lumora/Platform/Linux/ProcessEnd.h"
 #include "lumora/Platform/Linux/RunTask.h"
 #include "lumora/Platform/Linux/SignalBlocker.h"
 
 namespace lumora {
 
+void TaskCounter::add() noexcept {
+  ++count_;
+  ProcessEnd::begin(ProcessEnd::Work::task);
+}
+
+void TaskCounter::finish(std::size_t count) noexcept {
+  if (count == 0) return;
+  quietSince_ = Clock::now().time_since_epoch().count();
+  count_ -= count;
+  ProcessEnd::finish(ProcessEnd::Work::task, count);
+}
+
+std::chrono::steady_clock::duration TaskCounter::quietTime() const noexcept {
+  if (!isZero()) return {};
+  return Clock::now().time_since_epoch() - Clock::duration(quietSince_);
+}
+
 struct LinuxSerialQueue::State {
-  explicit State(std::shared_ptr<std::atomic<std::size_t>> counter) : unfinishedTasks(std::move(counter)) {}
+  explicit State(std::shared_ptr<TaskCounter> counter) : unfinishedTasks(std::move(counter)) {}
 
   void push(Task task) {
     bool wakeWorker = false;
     {
       Lock lock(mutex);
       if (isEnding) return;
-      ++*unfinishedTasks;
+      unfinishedTasks->add();
       tasks.push_back(std::move(task));
       wakeWorker = std::exchange(isWorkerAsleep, false);
     }
@@ -33,7 +51,7 @@ struct LinuxSerialQueue::State {
   /// Waits for a task; nothing once the queue ends.
   std::optional<Task> pop() {
     Lock lock(mutex);
-    while (tasks.empty() && !isEnding) {
+    while ((tasks.empty() || ProcessEnd::isOver()) && !isEnding) {
       isWorkerAsleep = true;
       wake.wait(mutex);
     }
@@ -45,10 +63,11 @@ struct LinuxSerialQueue::State {
   }
 
   void work() {
+    ProcessEnd::markLibraryThread();
     while (std::optional<Task> task = pop()) {
       runTask(*task);
       task.reset();  // What the task holds goes before the task counts as finished.
-      --*unfinishedTasks;
+      unfinishedTasks->finish();
     }
   }
 
@@ -63,10 +82,10 @@ struct LinuxSerialQueue::State {
     wake.notify_one();
     const std::size_t count = dropped.size();
     dropped.clear();
-    *unfinishedTasks -= count;
+    unfinishedTasks->finish(count);
   }
 
-  const std::shared_ptr<std::atomic<std::size_t>> unfinishedTasks;
+  const std::shared_ptr<TaskCounter> unfinishedTasks;
   Mutex mutex;
   std::condition_variable_any wake;
   std::deque<Task> tasks LUMORA_GUARDED_BY(mutex);
@@ -74,8 +93,7 @@ struct LinuxSerialQueue::State {
   bool isEnding LUMORA_GUARDED_BY(mutex) = false;
 };
 
-LinuxSerialQueue::LinuxSerialQueue(std::string label,
-                                   std::shared_ptr<std::atomic<std::size_t>> unfinishedTasks)
+LinuxSerialQueue::LinuxSerialQueue(std::string label, std::shared_ptr<TaskCounter> unfinishedTasks)
     : label_(std::move(label)), state_(std::make_shared<State>(std::move(unfinishedTasks))) {}
 
 LinuxSerialQueue::~LinuxSerialQueue() {
@@ -94,6 +112,7 @@ std::string LinuxSerialQueue::label() const {
 }
 
 void LinuxSerialQueue::async(Task task) {
+  if (!task || !ProcessEnd::acceptsTasks()) return;
   // The task may destroy this queue before the call returns; the state lives on.
   const std::shared_ptr<State> state = state_;
   if (!hasWorker_) startWorker();
@@ -101,6 +120,7 @@ void LinuxSerialQueue::async(Task task) {
 }
 
 void LinuxSerialQueue::sync(const Task& task) {
+  if (!ProcessEnd::acceptsTasks()) return;
   runTaskAndWait(*this, task);
 }
 

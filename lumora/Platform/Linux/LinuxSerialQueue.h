@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <thread>
@@ -10,14 +11,29 @@
 
 namespace lumora {
 
+/// Counts the tasks that wait or run, over all queues that share it. Any thread.
+class TaskCounter {
+ public:
+  void add() noexcept;
+  void finish(std::size_t count = 1) noexcept;
+  bool isZero() const noexcept { return count_ == 0; }
+  /// How long ago the last of them finished; zero while there are any.
+  std::chrono::steady_clock::duration quietTime() const noexcept;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  std::atomic<std::size_t> count_ = 0;
+  std::atomic<Clock::rep> quietSince_ = Clock::now().time_since_epoch().count();
+};
+
 /// A serial queue with one thread, which starts with the first task and sleeps between tasks.
 ///
 /// The destructor drops the tasks that have not begun and waits for the one that runs, unless it is that task
-/// that destroys the queue.
+/// that destroys the queue. When the process has ended its wait for the tasks, no further one begins.
 class LinuxSerialQueue : public TaskQueue {
  public:
-  /// `unfinishedTasks` counts the tasks that wait or run, over all queues that share it.
-  LinuxSerialQueue(std::string label, std::shared_ptr<std::atomic<std::size_t>> unfinishedTasks);
+  LinuxSerialQueue(std::string label, std::shared_ptr<TaskCounter> unfinishedTasks);
   ~LinuxSerialQueue() override;
   LinuxSerialQueue(const LinuxSerialQueue&) = delete;
   LinuxSerialQueue& operator=(const LinuxSerialQueue&) = delete;

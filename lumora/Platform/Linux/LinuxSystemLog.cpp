@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "lumora/Platform/Linux/BrokenPipeGuard.h"
+#include "lumora/Platform/Linux/ProcessEnd.h"
 
 namespace lumora {
 namespace {
@@ -29,7 +30,7 @@ LinuxSystemLog::LinuxSystemLog(Sink sink)
 
 void LinuxSystemLog::write(std::string_view message) {
   if (sink_) {
-    sink_(message);
+    if (!ProcessEnd::hasBegun()) sink_(message);
   } else if (isStandardErrorOpen_) {
     // Message and line feed in one call, so that the lines of several threads do not mix.
     std::string line;

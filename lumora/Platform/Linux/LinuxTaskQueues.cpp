@@ -1,25 +1,19 @@
 #include "lumora/Platform/Linux/LinuxTaskQueues.h"
 
-#include <atomic>
 #include <utility>
 
 #include "lumora/Platform/Linux/LinuxSerialQueue.h"
 
 namespace lumora {
 
-struct LinuxTaskQueues::State {
-  std::atomic<std::size_t> unfinishedTasks = 0;
-};
-
 LinuxTaskQueues::LinuxTaskQueues(LinuxMainQueue& mainQueue)
-    : mainQueue_(mainQueue), state_(std::make_shared<State>()) {}
+    : mainQueue_(mainQueue), unfinishedTasks_(std::make_shared<TaskCounter>()) {}
 
 LinuxTaskQueues::~LinuxTaskQueues() = default;
 
 std::unique_ptr<TaskQueue> LinuxTaskQueues::makeSerialQueue(std::string label) {
   // The queue may outlive this object; it keeps the count alive.
-  return std::make_unique<LinuxSerialQueue>(
-      std::move(label), std::shared_ptr<std::atomic<std::size_t>>(state_, &state_->unfinishedTasks));
+  return std::make_unique<LinuxSerialQueue>(std::move(label), unfinishedTasks_);
 }
 
 TaskQueue& LinuxTaskQueues::mainQueue() {
@@ -31,7 +25,11 @@ bool LinuxTaskQueues::isMainThread() {
 }
 
 bool LinuxTaskQueues::areSerialQueuesIdle() const {
-  return state_->unfinishedTasks == 0;
+  return unfinishedTasks_->isZero();
+}
+
+std::chrono::steady_clock::duration LinuxTaskQueues::quietTime() const {
+  return unfinishedTasks_->quietTime();
 }
 
 }  // namespace lumora

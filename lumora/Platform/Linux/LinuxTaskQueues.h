@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -7,8 +8,11 @@
 
 namespace lumora {
 
+class TaskCounter;
+
 /// The main queue on Linux. It runs where the host says: `run()` on a thread that does nothing else, or
-/// `runPending()` from the host's own loop whenever `descriptor()` is readable (poll, GLib, Qt).
+/// `runPending()` from the host's own loop whenever `descriptor()` is readable (poll, GLib, Qt). Once the
+/// process is ending it runs no task any more.
 class LUMORA_EXPORT LinuxMainQueue : public TaskQueue {
  public:
   /// The calling thread becomes the main thread.
@@ -23,7 +27,8 @@ class LUMORA_EXPORT LinuxMainQueue : public TaskQueue {
 
   /// Runs tasks until `stop()` is called. Main thread only.
   void run();
-  /// Lets `run()` return once the task it is in has ended. Any thread.
+  /// Lets `run()` return once the task it is in has ended. Called while `run()` is not running, it lets the
+  /// next `run()` return once the tasks that wait then have run. Any thread.
   void stop();
   /// Runs the tasks that wait now, and returns how many they were. Main thread only; never blocks.
   std::size_t runPending();
@@ -48,11 +53,12 @@ class LUMORA_EXPORT LinuxTaskQueues : public TaskQueues {
   bool isMainThread() override;
   /// Whether no task waits or runs on any serial queue made here.
   bool areSerialQueuesIdle() const;
+  /// For how long that has been so; zero while a task waits or runs.
+  std::chrono::steady_clock::duration quietTime() const;
 
  private:
-  struct State;
   LinuxMainQueue& mainQueue_;
-  std::shared_ptr<State> state_;
+  const std::shared_ptr<TaskCounter> unfinishedTasks_;
 };
 
 }  // namespace lumora

@@ -14,6 +14,7 @@ void runTask(const Task& task) noexcept {
 }
 
 void runTaskAndWait(TaskQueue& queue, const Task& task) {
+  if (!task) return;
   auto done = std::make_shared<std::promise<void>>();
   const std::future<void> ended = done->get_future();
   queue.async([done = std::move(done), &task] {

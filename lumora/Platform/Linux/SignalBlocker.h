@@ -4,13 +4,16 @@
 
 namespace lumora {
 
-/// Blocks every signal on the calling thread while it lives. Threads that start meanwhile keep them blocked.
+/// Blocks signals on the calling thread while it lives. Threads that start meanwhile keep them blocked.
+/// Signals that a thread's own fault raises are let through, so that the host's crash reporter sees them.
 class SignalBlocker {
  public:
   SignalBlocker() noexcept {
-    sigset_t all;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &previous_);
+    sigset_t signals;
+    ::sigfillset(&signals);
+    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS})
+      ::sigdelset(&signals, fault);
+    ::pthread_sigmask(SIG_SETMASK, &signals, &previous_);
   }
   ~SignalBlocker() { ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
   SignalBlocker(const SignalBlocker&) = delete;

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstddef>
+
+namespace lumora {
+
+/// The library's behaviour when the process ends by `exit` or by a return from `main`.
+///
+/// From then on no host code is called, no request begins, and those under way are aborted. The end waits,
+/// one second at most in all, for the transfers to leave the libraries that they use and for the tasks that
+/// serial queues were given before. After that no task begins. `_exit`, `abort` and signals know nothing of
+/// all this.
+///
+/// A library thread that calls `exit` itself waits for no task: it is in one. It still waits for the aborted
+/// transfers of other threads, which would otherwise find their TLS library gone.
+///
+/// Thread safety: every operation may be called from any thread.
+class ProcessEnd {
+ public:
+  enum class Work { task, transfer };
+
+  /// Registers the exit handler. Exit handlers run in the reverse order of their registration, so whatever
+  /// has registered its own before this call is still there while the library comes to rest. May be called
+  /// again.
+  static void watch();
+  /// Whether the process is ending.
+  static bool hasBegun() noexcept;
+  /// Whether the wait is over too.
+  static bool isOver() noexcept;
+  /// Readable once the process is ending.
+  static int descriptor();
+
+  /// Work that the end waits for. A task counts from the moment it is handed over.
+  static void begin(Work work) noexcept;
+  static void finish(Work work, std::size_t count = 1) noexcept;
+  /// The calling thread is one of the library's own.
+  static void markLibraryThread() noexcept;
+  /// Whether a task that the calling thread hands over may still run: while the process ends, only what
+  /// follows from the tasks before.
+  static bool acceptsTasks() noexcept;
+
+  /// A transfer for the length of a scope.
+  class Transfer {
+   public:
+    Transfer() noexcept { begin(Work::transfer); }
+    ~Transfer() { finish(Work::transfer); }
+    Transfer(const Transfer&) = delete;
+    Transfer& operator=(const Transfer&) = delete;
+  };
+};
+
+}  // namespace lumora
