@@ -19,7 +19,7 @@ namespace lumora {
 namespace {
 
 /// How the program starts: in a session of its own, so that what happens to the host's terminal does not
-/// reach it, with no signal blocked, and with nothing to say on the host's standard output.
+/// reach it, with no signal blocked, and with none of the host's open files.
 class SpawnSetup {
  public:
   SpawnSetup() {
@@ -34,6 +34,8 @@ class SpawnSetup {
                                POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
     ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    ::posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    ::posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
   }
   ~SpawnSetup() {
     ::posix_spawn_file_actions_destroy(&actions);
