@@ -2,14 +2,20 @@
 
 #include <gtest/gtest.h>
 
+#include "lumora/Platform/Linux/BackgroundTasks.h"
 #include "lumora/Platform/Linux/LinuxApplication.h"
 #include "lumora/Testing/FakeApplication.h"
 
 namespace lumora::testing {
 namespace {
 
-struct ActiveLinuxApplication : LinuxApplication {
-  ActiveLinuxApplication() : LinuxApplication(ApplicationState::active, nullptr, nullptr) {}
+struct Queues {
+  LinuxMainQueue main;
+  LinuxTaskQueues queues{main};
+};
+
+struct ActiveLinuxApplication : Queues, LinuxApplication {
+  ActiveLinuxApplication() : LinuxApplication(ApplicationState::active, nullptr, nullptr, queues) {}
 };
 
 template <typename Implementation>
@@ -42,6 +48,27 @@ TYPED_TEST(ApplicationTest, ExpiresTheBackgroundTasksThatStillRun) {
   this->beginBackgroundTask(nullptr);
   this->expireBackgroundTasks();
   EXPECT_EQ(expired, "1") << "the first ends the second";
+}
+
+TEST(BackgroundTasksTest, EndHalfAMinuteAfterTheLastWorkAndAfterThreeMinutes) {
+  using std::chrono::seconds;
+  // The task's age, the quiet time before, and what is left, in seconds.
+  const int cases[][3] = {{0, 100, 30}, {29, 29, 1}, {29, 0, 30}, {31, 99, 0},
+                          {160, 5, 20}, {179, 0, 1}, {999, 0, 0}};
+  for (const auto& [age, quiet, left] : cases)
+    EXPECT_EQ(BackgroundTime{}.left(seconds(age), seconds(quiet)), seconds(left)) << age << " " << quiet;
+
+  const auto atWork = [] { return seconds(0); };
+  LinuxMainQueue main;
+  BackgroundTasks tasks(main, atWork, {.quiet = seconds(0)});
+  BackgroundTasks::Id task = 0;
+  task = tasks.begin([&] {
+    tasks.end(task);
+    main.stop();
+  });
+  main.run();
+  BackgroundTasks later(main, atWork, {.quiet = std::chrono::hours(1), .longest = std::chrono::hours(1)});
+  later.begin(nullptr);  // The destructor does not wait for the hour.
 }
 
 }  // namespace

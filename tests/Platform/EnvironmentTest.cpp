@@ -7,7 +7,9 @@
 
 #include "lumora/Platform/Linux/LinuxClock.h"
 #include "lumora/Platform/Linux/LinuxDevice.h"
+#include "lumora/Platform/Linux/LinuxNotifications.h"
 #include "lumora/Platform/Linux/TimeZoneName.h"
+#include "lumora/Testing/FakeSystemLog.h"
 
 namespace lumora::testing {
 namespace {
@@ -25,6 +27,18 @@ TEST(LinuxDeviceTest, TakesTheLocaleFromTheEnvironment) {
   }
   ::setenv("LANG", "de_DE.UTF-8", 1);
   EXPECT_EQ(LinuxDevice({}).preferredLanguages(), std::vector<std::string>{"de-DE"});
+  EXPECT_GE(std::stoi(LinuxDevice({}).systemVersion()), 10);
+}
+
+TEST(LinuxNotificationsTest, AMissingSchedulerGivesOneLine) {
+  FakeSystemLog log;
+  LinuxNotifications notifications(nullptr, nullptr, log);
+  notifications.addNotificationRequest(
+      {}, [&](const auto& error) { log.write("caller: " + error.value_or("")); });
+  notifications.addNotificationRequest({}, nullptr);
+  notifications.scheduleLocalNotification({});
+  EXPECT_EQ(log.messages(), (std::vector<std::string>{"caller: The host schedules no notifications.",
+                                                      "LumoraSDK-The host schedules no notifications."}));
 }
 
 TEST(TimeZoneNameTest, ComesFromTheVariable) {

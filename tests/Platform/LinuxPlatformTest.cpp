@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "lumora/Platform/Linux/LinuxTaskQueues.h"
 #include "tests/Support/TemporaryFolder.h"
 
 namespace lumora::testing {
@@ -29,6 +30,7 @@ TEST(LinuxPlatformTest, PutsItsFilesWhereTheDesktopWantsThem) {
   const LinuxPlatform host(options);
   EXPECT_EQ(host.platform().files.documentsDirectory(), "/elsewhere" + program + "/relative");
   EXPECT_EQ(host.platform().files.cachesDirectory(), folder / "home/.cache" + program + "/relative");
+  EXPECT_EQ(&platform().queues.mainQueue(), &LinuxPlatform::defaultInstance().mainQueue());
   EXPECT_FALSE(std::filesystem::exists(folder / "home")) << "nothing is written before it is needed";
 }
 

@@ -4,10 +4,14 @@
 
 namespace lumora {
 
-const Platform& defaultPlatform() {
+LinuxPlatform& LinuxPlatform::defaultInstance() {
   // Never destroyed: queues may still run while the process ends.
-  static const auto* const instance = new LinuxPlatform;
-  return instance->platform();
+  static auto* const instance = new LinuxPlatform;
+  return *instance;
+}
+
+const Platform& defaultPlatform() {
+  return LinuxPlatform::defaultInstance().platform();
 }
 
 }  // namespace lumora

@@ -5,7 +5,9 @@
 #include <utility>
 #include <vector>
 
+#include "lumora/Platform/Linux/BackgroundTasks.h"
 #include "lumora/Platform/Linux/DesktopURLOpener.h"
+#include "lumora/Platform/Linux/ProcessEnd.h"
 #include "lumora/Platform/Mutex.h"
 
 namespace lumora {
@@ -16,18 +18,18 @@ struct LinuxApplication::State {
   const RootViewControllerSource rootViewController;
   Mutex mutex;
   std::map<LifecycleNotification, std::vector<std::function<void()>>> observers LUMORA_GUARDED_BY(mutex);
-  std::map<BackgroundTaskId, std::function<void()>> backgroundTasks LUMORA_GUARDED_BY(mutex);
-  BackgroundTaskId lastBackgroundTask LUMORA_GUARDED_BY(mutex) = 0;
+  BackgroundTasks backgroundTasks;
 };
 
 LinuxApplication::LinuxApplication(ApplicationState initialState, URLOpener urlOpener,
-                                   RootViewControllerSource rootViewController)
-    : state_(new State{.applicationState = initialState,
-                       .openURL = urlOpener ? std::move(urlOpener) : URLOpener(openURLOnDesktop),
-                       .rootViewController = std::move(rootViewController),
-                       .mutex = {},
-                       .observers = {},
-                       .backgroundTasks = {}}) {}
+                                   RootViewControllerSource rootViewController, LinuxTaskQueues& queues)
+    : state_(
+          new State{.applicationState = initialState,
+                    .openURL = urlOpener ? std::move(urlOpener) : URLOpener(openURLOnDesktop),
+                    .rootViewController = std::move(rootViewController),
+                    .mutex = {},
+                    .observers = {},
+                    .backgroundTasks = {queues.mainQueue(), [&queues] { return queues.quietTime(); }, {}}}) {}
 
 LinuxApplication::~LinuxApplication() = default;
 
@@ -37,19 +39,11 @@ void LinuxApplication::observe(LifecycleNotification notification, std::function
 }
 
 Application::BackgroundTaskId LinuxApplication::beginBackgroundTask(std::function<void()> expirationHandler) {
-  Lock lock(state_->mutex);
-  const BackgroundTaskId task = ++state_->lastBackgroundTask;
-  state_->backgroundTasks.emplace(task, std::move(expirationHandler));
-  return task;
+  return state_->backgroundTasks.begin(std::move(expirationHandler));
 }
 
 void LinuxApplication::endBackgroundTask(BackgroundTaskId task) {
-  std::function<void()> handler;  // What it holds is let go after the mutex.
-  Lock lock(state_->mutex);
-  const auto entry = state_->backgroundTasks.find(task);
-  if (entry == state_->backgroundTasks.end()) return;
-  handler = std::move(entry->second);
-  state_->backgroundTasks.erase(entry);
+  state_->backgroundTasks.end(task);
 }
 
 ApplicationState LinuxApplication::state() {
@@ -73,6 +67,7 @@ void LinuxApplication::setState(ApplicationState state) {
 }
 
 void LinuxApplication::post(LifecycleNotification notification) {
+  if (ProcessEnd::hasBegun()) return;
   std::vector<std::function<void()>> handlers;
   {
     Lock lock(state_->mutex);
@@ -82,19 +77,7 @@ void LinuxApplication::post(LifecycleNotification notification) {
 }
 
 void LinuxApplication::expireBackgroundTasks() {
-  std::map<BackgroundTaskId, std::function<void()>> tasks;
-  {
-    Lock lock(state_->mutex);
-    tasks = state_->backgroundTasks;
-  }
-  for (const auto& [task, handler] : tasks) {
-    {
-      // An earlier handler may have ended this task.
-      Lock lock(state_->mutex);
-      if (!state_->backgroundTasks.contains(task)) continue;
-    }
-    if (handler) handler();
-  }
+  state_->backgroundTasks.expireAll();
 }
 
 }  // namespace lumora

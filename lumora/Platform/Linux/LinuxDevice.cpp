@@ -13,6 +13,10 @@
 namespace lumora {
 namespace {
 
+/// The number decides which notification service is used. A kernel's or a distribution's would decide it by
+/// chance; this one stands for a system that has the newer service.
+constexpr std::string_view kDefaultSystemVersion = "10.0";
+
 utsname systemNames() {
   utsname names{};
   ::uname(&names);
@@ -47,7 +51,7 @@ std::string LinuxDevice::model() {
 }
 
 std::string LinuxDevice::systemVersion() {
-  return description_.systemVersion ? *description_.systemVersion : systemNames().release;
+  return description_.systemVersion.value_or(std::string(kDefaultSystemVersion));
 }
 
 std::string LinuxDevice::name() {

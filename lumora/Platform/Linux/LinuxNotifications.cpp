@@ -1,22 +1,32 @@
 #include "lumora/Platform/Linux/LinuxNotifications.h"
 
+#include <string>
 #include <utility>
 
 namespace lumora {
+namespace {
 
-LinuxNotifications::LinuxNotifications(Scheduler scheduler, LocalScheduler localScheduler)
-    : scheduler_(std::move(scheduler)), localScheduler_(std::move(localScheduler)) {}
+constexpr const char* kNoScheduler = "The host schedules no notifications.";
+
+}  // namespace
+
+LinuxNotifications::LinuxNotifications(Scheduler scheduler, LocalScheduler localScheduler, SystemLog& log)
+    : scheduler_(std::move(scheduler)), localScheduler_(std::move(localScheduler)), log_(log) {}
 
 void LinuxNotifications::addNotificationRequest(const NotificationRequest& request, Completion completion) {
   if (scheduler_) {
     scheduler_(request, std::move(completion));
   } else if (completion) {
-    completion("The host schedules no notifications.");
+    completion(kNoScheduler);  // The caller logs it.
   }
 }
 
 void LinuxNotifications::scheduleLocalNotification(const LocalNotification& notification) {
-  if (localScheduler_) localScheduler_(notification);
+  if (localScheduler_) {
+    localScheduler_(notification);
+  } else {
+    log_.write(std::string("LumoraSDK-") + kNoScheduler);
+  }
 }
 
 }  // namespace lumora

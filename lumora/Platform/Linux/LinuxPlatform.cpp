@@ -60,10 +60,10 @@ struct LinuxPlatform::Services {
         settings(options.settingsFile),
         keychain(options.keychainFile),
         urlLoader(options.certificateAuthorityFile, options.connectTo),
-        application(options.initialState, options.urlOpener, options.rootViewController),
+        application(options.initialState, options.urlOpener, options.rootViewController, queues),
         bundle(options.info, options.localizedTexts, options.resourcesDirectory, options.layoutLoader),
         alerts(options.alertPresenter, log),
-        notifications(options.notificationScheduler, options.localNotificationScheduler),
+        notifications(options.notificationScheduler, options.localNotificationScheduler, log),
         device(describeDevice(options)),
         files(options.documentsDirectory, options.cachesDirectory) {}
 

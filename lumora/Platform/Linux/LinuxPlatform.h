@@ -38,7 +38,8 @@ struct LinuxPlatformOptions {
   /// The host's own wording of the library's texts, by the library's text.
   std::map<std::string, std::string, std::less<>> localizedTexts;
 
-  /// What the device information answers; what is not set is asked of the system.
+  /// What the device information answers; what is not set is asked of the system. The system version says
+  /// which notification service is used, the newer one from 10 on; not set, it is such a one.
   std::optional<std::string> model;
   std::optional<std::string> systemVersion;
   std::optional<std::string> deviceName;
@@ -62,7 +63,8 @@ struct LinuxPlatformOptions {
   std::function<bool(const URL& url)> urlOpener;
   /// Shows an alert. Main thread. Without one, alerts are written to the log.
   std::function<void(Alert alert)> alertPresenter;
-  /// Schedules notifications. Main thread. Without them scheduling fails with a description, or does nothing.
+  /// Schedules notifications: the first with system version 10 or newer, the second with an older one. Main
+  /// thread. Without the one that is needed no notification appears, and a line in the log says so.
   std::function<void(const NotificationRequest& request,
                      std::function<void(std::optional<std::string>)> completion)>
       notificationScheduler;
@@ -81,12 +83,23 @@ struct LinuxPlatformOptions {
 ///     lumora::installPlatform(host->platform());
 ///     …
 ///     host->mainQueue().run();
+///
+/// A host that installs no platform reaches the one that the library makes for itself by `defaultInstance`.
+///
+/// When the process ends by `exit` or by a return from `main`, none of the options' functions is called any
+/// more, a request under way is aborted, and what the host called before is stored; that takes a second at
+/// most.
 class LUMORA_EXPORT LinuxPlatform {
  public:
   explicit LinuxPlatform(LinuxPlatformOptions options = {});
   ~LinuxPlatform();
   LinuxPlatform(const LinuxPlatform&) = delete;
   LinuxPlatform& operator=(const LinuxPlatform&) = delete;
+
+  /// The platform, with default options, that the library uses when the host installs none. The first call
+  /// makes it, the library's own first use included: the thread of that call becomes the main thread. Never
+  /// destroyed.
+  static LinuxPlatform& defaultInstance();
 
   const Platform& platform() const noexcept;
   LinuxMainQueue& mainQueue() noexcept;
