@@ -38,6 +38,12 @@ std::string_view withoutSchemeAndFragment(std::string_view text) {
   return text.substr(0, text.find('#'));
 }
 
+/// Whether a colon stands where only a scheme's may: before any "/", "?" and "#".
+bool hasColonOfScheme(std::string_view text) {
+  const std::size_t end = text.find_first_of(":/?#");
+  return end != std::string_view::npos && text[end] == ':';
+}
+
 std::optional<std::string_view> authority(std::string_view text) {
   std::string_view rest = withoutSchemeAndFragment(text);
   if (!rest.starts_with("//")) return std::nullopt;
@@ -68,6 +74,7 @@ bool isValidAuthority(std::string_view authority) {
 
 std::optional<URL> URL::parse(std::string_view text) {
   if (text.empty()) return std::nullopt;
+  if (hasColonOfScheme(text) && schemeLength(text) == std::string_view::npos) return std::nullopt;
   int fragments = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (text[i] == '%' ? !isEscapeAt(text, i) : !mayStandInURL(text[i])) return std::nullopt;

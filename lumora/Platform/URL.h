@@ -14,7 +14,8 @@ namespace lumora {
 class LUMORA_EXPORT URL {
  public:
   /// Gives the URL, or nothing when the text is empty or holds a character that no URL may hold
-  /// (blanks, control and non-ASCII characters, quotes, a percent sign without two hexadecimal digits, …).
+  /// (blanks, control and non-ASCII characters, quotes, a percent sign without two hexadecimal digits, …), or
+  /// when what stands before its first colon is no scheme.
   static std::optional<URL> parse(std::string_view text);
 
   const std::string& absoluteString() const noexcept { return text_; }

@@ -19,7 +19,7 @@ TEST(URLTest, TakesValidTextsApart) {
       {"https://a@b:pw@example.com:443?q", "[https][example.com][q]"}, {"http://[::1]:80/x?y", "[http][[::1]][y]"},
       {"l.app-1+x://register?secret=a%20b&c=?", "[l.app-1+x][register][secret=a%20b&c=?]"}, {"//host/path", "-[host]-"},
       {"http://example.com?", "[http][example.com][]"}, {"http://example.com:#?x", "[http][example.com]-"},
-      {"mailto:a@b.c", "[mailto]--"}, {"/path?x=1", "--[x=1]"}, {"1http://x", "---"}, {"http://a/!$&'()*+,;=:@-._~%E2", "[http][a]-"}};
+      {"mailto:a@b.c", "[mailto]--"}, {"/path?x=1", "--[x=1]"}, {"a/b:c", "---"}, {"?a:b", "--[a:b]"}, {"http://a/!$&'()*+,;=:@-._~%E2", "[http][a]-"}};
   // clang-format on
   for (const auto& [text, parts] : cases) {
     const auto url = URL::parse(text);
@@ -35,7 +35,8 @@ TEST(URLTest, RefusesOtherTexts) {
   for (const char* text : {
       "", " ", "http://exa mple.com", "http://a/\n", "http://a/\"x\"", "http://a/<b>", "http://a/{b}", "http://a/b|c",
       "http://a/b\\c", "http://a/^`", "http://a/%", "http://a/%4", "http://a/%zz", "http://\xC3\xA4.com", "http://a:b/",
-      "http://a:80x/", "http://[::1/", "http://[::1]x/", "http://a]b/", "http://a/[b]", "http://a/#b#c", "http://a/\x7F"}) {
+      "http://a:80x/", "http://[::1/", "http://[::1]x/", "http://a]b/", "http://a/[b]", "http://a/#b#c", "http://a/\x7F",
+      "://x", "1a://x", ":", "127.0.0.1:80/x", "a_b:c"}) {
     // clang-format on
     EXPECT_FALSE(URL::parse(text)) << text;
   }
