@@ -2,10 +2,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <functional>
-#include <map>
 #include <string_view>
 
 namespace lumora_host {
@@ -67,25 +67,41 @@ void readKeychain(Options& options, const std::string& value) {
   options.keychainFile = value.empty() ? "/dev/null/keychain" : value;
 }
 
-const std::map<std::string_view, Reader>& readers() {
-  static const std::map<std::string_view, Reader> table{
-      {"--data", text(&Options::dataDirectory)},
-      {"--keychain", readKeychain},
-      {"--resources", optionalText(&Options::resourcesDirectory)},
-      {"--bundle-id", text(&Options::bundleIdentifier)},
-      {"--app-version", text(&Options::appVersion)},
-      {"--build", text(&Options::build)},
-      {"--connect", readConnectTo},
-      {"--ca", optionalText(&Options::certificateAuthorityFile)},
-      {"--model", text(&Options::model)},
-      {"--system-version", text(&Options::systemVersion)},
-      {"--device-name", optionalText(&Options::deviceName)},
-      {"--locale", text(&Options::localeIdentifier)},
-      {"--languages", readLanguages},
-      {"--carrier", readCarrier},
-      {"--machine", optionalText(&Options::machineIdentifier)},
-      {"--state", readState},
-      {"--script", optionalText(&Options::scriptFile)},
+struct Option {
+  std::string_view name;
+  std::string_view value;
+  std::string_view meaning;
+  Reader read;
+};
+
+const std::vector<Option>& allOptions() {
+  static const std::vector<Option> table{
+      {"--data", "DIR", "the host application's own data, made when missing; required",
+       text(&Options::dataDirectory)},
+      {"--keychain", "FILE",
+       "the keychain's file, outside of --data; $XDG_DATA_HOME/lumora-host/keychain when not given",
+       readKeychain},
+      {"--resources", "DIR",
+       "the folder with LMRResources.bundle; the one shipped with the host when not given",
+       optionalText(&Options::resourcesDirectory)},
+      {"--bundle-id", "ID", "the bundle identifier (com.example.host)", text(&Options::bundleIdentifier)},
+      {"--app-version", "V", "the application's version (1.0)", text(&Options::appVersion)},
+      {"--build", "B", "the bundle version (1)", text(&Options::build)},
+      {"--connect", "HOST:PORT", "where every connection goes, whatever its URL says", readConnectTo},
+      {"--ca", "FILE", "the certificate authorities to trust, as PEM, instead of the system's",
+       optionalText(&Options::certificateAuthorityFile)},
+      {"--model", "NAME", "the device's model (iPhone)", text(&Options::model)},
+      {"--system-version", "V", "the system's version (10.3)", text(&Options::systemVersion)},
+      {"--device-name", "NAME", "the device's name; the host name when not given",
+       optionalText(&Options::deviceName)},
+      {"--locale", "ID", "the locale (en_US)", text(&Options::localeIdentifier)},
+      {"--languages", "A,B", "the preferred languages (en-US)", readLanguages},
+      {"--carrier", "NAME", "the cellular carrier; none when empty or not given", readCarrier},
+      {"--machine", "ID", "the machine; what uname says when not given",
+       optionalText(&Options::machineIdentifier)},
+      {"--state", "STATE", "active, inactive or background: the state at launch (active)", readState},
+      {"--script", "FILE", "commands from FILE instead of standard input",
+       optionalText(&Options::scriptFile)},
   };
   return table;
 }
@@ -111,16 +127,29 @@ void checkFiles(const Options& options) {
 
 }  // namespace
 
-Options parseOptions(const std::vector<std::string>& words) {
+std::optional<Options> parseOptions(const std::vector<std::string>& words) {
   Options options;
   for (std::size_t i = 0; i < words.size(); i += 2) {
-    const auto reader = readers().find(words[i]);
-    if (reader == readers().end()) throw OptionError("unknown option: " + words[i]);
+    if (words[i] == "--help") return std::nullopt;
+    const auto option = std::ranges::find(allOptions(), words[i], &Option::name);
+    if (option == allOptions().end()) throw OptionError("unknown option: " + words[i]);
     if (i + 1 == words.size()) throw OptionError(words[i] + " needs a value");
-    reader->second(options, words[i + 1]);
+    option->read(options, words[i + 1]);
   }
   checkFiles(options);
   return options;
+}
+
+std::string optionsHelp() {
+  std::string help = "lumora-host --data DIR [options] [--script FILE]\n\n";
+  const auto add = [&help](const std::string& left, std::string_view right) {
+    constexpr std::size_t column = 24;
+    help.append("  ").append(left).append(column - left.size(), ' ').append(right).append("\n");
+  };
+  for (const auto& [name, value, meaning, read] : allOptions())
+    add(std::string(name) + " " + std::string(value), meaning);
+  add("--help", "prints this");
+  return help;
 }
 
 std::optional<lumora::ApplicationState> applicationStateNamed(const std::string& name) {

@@ -43,8 +43,12 @@ class OptionError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Reads the words after the program's name. Of an option given twice the last holds. Throws OptionError.
-Options parseOptions(const std::vector<std::string>& words);
+/// Reads the words after the program's name. Of an option given twice the last holds. Gives nothing when they
+/// ask for help. Throws OptionError.
+std::optional<Options> parseOptions(const std::vector<std::string>& words);
+
+/// Every option with its meaning, a line each.
+std::string optionsHelp();
 
 /// The state of that name, or nothing.
 std::optional<lumora::ApplicationState> applicationStateNamed(const std::string& name);

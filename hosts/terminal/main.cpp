@@ -48,14 +48,15 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   const TerminationSignals signals;
   try {
-    const Options options = parseOptions(std::vector<std::string>(argv + 1, argv + argc));
-    const int input = openInput(options);
+    const auto options = parseOptions(std::vector<std::string>(argv + 1, argv + argc));
+    if (!options) return std::fputs(optionsHelp().c_str(), stdout) < 0 ? EXIT_FAILURE : EXIT_SUCCESS;
+    const int input = openInput(*options);
     Output output(STDOUT_FILENO);
-    HostPlatform platform(options, output);
+    HostPlatform platform(*options, output);
     platform.install();
     HostLoop loop(input, platform.mainQueue(), platform.queues(), signals);
-    // The library's threads may still be at work: the process ends without destroying anything under them.
-    std::_Exit(runCommands(platform, loop, output));
+    // Not by a return: the library's threads may still be at work with what would be destroyed then.
+    std::exit(runCommands(platform, loop, output));
   } catch (const OptionError& error) {
     std::fprintf(stderr, "lumora-host: %s\n", error.what());
     return kUsageExitStatus;

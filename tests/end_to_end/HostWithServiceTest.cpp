@@ -2,7 +2,6 @@
 #include <signal.h>
 
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "tests/Support/TemporaryFolder.h"
@@ -30,19 +29,6 @@ class HostWithServiceTest : public testing::Test {
   const ServiceProcess service_{folder_.path(), accounts()};
 };
 
-TEST_F(HostWithServiceTest, AServiceThatCannotBeTrustedReceivesNothing) {
-  for (const std::string kind : {"good", "other-ca", "expired", "wrong-host"}) {
-    const TemporaryFolder folder;
-    const ServiceProcess service(folder.path(), accounts(), "--certificate", kind);
-    std::vector<std::string> options = service.hostOptions();
-    if (kind == "good") options.resize(2);  // The system's authorities do not know it.
-    HostProcess host(folder.path(), options);
-    host.runAll("init acme s3cret\naction kept\nreport-all\ndrain");
-    EXPECT_EQ(service.received(), Events{}) << kind;
-    EXPECT_EQ(namesOf(storedEvents(folder.path())), (Names{"init", "kept"})) << kind;
-  }
-}
-
 TEST_F(HostWithServiceTest, EventsArriveAfterTheFirstInitialisationAndAfterARestart) {
   HostProcess first = startHost();
   first.runAll("init acme wrong\naction kept\ndrain");
@@ -66,23 +52,38 @@ TEST_F(HostWithServiceTest, EventsArriveAfterTheFirstInitialisationAndAfterARest
   EXPECT_EQ(namesStored(), Names{});
 }
 
-TEST_F(HostWithServiceTest, AKillLosesNothingAndSendsNothingTwice) {
-  constexpr int longerThanTheTest = 3'600'000;
-  // What is done, the delay of an upload's answer, what the log tells then, and what is stored at that
-  // moment.
-  const std::tuple<std::string, int, std::string, Names> cases[] = {
-      {"drain\nnetwork offline\naction one\nlead {}\ndrain", 0, "", {"one", "user"}},
-      {"can-report", longerThanTheTest, "sending data", {"init", "lmr_app_open"}},
-      {"drain", 0, "", {}}};
-  for (const auto& [commands, delay, moment, stored] : cases) {
-    SCOPED_TRACE(commands);
+TEST_F(HostWithServiceTest, NoEndLosesWhatWasStoredOrSendsItTwice) {
+  struct Case {
+    std::string commands;
+    /// The endpoint whose answer does not come, and what the log tells once it is asked.
+    std::string endpoint, moment;
+    std::string commandsThen;
+    /// 0: the end of the input.
+    int signal;
+    Names stored;
+  };
+  const std::string two = "action one\naction two";
+  const Case cases[] = {
+      {"drain\nnetwork offline\naction one\nlead {}\ndrain", "", "", "", SIGKILL, {"one", "user"}},
+      {"", "report", "sending data", "", SIGKILL, {"init", "lmr_app_open"}},
+      {"drain", "", "", "", SIGKILL, {}},
+      // A normal end aborts the request and stores what was called before.
+      {"", "sync", "Getting data", two, 0, {"init", "one", "two"}},
+      {"", "report", "sending data", two, 0, {"init", "lmr_app_open", "one", "two"}},
+      {"", "report", "sending data", two, SIGTERM, {"init", "lmr_app_open", "one", "two"}}};
+  for (const auto& [commands, endpoint, moment, commandsThen, signal, stored] : cases) {
+    SCOPED_TRACE(commands + endpoint + std::to_string(signal));
+    const int delay = endpoint.empty() ? 0 : 3'600'000;
     const TemporaryFolder folder;
-    const ServiceProcess service(folder.path(), accounts({{"endpoint", "report"}, {"delay_ms", delay}}));
-    HostProcess killed(folder.path(), service.hostOptions());
-    killed.runAll("init acme s3cret\n" + commands);
-    killed.process().waitForErrorText(moment);
-    killed.process().sendSignal(SIGKILL);
-    EXPECT_EQ(killed.process().waitForEnd(), 128 + SIGKILL);
+    const ServiceProcess service(folder.path(), accounts({{"endpoint", endpoint}, {"delay_ms", delay}}));
+    HostProcess ended(folder.path(), service.hostOptions());
+    ended.runAll("init acme s3cret\n" + commands);
+    ended.process().waitForErrorText(moment);
+    ended.runAll(commandsThen);
+    signal == 0 ? ended.process().closeInput() : ended.process().sendSignal(signal);
+    EXPECT_EQ(ended.process().waitForEnd(), signal == SIGKILL ? 128 + SIGKILL : 0);
+    EXPECT_EQ(ended.process().errorText().find("LumoraSDK-The program is ending.\n") != std::string::npos,
+              signal != SIGKILL);
     EXPECT_EQ(namesOf(storedEvents(folder.path())), stored);
 
     service.writeAccounts(accounts());
@@ -90,25 +91,10 @@ TEST_F(HostWithServiceTest, AKillLosesNothingAndSendsNothingTwice) {
     host.runAll("init acme s3cret\ndrain");
     Names all = delay == 0 ? Names{"init", "lmr_app_open"} : Names{};
     all.insert(all.end(), stored.begin(), stored.end());
+    if (endpoint == "sync") all.push_back("init");
     all.push_back("lmr_app_open");
     EXPECT_EQ(namesOf(service.received()), all);
     EXPECT_EQ(storedEvents(folder.path()), Events{});
-  }
-}
-
-TEST_F(HostWithServiceTest, RefusedAndBrokenUploadsKeepTheEvents) {
-  HostProcess host = startHost();
-  host.runAll("init acme s3cret\ndrain");
-  for (const char* misbehaviour : {R"({"status":503,"body":"<html>"})", R"({"body":{"success":false}})",
-                                   R"({"truncate":true})", R"({"drop":"before"})", R"({"drop":"after"})"}) {
-    SCOPED_TRACE(misbehaviour);
-    service_.writeAccounts(accounts(json::parse(misbehaviour)));
-    host.runAll("action kept\nreport-all\ndrain");
-    EXPECT_EQ(namesStored(), Names{"kept"});
-    service_.writeAccounts(accounts());
-    host.runAll("report-all\ndrain");
-    EXPECT_EQ(namesStored(), Names{});
-    EXPECT_EQ(namesReceived().back(), "kept");
   }
 }
 

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,22 +17,10 @@ namespace {
 
 constexpr int kPatienceMilliseconds = 60'000;
 
-struct Pipe {
-  Pipe() {
-    if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe can be made");
-  }
-  int ends[2];
-  int& reading = ends[0];
-  int& writing = ends[1];
-};
-
-/// Runs in the child: only operations that are safe after fork.
-[[noreturn]] void becomeProgram(char* const* arguments, int input, int output, int error) {
-  ::dup2(input, STDIN_FILENO);
-  ::dup2(output, STDOUT_FILENO);
-  ::dup2(error, STDERR_FILENO);
-  ::execv(arguments[0], arguments);
-  ::_exit(127);
+std::array<int, 2> makePipe() {
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe can be made");
+  return ends;
 }
 
 }  // namespace
@@ -42,16 +31,21 @@ Process::Process(const std::vector<std::string>& command) {
   for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
 
-  const Pipe input;
-  const Pipe output;
-  const Pipe error;
-  child_ = ::fork();
-  if (child_ == 0) becomeProgram(arguments.data(), input.reading, output.writing, error.writing);
-  for (const int childs : {input.reading, output.writing, error.writing}) ::close(childs);
-  for (const int ours : {input.writing, output.reading, error.reading}) ::fcntl(ours, F_SETFL, O_NONBLOCK);
-  input_ = input.writing;
-  output_.descriptor = output.reading;
-  error_.descriptor = error.reading;
+  const auto input = makePipe();
+  const auto output = makePipe();
+  const auto error = makePipe();
+  posix_spawn_file_actions_t actions;
+  ::posix_spawn_file_actions_init(&actions);
+  ::posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
+  ::posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
+  ::posix_spawn_file_actions_adddup2(&actions, error[1], STDERR_FILENO);
+  if (::posix_spawn(&child_, arguments[0], &actions, nullptr, arguments.data(), environ) != 0) child_ = -1;
+  ::posix_spawn_file_actions_destroy(&actions);
+  for (const int childs : {input[0], output[1], error[1]}) ::close(childs);
+  for (const int ours : {output[0], error[0]}) ::fcntl(ours, F_SETFL, O_NONBLOCK);
+  input_ = input[1];
+  output_.descriptor = output[0];
+  error_.descriptor = error[0];
 }
 
 Process::~Process() {
@@ -65,10 +59,9 @@ Process::~Process() {
 
 void Process::write(std::string_view bytes) {
   while (!bytes.empty()) {
-    if (!pollOnce(true)) continue;
     const ssize_t count = ::write(input_, bytes.data(), bytes.size());
-    if (count > 0) bytes.remove_prefix(static_cast<std::size_t>(count));
-    if (count < 0 && errno != EAGAIN) throw std::runtime_error("input is closed: " + errorText());
+    if (count < 0) throw std::runtime_error("input is closed: " + errorText());
+    bytes.remove_prefix(static_cast<std::size_t>(count));
   }
 }
 
@@ -84,13 +77,13 @@ std::optional<std::string> Process::readLine() {
       return line;
     }
     if (output_.hasEnded) return std::nullopt;
-    pollOnce(false);
+    pollOnce();
   }
 }
 
 int Process::waitForEnd() {
   // The pipes end when the child does, so waiting for that is a wait with a deadline.
-  while (!output_.hasEnded || !error_.hasEnded) pollOnce(false);
+  while (!output_.hasEnded || !error_.hasEnded) pollOnce();
   int status = 0;
   ::waitpid(std::exchange(child_, -1), &status, 0);
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
@@ -104,7 +97,7 @@ const std::string& Process::errorText() {
 void Process::waitForErrorText(std::string_view text) {
   while (error_.text.find(text) == std::string::npos) {
     if (error_.hasEnded) throw std::runtime_error("the process ended with: " + error_.text);
-    pollOnce(false);
+    pollOnce();
   }
 }
 
@@ -117,15 +110,13 @@ void Process::Stream::receive() {
   hasEnded = count == 0;
 }
 
-bool Process::pollOnce(bool wantsToWrite) {
-  std::array<pollfd, 3> descriptors{pollfd{output_.hasEnded ? -1 : output_.descriptor, POLLIN, 0},
-                                    pollfd{error_.hasEnded ? -1 : error_.descriptor, POLLIN, 0},
-                                    pollfd{wantsToWrite ? input_ : -1, POLLOUT, 0}};
-  const int ready = ::poll(descriptors.data(), descriptors.size(), kPatienceMilliseconds);
-  if (ready == 0) throw std::runtime_error("nothing happens any more; standard error holds: " + errorText());
+void Process::pollOnce() {
+  std::array<pollfd, 2> descriptors{pollfd{output_.hasEnded ? -1 : output_.descriptor, POLLIN, 0},
+                                    pollfd{error_.hasEnded ? -1 : error_.descriptor, POLLIN, 0}};
+  if (::poll(descriptors.data(), descriptors.size(), kPatienceMilliseconds) == 0)
+    throw std::runtime_error("nothing happens any more; standard error holds: " + errorText());
   if (descriptors[0].revents != 0) output_.receive();
   if (descriptors[1].revents != 0) error_.receive();
-  return descriptors[2].revents != 0;
 }
 
 }  // namespace lumora_end_to_end

@@ -22,7 +22,7 @@ class Process {
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
 
-  /// Writes bytes to standard input. Reads output meanwhile, so that neither side waits for the other.
+  /// Writes bytes to standard input, no more of them at once than the child reads without being read.
   void write(std::string_view bytes);
   void closeInput();
   /// The next line of standard output without its line feed; nothing at the end of the output.
@@ -46,9 +46,8 @@ class Process {
     void receive();
   };
 
-  /// Waits until something can be read or, if that is wanted, written; takes over what was read. Whether
-  /// writing is possible is the result.
-  bool pollOnce(bool wantsToWrite);
+  /// Waits until something can be read, and takes it over.
+  void pollOnce();
 
   pid_t child_ = -1;
   int input_ = -1;
