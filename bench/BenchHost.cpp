@@ -85,6 +85,7 @@ BenchHost& BenchHost::installWithoutNetwork(const std::string& folder) {
                            .notifications = system.notifications,
                            .device = system.device,
                            .files = system.files,
+                           .sharedFiles = system.sharedFiles,
                            .clock = system.clock,
                            .log = system.log,
                            .uuids = system.uuids});

@@ -83,6 +83,7 @@ void HostPlatform::install() {
                            .notifications = system.notifications,
                            .device = system.device,
                            .files = system.files,
+                           .sharedFiles = system.sharedFiles,
                            .clock = clock_,
                            .log = system.log,
                            .uuids = system.uuids});

@@ -11,6 +11,7 @@
 #include "lumora/Platform/Keychain.h"
 #include "lumora/Platform/Notifications.h"
 #include "lumora/Platform/SettingsStore.h"
+#include "lumora/Platform/SharedFiles.h"
 #include "lumora/Platform/SystemLog.h"
 #include "lumora/Platform/TaskQueues.h"
 #include "lumora/Platform/URLLoader.h"
@@ -33,6 +34,7 @@ struct Platform {
   Notifications& notifications;
   Device& device;
   FileSystem& files;
+  SharedFiles& sharedFiles;
   Clock& clock;
   SystemLog& log;
   UUIDSource& uuids;

@@ -28,6 +28,11 @@ LMRDataManager::LMRDataManager() : sql_("ostrelab.sqlite") {
   sql_.closeDatabase();
 }
 
+std::string LMRDataManager::lockFilePath() {
+  Lock lock(databaseLock_);
+  return sql_.getDatabasePath() + ".lock";
+}
+
 void LMRDataManager::createTables() {
   sql_.doQuery(eventsTable);
   sql_.doQuery(campaignsTable);

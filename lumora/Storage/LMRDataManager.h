@@ -78,6 +78,10 @@ class LMRDataManager {
   /// The coerced value as compact JSON; nothing, with a line, when it still cannot be written.
   std::optional<std::string> JSONSerializeObject(const Value& object) const;
 
+  /// The lock file beside the database: who holds its lock (`FileLock`) keeps other processes, and other
+  /// threads of this one, from uploading and from moving a corrupt database aside. Saving never waits for it.
+  std::string lockFilePath();
+
   bool isQuerying() const noexcept { return isQuerying_; }
   RecursiveMutex& databaseLock() noexcept { return databaseLock_; }
 

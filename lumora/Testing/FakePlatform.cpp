@@ -25,8 +25,8 @@ FakePlatform& FakePlatform::install() {
 }
 
 Platform FakePlatform::platform() {
-  return {settings, keychain,      urlLoader, imageDecoder, queues, application, bundle,
-          alerts,   notifications, device,    files,        clock,  log,         uuids};
+  return {settings,      keychain, urlLoader, imageDecoder, queues, application, bundle, alerts,
+          notifications, device,   files,     sharedFiles,  clock,  log,         uuids};
 }
 
 }  // namespace lumora::testing

@@ -11,6 +11,7 @@
 #include "lumora/Testing/FakeKeychain.h"
 #include "lumora/Testing/FakeNotifications.h"
 #include "lumora/Testing/FakeSettingsStore.h"
+#include "lumora/Testing/FakeSharedFiles.h"
 #include "lumora/Testing/FakeSystemLog.h"
 #include "lumora/Testing/FakeTaskQueues.h"
 #include "lumora/Testing/FakeURLLoader.h"
@@ -50,6 +51,7 @@ class LUMORA_EXPORT FakePlatform {
   FakeNotifications notifications;
   FakeDevice device;
   FakeFileSystem files;
+  FakeSharedFiles sharedFiles;
   FakeClock clock;
   FakeSystemLog log;
   FakeUUIDSource uuids;

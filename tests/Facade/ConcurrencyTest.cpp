@@ -43,8 +43,8 @@ TEST(ConcurrencyTest, everyActionIsSentOrStoredExactlyOnce) {
   LinuxMainQueue mainQueue;
   LinuxTaskQueues queues(mainQueue);
   installPlatform({host.settings, host.keychain, host.urlLoader, host.imageDecoder, queues, host.application,
-                   host.bundle, host.alerts, host.notifications, host.device, host.files, host.clock,
-                   host.log, host.uuids});
+                   host.bundle, host.alerts, host.notifications, host.device, host.files, host.sharedFiles,
+                   host.clock, host.log, host.uuids});
   host.urlLoader.setHandler([&](const URLRequest& request) -> URLResponse {
     Lock lock(mutex);
     if (request.method == "POST") {

@@ -80,7 +80,7 @@ TEST(LocalDayTest, aDayBeginsWithItsFirstMoment) {
   ChangingClock clock(fakes.clock);
   installPlatform({fakes.settings, fakes.keychain, fakes.urlLoader, fakes.imageDecoder, fakes.queues,
                    fakes.application, fakes.bundle, fakes.alerts, fakes.notifications, fakes.device,
-                   fakes.files, clock, fakes.log, fakes.uuids});
+                   fakes.files, fakes.sharedFiles, clock, fakes.log, fakes.uuids});
   // clang-format off
   const std::tuple<double, int, int, std::map<std::string, double>> zones[] = {
       {1491062400, 11, 10, {{"2017-04-01", 1490965200}, {"2017-04-02", 1491051600}, {"2017-04-03", 1491141600},

@@ -15,6 +15,7 @@
 #include "lumora/Platform/Linux/LinuxKeychain.h"
 #include "lumora/Platform/Linux/LinuxNotifications.h"
 #include "lumora/Platform/Linux/LinuxSettingsStore.h"
+#include "lumora/Platform/Linux/LinuxSharedFiles.h"
 #include "lumora/Platform/Linux/LinuxSystemLog.h"
 #include "lumora/Platform/Linux/LinuxTaskQueues.h"
 #include "lumora/Platform/Linux/LinuxUUIDSource.h"
@@ -80,10 +81,12 @@ struct LinuxPlatform::Services {
   LinuxNotifications notifications;
   LinuxDevice device;
   LinuxFileSystem files;
+  LinuxSharedFiles sharedFiles;
   LinuxClock clock;
   LinuxUUIDSource uuids;
-  const Platform platform{settings, keychain,      urlLoader, imageDecoder, queues, application, bundle,
-                          alerts,   notifications, device,    files,        clock,  log,         uuids};
+  const Platform platform{settings,    keychain,    urlLoader, imageDecoder,  queues,
+                          application, bundle,      alerts,    notifications, device,
+                          files,       sharedFiles, clock,     log,           uuids};
 };
 
 LinuxPlatform::LinuxPlatform(LinuxPlatformOptions options)
