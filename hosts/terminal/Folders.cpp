@@ -29,8 +29,7 @@ DataFolders makeDataFolders(const std::string& directory) {
   if (!fs::is_directory(root, error)) throw OptionError("--data cannot be made a folder: " + directory);
 
   const DataFolders folders{root / "Documents", root / "Caches", root / "settings.json"};
-  // Whether these can be used is for the library to find out.
-  ::mkdir(folders.documents.c_str(), S_IRWXU);
+  // The library makes the documents folder; whether this one can be used it finds out.
   ::mkdir(folders.caches.c_str(), S_IRWXU);
   return folders;
 }

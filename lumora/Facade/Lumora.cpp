@@ -38,6 +38,7 @@ Lumora::Lumora()
       dataManager_(LMRDataManager::sharedInstance()),
       eventLogger_(LMREventLogger::sharedInstance()),
       networkManager_(LMRNetworkManager::sharedInstance()) {
+  dataManager_.storeLaterOn(*serialQueue_);
   appStoreEnvironment_ = !platform().bundle.pathForResource("embedded", "mobileprovision");
   LMRInAppHandler::sharedInstance().fetchOn(*serialInAppQueue_);
 }

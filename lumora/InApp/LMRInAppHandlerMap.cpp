@@ -9,13 +9,14 @@ namespace lumora {
 void LMRInAppHandler::refill(Lacking lacking) {
   // The store's lock is held from reading the rows to publishing the map: what it deletes meanwhile must not
   // come back with a map that was built before.
-  LMRDataManager::sharedInstance().getAllValidMessages([&](const std::vector<CampaignRow>& campaigns) {
-    auto events = std::make_shared<EventMap>();
-    for (const CampaignRow& row : campaigns) {
-      if (auto message = messageOf(row, lacking)) events->insert_or_assign(row.event, std::move(message));
-    }
-    setLmrInappEvents(std::move(events));
-  });
+  LMRDataManager::sharedInstance().getAllValidMessages(
+      [this, lacking](const std::vector<CampaignRow>& campaigns) {
+        auto events = std::make_shared<EventMap>();
+        for (const CampaignRow& row : campaigns) {
+          if (auto message = messageOf(row, lacking)) events->insert_or_assign(row.event, std::move(message));
+        }
+        setLmrInappEvents(std::move(events));
+      });
 }
 
 /// Null when the campaign is bad, or lacks a picture.

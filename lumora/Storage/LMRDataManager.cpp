@@ -1,31 +1,47 @@
 #include "lumora/Storage/LMRDataManager.h"
 
-#include "lumora/Platform/Platform.h"
+#include <utility>
+
+#include "lumora/Platform/FileLock.h"
+#include "lumora/Storage/DatabaseTables.h"
+#include "lumora/Util/Log.h"
 
 namespace lumora {
 namespace {
 
-constexpr const char* eventsTable =
-    "CREATE TABLE IF NOT EXISTS ostrel_events (_id INTEGER PRIMARY KEY, event TEXT NOT NULL);";
-constexpr const char* campaignsTable =
-    "CREATE TABLE IF NOT EXISTS lmro_inapp (_id INTEGER PRIMARY KEY AUTOINCREMENT NOT NULL, inapp_msg TEXT "
-    "NOT "
-    "NULL, campaignId TEXT NOT NULL unique, event TEXT NOT NULL,startTime TEXT NOT NULL, endTime TEXT NOT "
-    "NULL "
-    ",enable integer DEFAULT 1 , paused integer DEFAULT 0, inapp_frequency integer);";
+constexpr std::chrono::seconds longestWaitForProcess{10};
+
+/// What `WaitLater` keeps of its thread.
+struct Postponement {
+  int depth = 0;
+  bool hasLeftChanges = false;
+};
+thread_local Postponement postponement;
+
+DatabaseFault heldByOthers() {
+  return {DatabaseFault::Kind::busy, "another process holds it"};
+}
 
 }  // namespace
+
+LMRDataManager::WaitLater::WaitLater() {
+  ++postponement.depth;
+}
+
+LMRDataManager::WaitLater::~WaitLater() {
+  if (--postponement.depth == 0 && std::exchange(postponement.hasLeftChanges, false))
+    LMRDataManager::sharedInstance().storeWaiting();
+}
 
 LMRDataManager& LMRDataManager::sharedInstance() {
   static auto* const instance = new LMRDataManager;
   return *instance;
 }
 
+/// Makes the tables, without waiting for anybody: whoever comes next tries again.
 LMRDataManager::LMRDataManager() : sql_("ostrelab.sqlite") {
   Lock lock(databaseLock_);
-  sql_.openDatabase();
-  createTables();
-  sql_.closeDatabase();
+  attempt(Access::reads, [](OstrelSQLiteManager&) {});
 }
 
 std::string LMRDataManager::lockFilePath() {
@@ -33,28 +49,136 @@ std::string LMRDataManager::lockFilePath() {
   return sql_.getDatabasePath() + ".lock";
 }
 
-void LMRDataManager::createTables() {
-  sql_.doQuery(eventsTable);
-  sql_.doQuery(campaignsTable);
+/// Runs an operation that its caller needs done when this returns; false when it could not be.
+bool LMRDataManager::transact(Access access, const Operation& operation) {
+  DatabaseFault fault;
+  const bool isOver = tryUntilFree([&] {
+    Lock lock(databaseLock_);
+    if (!sql_.isInTransaction() && !storeUpTo(newestChange_)) return false;
+    fault = attempt(access, operation);
+    return fault.kind != DatabaseFault::Kind::busy;
+  });
+  if (isOver) return !fault;
+  Lock lock(databaseLock_);
+  report(heldByOthers());
+  return false;
 }
 
-bool LMRDataManager::hasTables() {
-  const auto found = sql_.getRowsForQuery(
-      "SELECT COUNT(*) FROM sqlite_master WHERE type='table' AND name IN ('ostrel_events', 'lmro_inapp')");
-  return !found.empty() && found.front().at("COUNT(*)").integerValue() == 2;
-}
-
-/// Opens the database for one operation. Where the tables could not be made at the start, or the file has
-/// gone since (a full disk, a folder that was missing, a file replaced by hand), they are made now.
-void LMRDataManager::openDatabase() {
-  if (!tablesAreThere_ || !platform().files.fileExists(sql_.getDatabasePath())) {
-    tablesAreThere_ = hasTables();
-    if (!tablesAreThere_) {
-      createTables();
-      tablesAreThere_ = hasTables();
+/// Runs an operation that nobody waits for, after those that wait already; `whenOver` is told how it ended.
+void LMRDataManager::change(Operation operation, Outcome whenOver) {
+  {
+    Lock lock(databaseLock_);
+    if (sql_.isInTransaction()) {  // Part of the operation under way.
+      operation(sql_);
+      if (whenOver) whenOver({});
+      return;
     }
+    waiting_.push_back({++newestChange_, std::move(operation), std::move(whenOver)});
   }
-  sql_.openDatabase();
+  storeWaiting();
+}
+
+void LMRDataManager::storeWaiting() {
+  std::uint64_t newest = 0;
+  {
+    Lock lock(databaseLock_);
+    newest = newestChange_;
+  }
+  const auto attempt = [&] {
+    Lock lock(databaseLock_);
+    return storeUpTo(newest);
+  };
+  if (!tryUntilFree(attempt)) giveUp(newest);
+}
+
+/// Tries until the attempt succeeds or the thread's time is over. No lock is held between two attempts.
+bool LMRDataManager::tryUntilFree(const std::function<bool()>& attempt) {
+  constexpr std::chrono::milliseconds pause(5);
+  if (attempt()) return true;
+  if (postponement.depth > 0) return false;
+  if (isStoringLater_ && platform().queues.isMainThread()) return false;
+  const auto limit = longestWait(longestWaitForProcess);
+  for (std::chrono::milliseconds waited(0); waited < limit; waited += pause) {
+    platform().clock.sleepFor(pause);
+    if (attempt()) return true;
+  }
+  return false;
+}
+
+/// Stores the changes up to a number; false when the database is busy.
+bool LMRDataManager::storeUpTo(std::uint64_t number) {
+  Lock lock(databaseLock_);
+  while (!waiting_.empty() && waiting_.front().number <= number) {
+    // Taken out first: an operation that throws is gone.
+    Change next = std::move(waiting_.front());
+    waiting_.pop_front();
+    const DatabaseFault fault = attempt(Access::writes, next.operation);
+    if (fault.kind == DatabaseFault::Kind::busy) {
+      waiting_.push_front(std::move(next));
+      return false;
+    }
+    if (next.whenOver) next.whenOver(fault);
+  }
+  if (waiting_.empty()) isStoringLater_ = false;
+  return true;
+}
+
+void LMRDataManager::giveUp(std::uint64_t number) {
+  if (postponement.depth > 0) {
+    postponement.hasLeftChanges = true;
+  } else if (!platform().queues.isMainThread()) {
+    drop(number);
+  } else if (TaskQueue* const queue = laterQueue_) {
+    isStoringLater_ = true;
+    queue->async([this] { storeWaiting(); });
+  }
+}
+
+/// Drops the changes up to a number: nothing waits without end.
+void LMRDataManager::drop(std::uint64_t number) {
+  Lock lock(databaseLock_);
+  std::size_t lost = 0;
+  for (; !waiting_.empty() && waiting_.front().number <= number; waiting_.pop_front(), ++lost) {
+    if (waiting_.front().whenOver) waiting_.front().whenOver(heldByOthers());
+  }
+  if (waiting_.empty()) isStoringLater_ = false;
+  if (lost == 0) return;
+  logLine("LumoraSDK-Another process holds the database {} for too long, changes lost: {}",
+          sql_.getDatabasePath(), lost);
+}
+
+/// One attempt, in the transaction under way if there is one. A corrupt file is replaced on the way.
+DatabaseFault LMRDataManager::attempt(Access access, const Operation& operation) {
+  if (sql_.isInTransaction()) {
+    operation(sql_);
+    return {};
+  }
+  DatabaseFault fault = runTransaction(access, operation);
+  if (fault.kind == DatabaseFault::Kind::corrupt) {
+    fault = replaceCorruptFile(fault.reason);
+    if (!fault) fault = runTransaction(access, operation);
+  }
+  if (fault && fault.kind != DatabaseFault::Kind::busy) report(fault);
+  return fault;
+}
+
+DatabaseFault LMRDataManager::runTransaction(Access access, const Operation& operation) {
+  if (DatabaseFault fault = provideTables()) return fault;
+  if (DatabaseFault fault = sql_.beginTransaction(access)) return fault;
+  operation(sql_);
+  // Whoever replaced the file took the tables along. The whole is done again on the mended one.
+  if (sql_.hasFailedStatement() && schemaOf(sql_) != DatabaseSchema::whole)
+    sql_.failTransaction({DatabaseFault::Kind::corrupt, "its tables are not there"});
+  const bool hasChanged = sql_.changedRows() > 0;
+  DatabaseFault fault = sql_.endTransaction();
+  if (!fault && hasChanged) lastFault_.clear();
+  return fault;
+}
+
+/// Tells that the file cannot be used, once for each reason: until it has been written again.
+void LMRDataManager::report(const DatabaseFault& fault) {
+  if (std::exchange(lastFault_, fault.reason) == fault.reason) return;
+  logLine("LumoraSDK-The database {} cannot be used: {}", sql_.getDatabasePath(), fault.reason);
 }
 
 }  // namespace lumora

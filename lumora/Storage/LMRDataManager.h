@@ -1,6 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -8,6 +10,7 @@
 #include <vector>
 
 #include "lumora/Platform/Mutex.h"
+#include "lumora/Platform/TaskQueues.h"
 #include "lumora/Storage/CampaignRow.h"
 #include "lumora/Storage/LMRResource.h"
 #include "lumora/Storage/OstrelSQLiteManager.h"
@@ -21,11 +24,34 @@ class LMRInAppMessage;
 /// An event's life: stored as one row of JSON text → sent → deleted once the service accepted it. Once 1000
 /// rows wait, newly saved events are dropped again unless their kind is crucial.
 ///
-/// Every operation runs on the caller's thread and holds `databaseLock`, which its holder may take again.
-/// Nothing is reported to callers: a failed insert loses the event, a failed read gives nothing, a failed
-/// delete leaves the rows to be sent again.
+/// Every operation runs on the caller's thread, in one transaction, and holds `databaseLock`, which its
+/// holder may take again. Nothing is reported to callers: a failed insert loses the event, a failed read
+/// gives nothing, a failed delete leaves the rows to be sent again. The log tells, once, that the file cannot
+/// be used and why.
+///
+/// The file is its owner's alone, and so is its folder, which is made when it is missing. A corrupt or
+/// foreign file is moved aside, and what can still be read of it is carried over into a new one.
+///
+/// While another process holds the file, an operation waits without any lock: 10 s in all, 0.2 s on the main
+/// thread. Changes keep their order: each waits in memory until those before it are stored, and every
+/// operation stores first what waits. What the main thread could not store waits on for the queue that
+/// `storeLaterOn` named; what another thread could not store is lost, with a line.
 class LMRDataManager {
  public:
+  /// Lets its thread wait for no other process while it lives: for a caller who holds a lock that others
+  /// need. What could not be stored meanwhile is waited for at the end of the outermost one, so declare it
+  /// ahead of the lock:
+  ///
+  ///     const LMRDataManager::WaitLater later;
+  ///     Lock lock(mutex_);
+  class WaitLater {
+   public:
+    WaitLater();
+    ~WaitLater();
+    WaitLater(const WaitLater&) = delete;
+    WaitLater& operator=(const WaitLater&) = delete;
+  };
+
   /// Receives the events' texts, one a line, and their row ids in the same order.
   using EventsCallback = std::function<void(const std::string& events, const List& ids)>;
 
@@ -37,7 +63,8 @@ class LMRDataManager {
 
   /// Stores a record as compact JSON; one that is not JSON is dropped whole.
   void saveEventInDB(const Dictionary& event);
-  /// Reads every stored event and calls back once, before it returns, still holding the lock.
+  /// Reads every stored event and calls back once, before it returns, still holding the lock. With a database
+  /// that cannot be read there are no events.
   void getEventsDataWith(const EventsCallback& callback);
   /// Deletes the events that `getEventsDataWith` named.
   void cleanUpEventsWith(const List& ids);
@@ -64,10 +91,10 @@ class LMRDataManager {
   /// Deletes one expired campaign, however many there are.
   void clearExpiredCampaign();
   void cleanUpInapp();
-  /// Deletes one expired campaign, and calls back once, before it returns and still holding the lock, with
-  /// the campaigns that the handler's map is made of: for each trigger event the newest that may be shown
-  /// now.
-  void getAllValidMessages(const CampaignsCallback& callback);
+  /// Deletes one expired campaign, and calls back, still holding the lock, with the campaigns that the
+  /// handler's map is made of: for each trigger event the newest that may be shown now. Where the database is
+  /// busy this is a change that waits like every other, so the callback owns what it needs.
+  void getAllValidMessages(CampaignsCallback callback);
 
   // JSON.
 
@@ -78,6 +105,10 @@ class LMRDataManager {
   /// The coerced value as compact JSON; nothing, with a line, when it still cannot be written.
   std::optional<std::string> JSONSerializeObject(const Value& object) const;
 
+  /// Names the queue that stores what the main thread could not; it must live as long as the process.
+  void storeLaterOn(TaskQueue& queue) noexcept { laterQueue_ = &queue; }
+  /// Stores what is still waiting for a database that was busy.
+  void storeWaiting();
   /// The lock file beside the database: who holds its lock (`FileLock`) keeps other processes, and other
   /// threads of this one, from uploading and from moving a corrupt database aside. Saving never waits for it.
   std::string lockFilePath();
@@ -88,14 +119,45 @@ class LMRDataManager {
  private:
   LMRDataManager();
 
-  void openDatabase() LUMORA_REQUIRES(databaseLock_);
-  void createTables() LUMORA_REQUIRES(databaseLock_);
-  bool hasTables() LUMORA_REQUIRES(databaseLock_);
+  /// The work of one transaction. It may run again from its start when the file turns out to be corrupt; a
+  /// change that has to wait is kept, so it owns what it needs.
+  using Operation = std::function<void(OstrelSQLiteManager& sql)>;
+  using Outcome = std::function<void(const DatabaseFault& fault)>;
+  struct Change {
+    std::uint64_t number;
+    Operation operation;
+    Outcome whenOver;
+  };
+  using Access = OstrelSQLiteManager::Access;
+
+  bool transact(Access access, const Operation& operation);
+  void change(Operation operation, Outcome whenOver = {});
+  bool tryUntilFree(const std::function<bool()>& attempt);
+  bool storeUpTo(std::uint64_t number);
+  void giveUp(std::uint64_t number);
+  void drop(std::uint64_t number);
+
+  DatabaseFault attempt(Access access, const Operation& operation) LUMORA_REQUIRES(databaseLock_);
+  DatabaseFault runTransaction(Access access, const Operation& operation) LUMORA_REQUIRES(databaseLock_);
+  void report(const DatabaseFault& fault) LUMORA_REQUIRES(databaseLock_);
+  DatabaseFault provideFile() LUMORA_REQUIRES(databaseLock_);
+  DatabaseFault provideTables() LUMORA_REQUIRES(databaseLock_);
+  DatabaseFault replaceCorruptFile(const std::string& reason) LUMORA_REQUIRES(databaseLock_);
+  std::optional<std::string> moveFilesTo(const std::string& aside) LUMORA_REQUIRES(databaseLock_);
+
   void clearFirstCampaignOf(const char* query);
 
   RecursiveMutex databaseLock_;
   OstrelSQLiteManager sql_ LUMORA_GUARDED_BY(databaseLock_);
   bool tablesAreThere_ LUMORA_GUARDED_BY(databaseLock_) = false;
+  /// Why the file could not be used the last time; empty while it can.
+  std::string lastFault_ LUMORA_GUARDED_BY(databaseLock_);
+  /// The changes that are not stored yet, in order.
+  std::deque<Change> waiting_ LUMORA_GUARDED_BY(databaseLock_);
+  std::uint64_t newestChange_ LUMORA_GUARDED_BY(databaseLock_) = 0;
+  std::atomic<TaskQueue*> laterQueue_ = nullptr;
+  /// Whether the main thread has left changes to the queue: nothing more waits on it until they are stored.
+  std::atomic<bool> isStoringLater_ = false;
   std::atomic<bool> isQuerying_ = false;
 };
 

@@ -76,46 +76,47 @@ void removeFromHandlersMap(const std::optional<std::string>& campaignId) {
 }  // namespace
 
 void LMRDataManager::saveCampaign(const LMRInAppMessage& campaign) {
-  Lock lock(databaseLock_);
-  openDatabase();
-  const std::string id = textOrNull(campaign.getCampaignId());
-  const auto error =
-      sql_.doQuery(fmt::format("INSERT OR REPLACE INTO lmro_inapp "
-                               "(inapp_msg,campaignId,event,startTime,endTime,inapp_frequency) VALUES "
-                               "('{}','{}','{}','{}','{}','{}');",
-                               campaign.getJsonData().value_or(""), quoted(campaign.getCampaignId()),
-                               quoted(campaign.getDisplayTrigger()), campaign.getStartTime(),
-                               campaign.getEndTime(), campaign.getFrequency()));
-  constexpr const char* operation = "-[LMRDataManager saveCampaign:]";
-  if (error) {
-    logTrace({operation, 270}, "Failed to save CampaignId : {} due to {}", id, error->description);
-  } else {
-    logTrace({operation, 272}, "Saved CampaignId : {} successfully", id);
-  }
-  sql_.closeDatabase();
+  const std::string statement = fmt::format(
+      "INSERT OR REPLACE INTO lmro_inapp "
+      "(inapp_msg,campaignId,event,startTime,endTime,inapp_frequency) VALUES "
+      "('{}','{}','{}','{}','{}','{}');",
+      campaign.getJsonData().value_or(""), quoted(campaign.getCampaignId()),
+      quoted(campaign.getDisplayTrigger()), campaign.getStartTime(), campaign.getEndTime(),
+      campaign.getFrequency());
+  const auto error = std::make_shared<std::optional<SQLiteError>>();
+  change([statement, error](OstrelSQLiteManager& sql) { *error = sql.doQuery(statement); },
+         [id = textOrNull(campaign.getCampaignId()), error](const DatabaseFault& fault) {
+           constexpr const char* operation = "-[LMRDataManager saveCampaign:]";
+           if (fault || *error) {
+             logTrace({operation, 270}, "Failed to save CampaignId : {} due to {}", id,
+                      fault ? fault.reason : (*error)->description);
+           } else {
+             logTrace({operation, 272}, "Saved CampaignId : {} successfully", id);
+           }
+         });
 }
 
 std::optional<CampaignRow> LMRDataManager::getCampaign(const std::string& event) {
-  Lock lock(databaseLock_);
-  openDatabase();
-  const auto rows = sql_.getRowsForQuery(fmt::format(
-      "select * from lmro_inapp where event = '{}' AND enable = 1 AND paused = 0 AND "
-      "datetime(startTime/1000,'unixepoch') < datetime('now') AND datetime(endTime/1000,'unixepoch') > "
-      "datetime('now')  ORDER BY _id DESC LIMIT 1",
-      quotedForSQL(event)));
-  sql_.closeDatabase();
+  std::vector<OstrelSQLiteManager::Row> rows;
+  transact(Access::reads, [&](OstrelSQLiteManager& sql) {
+    rows = sql.getRowsForQuery(fmt::format(
+        "select * from lmro_inapp where event = '{}' AND enable = 1 AND paused = 0 AND "
+        "datetime(startTime/1000,'unixepoch') < datetime('now') AND datetime(endTime/1000,'unixepoch') > "
+        "datetime('now')  ORDER BY _id DESC LIMIT 1",
+        quotedForSQL(event)));
+  });
   return rows.empty() ? std::nullopt : campaignOf(rows.front());
 }
 
 std::vector<CampaignRow> LMRDataManager::getCampaigns(Enabled enabled) {
-  Lock lock(databaseLock_);
-  openDatabase();
-  const auto rows = sql_.getRowsForQuery(fmt::format(
-      "select * from lmro_inapp where _id in (select MAX(_id) from lmro_inapp where (enable = 1{}) AND "
-      "paused = 0 AND datetime(startTime/1000,'unixepoch') < datetime('now') AND "
-      "datetime(endTime/1000,'unixepoch') > datetime('now') group by event)",
-      enabled == Enabled::inNextSession ? " OR inapp_frequency in (2, 4)" : ""));
-  sql_.closeDatabase();
+  std::vector<OstrelSQLiteManager::Row> rows;
+  transact(Access::reads, [&](OstrelSQLiteManager& sql) {
+    rows = sql.getRowsForQuery(fmt::format(
+        "select * from lmro_inapp where _id in (select MAX(_id) from lmro_inapp where (enable = 1{}) AND "
+        "paused = 0 AND datetime(startTime/1000,'unixepoch') < datetime('now') AND "
+        "datetime(endTime/1000,'unixepoch') > datetime('now') group by event)",
+        enabled == Enabled::inNextSession ? " OR inapp_frequency in (2, 4)" : ""));
+  });
   std::vector<CampaignRow> campaigns;
   for (const auto& row : rows) {
     if (auto campaign = campaignOf(row)) campaigns.push_back(std::move(*campaign));
@@ -124,10 +125,8 @@ std::vector<CampaignRow> LMRDataManager::getCampaigns(Enabled enabled) {
 }
 
 void LMRDataManager::updateResource(const LMRResource& resource) {
-  Lock lock(databaseLock_);
-  openDatabase();
-  if (const auto statement = statementFor(resource)) sql_.doQuery(*statement);
-  sql_.closeDatabase();
+  if (const auto statement = statementFor(resource))
+    change([statement = *statement](OstrelSQLiteManager& sql) { sql.doQuery(statement); });
 }
 
 void LMRDataManager::clearCampaigns(const std::vector<std::string>& campaignIds) {
@@ -140,12 +139,12 @@ void LMRDataManager::clearCampaigns(const std::vector<std::string>& campaignIds)
 
 void LMRDataManager::clearCampaign(const LMRResource& resource) {
   if (!resource.campaignId) return;
-  Lock lock(databaseLock_);
-  openDatabase();
-  sql_.doQuery(fmt::format("delete from lmro_inapp where campaignId='{}'", quoted(resource.campaignId)));
+  change(
+      [statement = fmt::format("delete from lmro_inapp where campaignId='{}'", quoted(resource.campaignId))](
+          OstrelSQLiteManager& sql) { sql.doQuery(statement); });
   LMRIOManager::sharedInstance().clearFile(resource);
+  Lock lock(databaseLock_);  // The map is replaced under it alone.
   removeFromHandlersMap(resource.campaignId);
-  sql_.closeDatabase();
 }
 
 void LMRDataManager::clearExpiredCampaign() {
@@ -159,26 +158,24 @@ void LMRDataManager::cleanUpInapp() {
 }
 
 void LMRDataManager::clearFirstCampaignOf(const char* query) {
-  Lock lock(databaseLock_);
-  openDatabase();
-  LMRResource resource;
-  resource.campaignId = firstText(sql_.getRowsForQuery(query), "campaignId");
-  if (resource.campaignId) clearCampaign(resource);
-  sql_.closeDatabase();
+  change([this, query](OstrelSQLiteManager& sql) {
+    LMRResource resource;
+    resource.campaignId = firstText(sql.getRowsForQuery(query), "campaignId");
+    if (resource.campaignId) clearCampaign(resource);
+  });
 }
 
-void LMRDataManager::getAllValidMessages(const CampaignsCallback& callback) {
-  Lock lock(databaseLock_);
-  openDatabase();
-  clearExpiredCampaign();
-  std::vector<CampaignRow> campaigns;
-  for (const auto& row : sql_.getRowsForQuery("select DISTINCT event from lmro_inapp")) {
-    const Value* event = findValue(row, "event");
-    auto campaign = event ? getCampaign(event->description()) : std::nullopt;
-    if (campaign) campaigns.push_back(std::move(*campaign));
-  }
-  callback(campaigns);
-  sql_.closeDatabase();
+void LMRDataManager::getAllValidMessages(CampaignsCallback callback) {
+  change([this, callback = std::move(callback)](OstrelSQLiteManager& sql) {
+    clearExpiredCampaign();
+    std::vector<CampaignRow> campaigns;
+    for (const auto& row : sql.getRowsForQuery("select DISTINCT event from lmro_inapp")) {
+      const Value* event = findValue(row, "event");
+      auto campaign = event ? getCampaign(event->description()) : std::nullopt;
+      if (campaign) campaigns.push_back(std::move(*campaign));
+    }
+    callback(campaigns);
+  });
 }
 
 }  // namespace lumora

@@ -29,19 +29,23 @@ std::string joinedIds(const List& ids) {
 void LMRDataManager::saveEventInDB(const Dictionary& event) {
   const auto text = writeJSON(event);
   if (!text) return;
-  Lock lock(databaseLock_);
-  openDatabase();
-  sql_.doQuery("INSERT INTO ostrel_events (event) VALUES ('" + quotedForSQL(*text) + "');");
-  checkEventsThreshold();
-  sql_.closeDatabase();
+  change([this, statement = "INSERT INTO ostrel_events (event) VALUES ('" + quotedForSQL(*text) +
+                            "');"](OstrelSQLiteManager& sql) {
+    sql.doQuery(statement);
+    checkEventsThreshold();
+  });
 }
 
 void LMRDataManager::getEventsDataWith(const EventsCallback& callback) {
   Lock lock(databaseLock_);
-  openDatabase();
+  std::vector<OstrelSQLiteManager::Row> rows;
+  const bool isRead = transact(Access::reads, [&rows](OstrelSQLiteManager& sql) {
+    rows = sql.getRowsForQuery("SELECT * from ostrel_events");
+  });
+  if (!isRead) rows.clear();
   std::string events;
   List ids;
-  for (const auto& row : sql_.getRowsForQuery("SELECT * from ostrel_events")) {
+  for (const auto& row : rows) {
     const Value* text = findValue(row, "event");
     const Value* id = findValue(row, "_id");
     if (!text || !id) continue;
@@ -49,42 +53,33 @@ void LMRDataManager::getEventsDataWith(const EventsCallback& callback) {
     events += text->description();
     ids.push_back(*id);
   }
-  sql_.closeDatabase();
   callback(events, ids);
 }
 
 void LMRDataManager::cleanUpEventsWith(const List& ids) {
-  Lock lock(databaseLock_);
-  openDatabase();
-  sql_.doQuery("DELETE FROM ostrel_events WHERE _id IN (" + joinedIds(ids) + ");");
-  sql_.closeDatabase();
+  change([statement = "DELETE FROM ostrel_events WHERE _id IN (" + joinedIds(ids) +
+                      ");"](OstrelSQLiteManager& sql) { sql.doQuery(statement); });
 }
 
 void LMRDataManager::cleanUpAppEvents() {
-  Lock lock(databaseLock_);
-  openDatabase();
-  sql_.doQuery("delete from ostrel_events");
-  sql_.closeDatabase();
+  change([](OstrelSQLiteManager& sql) { sql.doQuery("delete from ostrel_events"); });
 }
 
 void LMRDataManager::checkEventsThreshold() {
   if (isQuerying_) return;
-  Lock lock(databaseLock_);
-  openDatabase();
-  isQuerying_ = true;
-  const auto counted = sql_.getRowsForQuery("SELECT COUNT(*) FROM ostrel_events");
-  // Perhaps the file was replaced by one without tables: the next operation looks.
-  if (counted.empty()) tablesAreThere_ = false;
-  const std::int64_t count = counted.empty() ? 0 : counted.front().at("COUNT(*)").integerValue();
-  if (count >= MAX_CHECKPOINTS_COUNT) {
-    const auto newest = sql_.getRowsForQuery(
-        "select event from ostrel_events where _id = (select MAX(_id) from ostrel_events)");
-    if (canDeleteEvent(firstText(newest, "event"))) {
-      sql_.doQuery("delete from ostrel_events where _id = (select MAX(_id) from ostrel_events)");
+  change([this](OstrelSQLiteManager& sql) {
+    isQuerying_ = true;
+    const auto counted = sql.getRowsForQuery("SELECT COUNT(*) FROM ostrel_events");
+    const std::int64_t count = counted.empty() ? 0 : counted.front().at("COUNT(*)").integerValue();
+    if (count >= MAX_CHECKPOINTS_COUNT) {
+      const auto newest = sql.getRowsForQuery(
+          "select event from ostrel_events where _id = (select MAX(_id) from ostrel_events)");
+      if (canDeleteEvent(firstText(newest, "event"))) {
+        sql.doQuery("delete from ostrel_events where _id = (select MAX(_id) from ostrel_events)");
+      }
     }
-  }
-  sql_.closeDatabase();
-  isQuerying_ = false;
+    isQuerying_ = false;
+  });
 }
 
 bool LMRDataManager::canDeleteEvent(const std::string& event) const {

@@ -2,8 +2,8 @@
 
 #include <sqlite3.h>
 
-#include <chrono>
 #include <memory>
+#include <system_error>
 #include <utility>
 
 #include "lumora/Util/Log.h"
@@ -16,13 +16,33 @@ struct Finalizer {
 };
 using Statement = std::unique_ptr<sqlite3_stmt, Finalizer>;
 
-/// Waits for another process that holds the file, by the platform's clock.
-int waitWhileBusy(void*, int attempt) {
-  constexpr auto pause = std::chrono::milliseconds(5);
-  constexpr auto limit = std::chrono::seconds(10);
-  if (attempt * pause >= limit) return 0;
-  platform().clock.sleepFor(pause);
-  return 1;
+DatabaseFault::Kind faultOf(int extendedResult) {
+  // Moved away under the connection: the next attempt opens what is there now.
+  if (extendedResult == SQLITE_READONLY_DBMOVED) return DatabaseFault::Kind::busy;
+  switch (extendedResult & 0xFF) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+      return DatabaseFault::Kind::busy;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+      return DatabaseFault::Kind::corrupt;
+    case SQLITE_CANTOPEN:
+    case SQLITE_FULL:
+    case SQLITE_IOERR:
+    case SQLITE_NOMEM:
+    case SQLITE_PERM:
+    case SQLITE_READONLY:
+      return DatabaseFault::Kind::unusable;
+    default:
+      return DatabaseFault::Kind::none;
+  }
+}
+
+/// SQLite's message, and what the system said.
+std::string reasonOf(sqlite3* database) {
+  std::string reason = sqlite3_errmsg(database);
+  const int error = sqlite3_system_errno(database);
+  return error == 0 ? reason : reason + ": " + std::generic_category().message(error);
 }
 
 void bindNumber(sqlite3_stmt* statement, int index, const Value& number) {
@@ -117,7 +137,8 @@ SQLiteError OstrelSQLiteManager::createDBErrorWithDescription(std::string descri
 
 std::string OstrelSQLiteManager::getDatabasePath() const {
   FileSystem& files = platform().files;
-  if (files.fileExists(databaseName_)) return databaseName_;
+  // A name alone never means a file in the working directory.
+  if (databaseName_.starts_with('/') && files.fileExists(databaseName_)) return databaseName_;
   return files.documentsDirectory() + "/" + databaseName_;
 }
 
@@ -127,7 +148,6 @@ std::optional<SQLiteError> OstrelSQLiteManager::openDatabase() {
     return createDBErrorWithDescription(
         fmt::format("The database could not be opened: {}", sqlite3_errmsg(db_)), kSQLiteOpenError);
   }
-  sqlite3_busy_handler(db_, waitWhileBusy, nullptr);
   return std::nullopt;
 }
 
@@ -140,6 +160,48 @@ std::optional<SQLiteError> OstrelSQLiteManager::closeDatabase() {
   }
   db_ = nullptr;
   return error;
+}
+
+DatabaseFault OstrelSQLiteManager::beginTransaction(Access access) {
+  isInTransaction_ = true;
+  hasFailedStatement_ = false;
+  fault_ = {};
+  if (openDatabase()) {
+    fault_ = {DatabaseFault::Kind::unusable, db_ ? reasonOf(db_) : "out of memory"};
+  } else if (access == Access::writes) {
+    note(sqlite3_exec(db_, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr));
+  } else {
+    // The first look takes the lock that a transaction which reads keeps to its end.
+    note(sqlite3_exec(db_, "BEGIN; SELECT 1 FROM sqlite_master LIMIT 1", nullptr, nullptr, nullptr));
+  }
+  return fault_ ? endTransaction() : DatabaseFault();
+}
+
+DatabaseFault OstrelSQLiteManager::endTransaction() {
+  if (db_ && !fault_) note(sqlite3_exec(db_, "COMMIT", nullptr, nullptr, nullptr));
+  if (db_ && fault_) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+  isInTransaction_ = false;
+  closeDatabase();
+  return std::exchange(fault_, {});
+}
+
+int OstrelSQLiteManager::changedRows() const {
+  return db_ ? sqlite3_total_changes(db_) : 0;
+}
+
+/// Takes in how a call of SQLite ended.
+void OstrelSQLiteManager::note(int result) {
+  if (result == SQLITE_OK || result == SQLITE_ROW || result == SQLITE_DONE) return;
+  const DatabaseFault::Kind kind = faultOf(sqlite3_extended_errcode(db_));
+  if (kind == DatabaseFault::Kind::none)
+    hasFailedStatement_ = true;
+  else if (!fault_)
+    fault_ = {kind, reasonOf(db_)};
+}
+
+/// A statement outside of a transaction takes its connection along.
+std::optional<SQLiteError> OstrelSQLiteManager::finishStatement() {
+  return isInTransaction_ ? std::nullopt : closeDatabase();
 }
 
 std::optional<SQLiteError> OstrelSQLiteManager::doQuery(const std::string& sql) {
@@ -158,14 +220,16 @@ std::optional<SQLiteError> OstrelSQLiteManager::runStatement(const std::string& 
   std::optional<SQLiteError> stepError;
   {
     sqlite3_stmt* prepared = nullptr;
-    sqlite3_prepare_v2(db_, sql.c_str(), -1, &prepared, nullptr);
+    note(sqlite3_prepare_v2(db_, sql.c_str(), -1, &prepared, nullptr));
     const Statement statement(prepared);
     if (statement && parameters) bindParameters(statement.get(), *parameters);
-    if (statement && sqlite3_step(statement.get()) == SQLITE_ERROR) {
+    const int result = statement ? sqlite3_step(statement.get()) : SQLITE_OK;
+    note(result);
+    if (result == SQLITE_ERROR) {
       stepError = createDBErrorWithDescription(sqlite3_errmsg(db_), kSQLiteStatementError);
     }
   }
-  auto closeError = closeDatabase();
+  auto closeError = finishStatement();
   return stepError ? stepError : closeError;
 }
 
@@ -174,21 +238,25 @@ std::vector<OstrelSQLiteManager::Row> OstrelSQLiteManager::getRowsForQuery(const
   if (!db_) openDatabase();
   {
     sqlite3_stmt* prepared = nullptr;
-    if (sqlite3_prepare_v2(db_, sql.c_str(), -1, &prepared, nullptr) == SQLITE_ERROR) {
+    const int result = sqlite3_prepare_v2(db_, sql.c_str(), -1, &prepared, nullptr);
+    note(result);
+    if (result == SQLITE_ERROR) {
       const SQLiteError error = createDBErrorWithDescription(sqlite3_errmsg(db_), kSQLiteStatementError);
       logLine("{} (code {}): {}", error.domain, error.code, error.description);
     }
     const Statement statement(prepared);
     const std::vector<std::string> names = columnNames(statement.get());
-    while (statement && sqlite3_step(statement.get()) == SQLITE_ROW) {
+    int stepped = SQLITE_DONE;
+    while (statement && (stepped = sqlite3_step(statement.get())) == SQLITE_ROW) {
       Row& row = rows.emplace_back();
       for (std::size_t column = 0; column < names.size(); ++column) {
         auto value = columnValue(statement.get(), static_cast<int>(column));
         if (value) row.insert_or_assign(names[column], std::move(*value));
       }
     }
+    note(stepped);
   }
-  closeDatabase();
+  finishStatement();
   return rows;
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "lumora/Platform/Value.h"
@@ -25,16 +26,31 @@ enum SQLiteErrorCode : int {
   kSQLiteCloseError = 4,
 };
 
+/// What can be wrong with a database file. A statement that is wrong itself is no fault of the file.
+struct DatabaseFault {
+  enum class Kind {
+    none,
+    busy,      ///< Another process holds the file, or has just put another one in its place.
+    corrupt,   ///< The file is damaged, or no database.
+    unusable,  ///< It cannot be opened, read or written: rights, a full disk, a missing folder.
+  };
+  Kind kind = Kind::none;
+  /// As a text for people.
+  std::string reason;
+
+  explicit operator bool() const noexcept { return kind != Kind::none; }
+};
+
 /// A thin wrapper around one SQLite database file.
 ///
-/// Connections are short-lived: every operation that runs a statement opens one if none is held and closes it
-/// when it is done. While another process holds the file, statements wait for up to ten seconds.
-/// There is no lock here: one thread at a time.
+/// Connections are short-lived: outside of a transaction every operation that runs a statement opens one if
+/// none is held and closes it when it is done. Nothing waits: while another process holds the file,
+/// statements do nothing. There is no lock here: one thread at a time.
 class OstrelSQLiteManager {
  public:
   using Row = Dictionary;
 
-  /// The name of a file in the documents directory, or a path to an existing file. Opens nothing.
+  /// The name of a file in the documents directory, or an absolute path to an existing file. Opens nothing.
   explicit OstrelSQLiteManager(std::string databaseName);
   ~OstrelSQLiteManager();
   OstrelSQLiteManager(const OstrelSQLiteManager&) = delete;
@@ -44,6 +60,26 @@ class OstrelSQLiteManager {
   std::optional<SQLiteError> openDatabase();
   /// Drops the connection, even when SQLite refuses to close it.
   std::optional<SQLiteError> closeDatabase();
+
+  /// What a transaction is for.
+  enum class Access {
+    reads,   ///< Others may read meanwhile.
+    writes,  ///< Every other process is kept out from the start, so that it ends as it began: not busy.
+  };
+
+  /// Opens the file and begins a transaction, which keeps the connection open until it ends. On a fault there
+  /// is neither.
+  DatabaseFault beginTransaction(Access access);
+  /// Ends the transaction and closes the connection. A fault that any of its statements met, or the end
+  /// itself, undoes the whole and is given.
+  DatabaseFault endTransaction();
+  /// Makes the transaction under way end with that fault.
+  void failTransaction(DatabaseFault fault) { fault_ = std::move(fault); }
+  bool isInTransaction() const noexcept { return isInTransaction_; }
+  /// Whether a statement of this transaction was wrong itself; perhaps its table is not there.
+  bool hasFailedStatement() const noexcept { return hasFailedStatement_; }
+  /// The number of rows that this connection has inserted, deleted or changed so far.
+  int changedRows() const;
 
   /// Runs one statement that returns no rows. Only a step that ends in a plain SQL error is reported: a
   /// statement that does not compile, a broken constraint, and a locked or full disk are not.
@@ -66,9 +102,15 @@ class OstrelSQLiteManager {
  private:
   SQLiteError createDBErrorWithDescription(std::string description, int code) const;
   std::optional<SQLiteError> runStatement(const std::string& sql, const List* parameters);
+  void note(int result);
+  std::optional<SQLiteError> finishStatement();
 
   std::string databaseName_;
   sqlite3* db_ = nullptr;
+  bool isInTransaction_ = false;
+  bool hasFailedStatement_ = false;
+  /// The transaction's first.
+  DatabaseFault fault_;
 };
 
 /// The text with every single quote doubled, for the inside of an SQL literal.

@@ -27,7 +27,6 @@ bool isPath(const std::string& text) {
 }  // namespace
 
 FakeFileSystem::FakeFileSystem() : root_(makeTemporaryFolder()) {
-  fs::create_directory(documentsDirectory());
   fs::create_directory(cachesDirectory());
 }
 

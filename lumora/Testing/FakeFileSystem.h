@@ -11,7 +11,7 @@
 namespace lumora::testing {
 
 /// Real files in a temporary folder of their own, so that databases work; the folder goes with this object.
-/// The documents and caches folders exist from the start.
+/// The caches folder exists from the start, the documents folder when the library has made it.
 ///
 /// Thread safety: every operation may be called from any thread.
 class LUMORA_EXPORT FakeFileSystem : public FileSystem {

@@ -1,0 +1,52 @@
+#include "lumora/Storage/DatabaseTables.h"
+
+#include <algorithm>
+#include <set>
+
+namespace lumora {
+namespace {
+
+constexpr const char* eventColumns[] = {"event", "_id"};
+constexpr const char* campaignColumns[] = {"inapp_msg", "_id",    "campaignId", "event",          "startTime",
+                                           "endTime",   "enable", "paused",     "inapp_frequency"};
+
+constexpr DatabaseTable tables[] = {
+    {"ostrel_events",
+     "CREATE TABLE IF NOT EXISTS ostrel_events (_id INTEGER PRIMARY KEY, event TEXT NOT NULL);",
+     eventColumns},
+    {"lmro_inapp",
+     "CREATE TABLE IF NOT EXISTS lmro_inapp (_id INTEGER PRIMARY KEY AUTOINCREMENT NOT NULL, inapp_msg TEXT "
+     "NOT "
+     "NULL, campaignId TEXT NOT NULL unique, event TEXT NOT NULL,startTime TEXT NOT NULL, endTime TEXT NOT "
+     "NULL "
+     ",enable integer DEFAULT 1 , paused integer DEFAULT 0, inapp_frequency integer);",
+     campaignColumns},
+};
+
+std::set<std::string> columnsOf(OstrelSQLiteManager& sql, const std::string& table) {
+  std::set<std::string> columns;
+  for (const auto& row : sql.getRowsForQuery("SELECT name FROM pragma_table_info('" + table + "')"))
+    columns.insert(row.at("name").description());
+  return columns;
+}
+
+}  // namespace
+
+std::span<const DatabaseTable> databaseTables() {
+  return tables;
+}
+
+DatabaseSchema schemaOf(OstrelSQLiteManager& sql) {
+  DatabaseSchema schema = DatabaseSchema::whole;
+  for (const DatabaseTable& table : tables) {
+    const auto present = columnsOf(sql, table.name);
+    const auto isPresent = [&](const char* column) { return present.contains(column); };
+    if (present.empty())
+      schema = DatabaseSchema::lacksTables;
+    else if (!std::ranges::all_of(table.columns, isPresent))
+      return DatabaseSchema::lacksColumns;
+  }
+  return schema;
+}
+
+}  // namespace lumora
