@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <climits>
 #include <cmath>
 #include <filesystem>
@@ -35,6 +34,8 @@ class OstrelSQLiteManagerTest : public ::testing::Test {
     return rows.empty() ? Row() : rows.front();
   }
 
+  OstrelSQLiteManagerTest() { host.sharedFiles.makeFolder(host.files.documentsDirectory()); }
+
   testing::FakePlatform& host = testing::FakePlatform::install();
   OstrelSQLiteManager manager{"test.sqlite"};
 };
@@ -48,6 +49,10 @@ TEST_F(OstrelSQLiteManagerTest, aNameLiesInTheDocumentsFolderAndAPathStays) {
   EXPECT_EQ(other.getDatabasePath(), host.files.documentsDirectory() + "/" + elsewhere);
   testing::writeFile(elsewhere, "");
   EXPECT_EQ(other.getDatabasePath(), elsewhere);
+
+  std::filesystem::current_path(std::filesystem::path(path()).parent_path().parent_path());
+  testing::writeFile("test.sqlite", "");
+  EXPECT_EQ(manager.getDatabasePath(), path()) << "not the working directory's";
 }
 
 TEST_F(OstrelSQLiteManagerTest, onlyAStepThatFailsIsAnError) {
@@ -97,6 +102,37 @@ TEST_F(OstrelSQLiteManagerTest, bindsTextsAndThreeKindsOfNumber) {
   EXPECT_EQ(manager.getRowsForQuery("SELECT * FROM t"), std::vector<Row>());
 }
 
+TEST_F(OstrelSQLiteManagerTest, aTransactionTellsTheFileFaultAndIsUndoneWhole) {
+  using Kind = DatabaseFault::Kind;
+  using Access = OstrelSQLiteManager::Access;
+  succeed("CREATE TABLE t (a UNIQUE)");
+  std::optional<SQLiteConnection> other(path());
+  other->run("BEGIN EXCLUSIVE");
+  for (const Access access : {Access::reads, Access::writes})
+    EXPECT_EQ(manager.beginTransaction(access).kind, Kind::busy);
+  EXPECT_FALSE(manager.isInTransaction());
+  other.reset();
+
+  EXPECT_FALSE(manager.beginTransaction(Access::writes));
+  succeed("INSERT INTO t VALUES (1)");
+  succeed("INSERT INTO t VALUES (1)");
+  EXPECT_TRUE(manager.hasFailedStatement());
+  EXPECT_EQ(manager.changedRows(), 1);
+  EXPECT_EQ(manager.getLastInsertRowID(), 1);
+  EXPECT_FALSE(manager.endTransaction());
+
+  EXPECT_FALSE(manager.beginTransaction(Access::writes));
+  succeed("INSERT INTO t VALUES (2)");
+  manager.failTransaction({Kind::corrupt, "said so"});
+  EXPECT_EQ(manager.endTransaction().reason, "said so");
+  EXPECT_EQ(onlyRow("SELECT a FROM t"), (Row{{"a", 1}}));
+
+  EXPECT_FALSE(manager.beginTransaction(Access::writes));
+  std::filesystem::rename(path(), path() + "-away");
+  succeed("INSERT INTO t VALUES (2)");
+  EXPECT_EQ(manager.endTransaction().kind, Kind::busy) << "another file may be there now";
+}
+
 TEST_F(OstrelSQLiteManagerTest, columnsComeBackByTheirType) {
   const std::pair<std::string, Value> cases[] = {
       {"2147483647", INT_MAX}, {"2147483648", INT_MIN}, {"4294967297", 1}, {"0.1", 0.1F},
@@ -129,50 +165,6 @@ TEST_F(OstrelSQLiteManagerTest, theDumpHoldsTablesAndRows) {
   SQLiteConnection copy(":memory:");
   copy.run(dump.substr(dump.find(start) + start.size()));
   EXPECT_EQ(copy.texts("SELECT id || ifnull(text, 'NULL') FROM t"), (Lines{"1NULL", "2it's so", "30.5"}));
-}
-
-class BusyDatabaseTest : public OstrelSQLiteManagerTest {
- protected:
-  BusyDatabaseTest() {
-    succeed("CREATE TABLE t (a)");
-    host.clock.setSleepHook([this](std::chrono::milliseconds duration) {
-      waited += duration;
-      if (waited >= releasedAfter && isLocked) unlock();
-    });
-    other.run("BEGIN EXCLUSIVE");
-  }
-  ~BusyDatabaseTest() override { host.clock.setSleepHook(nullptr); }
-
-  void unlock() {
-    isLocked = false;
-    other.run("INSERT INTO t VALUES ('other')");
-    other.run("COMMIT");
-  }
-
-  SQLiteConnection other{path()};
-  std::chrono::milliseconds waited{0};
-  std::chrono::milliseconds releasedAfter{std::chrono::hours(1)};
-  bool isLocked = true;
-};
-
-TEST_F(BusyDatabaseTest, statementsWaitForAnotherHolder) {
-  releasedAfter = std::chrono::milliseconds(9900);
-  succeed("INSERT INTO t VALUES ('own')");
-  EXPECT_EQ(other.texts("SELECT a FROM t"), (Lines{"other", "own"}));
-}
-
-TEST_F(BusyDatabaseTest, queriesWaitForAnotherHolder) {
-  releasedAfter = std::chrono::milliseconds(9900);
-  EXPECT_EQ(manager.getRowsForQuery("SELECT a FROM t"), (std::vector<Row>{{{"a", "other"}}}));
-}
-
-TEST_F(BusyDatabaseTest, theWaitEndsAfterTenSeconds) {
-  succeed("INSERT INTO t VALUES ('own')");
-  EXPECT_EQ(waited, std::chrono::seconds(10));
-  EXPECT_EQ(manager.getRowsForQuery("SELECT a FROM t"), std::vector<Row>());
-  EXPECT_EQ(waited, std::chrono::seconds(20));
-  unlock();
-  EXPECT_EQ(other.texts("SELECT a FROM t"), Lines{"other"});
 }
 
 }  // namespace
