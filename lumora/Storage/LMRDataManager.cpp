@@ -164,13 +164,14 @@ DatabaseFault LMRDataManager::attempt(Access access, const Operation& operation)
 
 DatabaseFault LMRDataManager::runTransaction(Access access, const Operation& operation) {
   if (DatabaseFault fault = provideTables()) return fault;
-  if (DatabaseFault fault = sql_.beginTransaction(access)) return fault;
+  OstrelSQLiteManager::Transaction transaction(sql_, access);
+  if (transaction.fault()) return transaction.fault();
   operation(sql_);
-  // Whoever replaced the file took the tables along. The whole is done again on the mended one.
+  // Whoever replaced the file took the tables along: the whole is done again on the mended one.
   if (sql_.hasFailedStatement() && schemaOf(sql_) != DatabaseSchema::whole)
-    sql_.failTransaction({DatabaseFault::Kind::corrupt, "its tables are not there"});
+    return {DatabaseFault::Kind::corrupt, "its tables are not there"};
   const bool hasChanged = sql_.changedRows() > 0;
-  DatabaseFault fault = sql_.endTransaction();
+  DatabaseFault fault = transaction.commit();
   if (!fault && hasChanged) lastFault_.clear();
   return fault;
 }

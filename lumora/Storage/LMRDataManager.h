@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -129,6 +130,8 @@ class LMRDataManager {
     Outcome whenOver;
   };
   using Access = OstrelSQLiteManager::Access;
+  /// What could be read of a corrupt file: of each table the rows by their ids.
+  using SavedRows = std::vector<std::map<std::int64_t, OstrelSQLiteManager::Row>>;
 
   bool transact(Access access, const Operation& operation);
   void change(Operation operation, Outcome whenOver = {});
@@ -142,6 +145,7 @@ class LMRDataManager {
   void report(const DatabaseFault& fault) LUMORA_REQUIRES(databaseLock_);
   DatabaseFault provideFile() LUMORA_REQUIRES(databaseLock_);
   DatabaseFault provideTables() LUMORA_REQUIRES(databaseLock_);
+  int carryOver(const SavedRows& saved) LUMORA_REQUIRES(databaseLock_);
   DatabaseFault replaceCorruptFile(const std::string& reason) LUMORA_REQUIRES(databaseLock_);
   std::optional<std::string> moveFilesTo(const std::string& aside) LUMORA_REQUIRES(databaseLock_);
 

@@ -68,6 +68,12 @@ int insertRows(OstrelSQLiteManager& sql, const DatabaseTable& table, const Rows&
   return sql.changedRows() - before;
 }
 
+/// The path, made longer until no file has it.
+std::string unusedPath(std::string path) {
+  while (platform().files.fileExists(path)) path += '+';
+  return path;
+}
+
 }  // namespace
 
 /// Makes the folder and the file where they are missing, for their owner alone.
@@ -90,14 +96,18 @@ DatabaseFault LMRDataManager::provideTables() {
   if (tablesAreThere_ && platform().files.fileExists(sql_.getDatabasePath())) return {};
   tablesAreThere_ = false;
   if (DatabaseFault fault = provideFile()) return fault;
-  if (DatabaseFault fault = sql_.beginTransaction(Access::reads)) return fault;
-  const DatabaseSchema found = schemaOf(sql_);
-  if (DatabaseFault fault = sql_.endTransaction()) return fault;
+  DatabaseSchema found = DatabaseSchema::whole;
+  {
+    OstrelSQLiteManager::Transaction look(sql_, Access::reads);
+    if (!look.fault()) found = schemaOf(sql_);
+    if (DatabaseFault fault = look.commit()) return fault;
+  }
   if (found == DatabaseSchema::lacksColumns) return {Kind::corrupt, "a column is missing"};
   if (found == DatabaseSchema::lacksTables) {
-    if (DatabaseFault fault = sql_.beginTransaction(Access::writes)) return fault;
+    OstrelSQLiteManager::Transaction making(sql_, Access::writes);
+    if (making.fault()) return making.fault();
     for (const DatabaseTable& table : databaseTables()) sql_.doQuery(table.statement);
-    if (DatabaseFault fault = sql_.endTransaction()) return fault;
+    if (DatabaseFault fault = making.commit()) return fault;
   }
   tablesAreThere_ = true;
   return {};
@@ -109,34 +119,39 @@ DatabaseFault LMRDataManager::replaceCorruptFile(const std::string& reason) {
   const FileLock processes(lockFilePath(), std::chrono::milliseconds(0));
   if (processes.state() == FileLockState::busy) return {Kind::busy, {}};
   tablesAreThere_ = false;
-  const DatabaseFault seen = sql_.beginTransaction(Access::writes);
-  if (seen.kind == Kind::busy || seen.kind == Kind::unusable) return seen;
-  std::map<const char*, Rows> saved;
-  if (!seen) {
-    if (schemaOf(sql_) != DatabaseSchema::lacksColumns && isSound(sql_)) return sql_.endTransaction();
-    for (const DatabaseTable& table : databaseTables()) saved[table.name] = readableRows(sql_, table);
+  SavedRows saved;
+  const std::string aside = unusedPath(
+      sql_.getDatabasePath() +
+      date::format(".corrupt-%Y%m%dT%H%M%SZ", date::floor<std::chrono::seconds>(platform().clock.now())));
+  {
+    // Held until the file has gone: nobody else writes into it.
+    OstrelSQLiteManager::Transaction look(sql_, Access::writes);
+    if (look.fault() && look.fault().kind != Kind::corrupt) return look.fault();
+    if (!look.fault()) {
+      if (schemaOf(sql_) != DatabaseSchema::lacksColumns && isSound(sql_)) return {};
+      for (const DatabaseTable& table : databaseTables()) saved.push_back(readableRows(sql_, table));
+    }
+    if (const auto failure = moveFilesTo(aside))
+      return {Kind::unusable, fmt::format("{}; it cannot be moved aside: {}", reason, *failure)};
   }
+  const int carriedOver = carryOver(saved);
+  logLine("LumoraSDK-The database {} is corrupt ({}): it is kept as {}, events carried over: {}",
+          sql_.getDatabasePath(), reason, aside, carriedOver);
+  return {};
+}
 
-  const std::string path = sql_.getDatabasePath();
-  std::string aside = path + date::format(".corrupt-%Y%m%dT%H%M%SZ",
-                                          date::floor<std::chrono::seconds>(platform().clock.now()));
-  while (platform().files.fileExists(aside)) aside += '+';
-  const auto failure = moveFilesTo(aside);
-  sql_.endTransaction();  // Only now: until here nobody could write into the file that goes.
-  if (failure) return {Kind::unusable, fmt::format("{}; it cannot be moved aside: {}", reason, *failure)};
-
-  int carriedOver = 0;
-  DatabaseFault fault = provideTables();
-  if (!fault) fault = sql_.beginTransaction(Access::writes);
-  if (!fault) {
-    const auto tables = databaseTables();
-    carriedOver = insertRows(sql_, tables[0], saved[tables[0].name]);
-    insertRows(sql_, tables[1], saved[tables[1].name]);
-    fault = sql_.endTransaction();
+/// Stores the rows of an earlier file in a new one; gives the number of events.
+int LMRDataManager::carryOver(const SavedRows& saved) {
+  if (provideTables()) return 0;
+  OstrelSQLiteManager::Transaction transaction(sql_, Access::writes);
+  if (transaction.fault()) return 0;
+  const auto tables = databaseTables();
+  int events = 0;
+  for (std::size_t table = 0; table < saved.size(); ++table) {
+    const int rows = insertRows(sql_, tables[table], saved[table]);
+    if (table == 0) events = rows;
   }
-  logLine("LumoraSDK-The database {} is corrupt ({}): it is kept as {}, {} events were carried over.", path,
-          reason, aside, fault ? 0 : carriedOver);
-  return fault;
+  return transaction.commit() ? 0 : events;
 }
 
 /// Nothing on success, else the reason.

@@ -162,7 +162,21 @@ std::optional<SQLiteError> OstrelSQLiteManager::closeDatabase() {
   return error;
 }
 
-DatabaseFault OstrelSQLiteManager::beginTransaction(Access access) {
+OstrelSQLiteManager::Transaction::Transaction(OstrelSQLiteManager& sql, Access access) : sql_(sql) {
+  sql_.beginTransaction(access);
+}
+
+OstrelSQLiteManager::Transaction::~Transaction() {
+  if (sql_.isInTransaction_) sql_.endTransaction();
+}
+
+DatabaseFault OstrelSQLiteManager::Transaction::commit() {
+  if (!fault()) sql_.note(sqlite3_exec(sql_.db_, "COMMIT", nullptr, nullptr, nullptr));
+  sql_.endTransaction();
+  return fault();
+}
+
+void OstrelSQLiteManager::beginTransaction(Access access) {
   isInTransaction_ = true;
   hasFailedStatement_ = false;
   fault_ = {};
@@ -174,15 +188,13 @@ DatabaseFault OstrelSQLiteManager::beginTransaction(Access access) {
     // The first look takes the lock that a transaction which reads keeps to its end.
     note(sqlite3_exec(db_, "BEGIN; SELECT 1 FROM sqlite_master LIMIT 1", nullptr, nullptr, nullptr));
   }
-  return fault_ ? endTransaction() : DatabaseFault();
 }
 
-DatabaseFault OstrelSQLiteManager::endTransaction() {
-  if (db_ && !fault_) note(sqlite3_exec(db_, "COMMIT", nullptr, nullptr, nullptr));
-  if (db_ && fault_) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+void OstrelSQLiteManager::endTransaction() {
+  // SQLite has undone it already after some faults, and then says so.
+  if (db_) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
   isInTransaction_ = false;
   closeDatabase();
-  return std::exchange(fault_, {});
 }
 
 int OstrelSQLiteManager::changedRows() const {

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "lumora/Platform/Value.h"
@@ -67,14 +66,24 @@ class OstrelSQLiteManager {
     writes,  ///< Every other process is kept out from the start, so that it ends as it began: not busy.
   };
 
-  /// Opens the file and begins a transaction, which keeps the connection open until it ends. On a fault there
-  /// is neither.
-  DatabaseFault beginTransaction(Access access);
-  /// Ends the transaction and closes the connection. A fault that any of its statements met, or the end
-  /// itself, undoes the whole and is given.
-  DatabaseFault endTransaction();
-  /// Makes the transaction under way end with that fault.
-  void failTransaction(DatabaseFault fault) { fault_ = std::move(fault); }
+  /// A transaction for the length of a scope. It opens the file, and keeps the connection open over its
+  /// statements; what was not committed is undone. One at a time.
+  class Transaction {
+   public:
+    Transaction(OstrelSQLiteManager& sql, Access access);
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+
+    /// What keeps it from beginning, or what a statement has met since.
+    const DatabaseFault& fault() const noexcept { return sql_.fault_; }
+    /// Ends it and closes the connection. A fault that it met, now at the latest, undoes the whole.
+    DatabaseFault commit();
+
+   private:
+    OstrelSQLiteManager& sql_;
+  };
+
   bool isInTransaction() const noexcept { return isInTransaction_; }
   /// Whether a statement of this transaction was wrong itself; perhaps its table is not there.
   bool hasFailedStatement() const noexcept { return hasFailedStatement_; }
@@ -102,6 +111,8 @@ class OstrelSQLiteManager {
  private:
   SQLiteError createDBErrorWithDescription(std::string description, int code) const;
   std::optional<SQLiteError> runStatement(const std::string& sql, const List* parameters);
+  void beginTransaction(Access access);
+  void endTransaction();
   void note(int result);
   std::optional<SQLiteError> finishStatement();
 
@@ -109,7 +120,7 @@ class OstrelSQLiteManager {
   sqlite3* db_ = nullptr;
   bool isInTransaction_ = false;
   bool hasFailedStatement_ = false;
-  /// The transaction's first.
+  /// The first that the transaction met.
   DatabaseFault fault_;
 };
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <tuple>
 
 #include "lumora/Platform/FileLock.h"
 #include "lumora/Platform/Linux/LinuxSharedFiles.h"
@@ -21,30 +22,26 @@ struct SharedFilesTest : ::testing::Test {
 using SharedFilesTypes = ::testing::Types<FakeSharedFiles, LinuxSharedFiles>;
 TYPED_TEST_SUITE(SharedFilesTest, SharedFilesTypes);
 
-TYPED_TEST(SharedFilesTest, FoldersAndFilesAreTheOwnersAloneAndNothingIsReplaced) {
-  const std::string file = this->folder / "a/b/file";
-  EXPECT_NE(this->files.makePrivateFile(file).value_or(""), "") << "its folder is missing";
+TYPED_TEST(SharedFilesTest, WhatItMakesIsTheOwnersAloneAndNothingIsReplaced) {
+  const std::string made = this->folder / "a/b/file", old = this->folder / "old", aside = old + "-aside";
+  writeFile(old, "content");
+  EXPECT_NE(this->files.makePrivateFile(made).value_or(""), "") << "its folder is missing";
   EXPECT_EQ(this->files.makeFolder(this->folder / "a/b"), std::nullopt);
   EXPECT_EQ(modeOf(this->folder / "a") | modeOf(this->folder / "a/b"), 0700U);
-  EXPECT_EQ(this->files.makePrivateFile(file), std::nullopt);
-  EXPECT_EQ(readFile(file), "");
-  writeFile(this->folder / "old", "content");
-  EXPECT_EQ(this->files.makePrivateFile(this->folder / "old"), std::nullopt);
-  EXPECT_EQ(modeOf(file) | modeOf(this->folder / "old"), 0600U);
-  EXPECT_NE(this->files.moveAside(this->folder / "old", file).value_or(""), "") << "that path is taken";
-  EXPECT_EQ(this->files.moveAside(this->folder / "old", this->folder / "aside"), std::nullopt);
-  EXPECT_EQ(readFile(this->folder / "aside"), "content");
-  for (const std::string& path : {file, file + "/below", std::string("/tmp\0hidden", 11), std::string()})
+  for (const std::string& file : {made, old}) EXPECT_EQ(this->files.makePrivateFile(file), std::nullopt);
+  EXPECT_EQ(modeOf(made) | modeOf(old), 0600U);
+  EXPECT_NE(this->files.moveAside(old, made).value_or(""), "") << "that path is taken";
+  EXPECT_EQ(this->files.moveAside(old, aside), std::nullopt);
+  EXPECT_EQ(readFile(aside), "content");
+  for (const std::string& path : {made, made + "/below", std::string("/tmp\0hidden", 11), std::string()})
     EXPECT_NE(this->files.makeFolder(path).value_or(""), "") << path;
-  EXPECT_NE(this->files.makePrivateFile(this->folder / "a").value_or(""), "") << "a folder";
 }
 
 TYPED_TEST(SharedFilesTest, ALockKeepsOutEveryOtherCallerOfTheProcess) {
-  const std::string path = this->folder / "lock", other = this->folder / "other";
-  EXPECT_EQ(this->files.tryLock(path), FileLockState::taken);
-  EXPECT_EQ(this->files.tryLock(path), FileLockState::busy);
-  EXPECT_EQ(this->files.tryLock(other), FileLockState::taken);
-  std::thread([&] { EXPECT_EQ(this->files.tryLock(path), FileLockState::busy); }).join();
+  const std::string path = this->folder / "lock";
+  for (const FileLockState state : {FileLockState::taken, FileLockState::busy})
+    EXPECT_EQ(this->files.tryLock(path), state);
+  EXPECT_EQ(this->files.tryLock(path + "-other"), FileLockState::taken);
   this->files.unlock(path);
   std::thread([&] { EXPECT_EQ(this->files.tryLock(path), FileLockState::taken); }).join();
 }
@@ -84,30 +81,26 @@ TEST(LinuxSharedFilesTest, ALockIsTheProcessesAndFreeWhenItIsKilled) {
 
 TEST(FileLockTest, WaitsByTheClockToItsLimitAndShorterOnTheMainThread) {
   FakePlatform& host = FakePlatform::install();
-  std::chrono::milliseconds waited(0), freedAfter(0);
+  int waited = 0, freedAfter = 0;
   host.clock.setSleepHook([&](std::chrono::milliseconds pause) {
-    waited += pause;
+    waited += static_cast<int>(pause.count());
     if (waited == freedAfter) host.sharedFiles.unlock("/lock");
   });
-  struct Case {
-    bool isMainThread;
-    int limit, freed, waits;
-    FileLockState state;
-  };
-  for (const Case& wait :
-       {Case{false, 15'000, 0, 15'000, FileLockState::busy},
-        Case{false, 15'000, 14'980, 14'980, FileLockState::taken}, Case{false, 0, 0, 0, FileLockState::busy},
-        Case{true, 15'000, 0, 200, FileLockState::busy}, Case{true, 100, 0, 100, FileLockState::busy}}) {
-    waited = std::chrono::milliseconds(0);
-    freedAfter = std::chrono::milliseconds(wait.freed);
+  const std::tuple<bool, int, int, int> cases[] = {// On the main thread, limit, freed after, waited.
+                                                   {false, 15'000, 0, 15'000},
+                                                   {false, 15'000, 14'980, 14'980},
+                                                   {false, 0, 0, 0},
+                                                   {true, 15'000, 0, 200}};
+  for (const auto& [onMainThread, limit, freed, expected] : cases) {
+    waited = 0;
+    freedAfter = freed;
     host.sharedFiles.tryLock("/lock");
-    host.queues.setMainThread(wait.isMainThread);
-    EXPECT_EQ(FileLock("/lock", std::chrono::milliseconds(wait.limit)).state(), wait.state) << wait.limit;
-    EXPECT_EQ(waited.count(), wait.waits);
-    EXPECT_EQ(host.sharedFiles.isLocked("/lock"), wait.state == FileLockState::busy);
+    host.queues.setMainThread(onMainThread);
+    EXPECT_EQ(FileLock("/lock", std::chrono::milliseconds(limit)).state(),
+              freed != 0 ? FileLockState::taken : FileLockState::busy);
+    EXPECT_EQ(waited, expected);
+    EXPECT_EQ(host.sharedFiles.isLocked("/lock"), freed == 0) << "given back at the end of its scope";
   }
-  host.sharedFiles.setLocksUnsupported(true);
-  EXPECT_EQ(FileLock("/lock", std::chrono::seconds(15)).state(), FileLockState::unsupported);
 }
 
 }  // namespace

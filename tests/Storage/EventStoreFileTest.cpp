@@ -34,7 +34,13 @@ class EventStoreFileTest : public EventStoreTest {
 
 TEST_F(EventStoreFileTest, whateverIsMissingIsMadeAgainForTheOwnerAlone) {
   const std::pair<const char*, std::function<void()>> cases[] = {
-      {"nothing there", [] {}},
+      {"a wide file at the start",
+       [&] {
+         fs::create_directory(folder());
+         fs::permissions(folder(), fs::perms::owner_all);
+         testing::writeFile(path(), "");
+         fs::permissions(path(), fs::perms::all);
+       }},
       {"no folder", [&] { fs::remove_all(folder()); }},
       {"no file", [&] { fs::remove(path()); }},
       {"no tables", [&] { testing::writeFile(path(), ""); }},
@@ -50,20 +56,6 @@ TEST_F(EventStoreFileTest, whateverIsMissingIsMadeAgainForTheOwnerAlone) {
     EXPECT_EQ(modeOf(path()), 0600U);
     host.log.clear();
   }
-}
-
-/// A file of that name in the working directory is none of ours, and a wide file of an earlier version
-/// narrows.
-TEST_F(EventStoreFileTest, onlyTheDocumentsFolderCounts) {
-  fs::create_directories(folder());
-  fs::current_path(fs::path(folder()).parent_path());
-  SQLiteConnection("ostrelab.sqlite").run("CREATE TABLE ostrel_events (_id INTEGER PRIMARY KEY, event TEXT)");
-  SQLiteConnection(path()).run("CREATE TABLE t (a)");
-  testing::writeFile(path() + "-journal", "");
-  fs::permissions(path(), fs::perms::all);
-  save("kept");
-  EXPECT_EQ(SQLiteConnection(path()).texts("SELECT event FROM ostrel_events"), Lines{record("kept")});
-  EXPECT_EQ(modeOf(path()), 0600U);
 }
 
 TEST_F(EventStoreFileTest, aFileThatCannotBeUsedIsToldOncePerChange) {

@@ -109,28 +109,22 @@ TEST_F(OstrelSQLiteManagerTest, aTransactionTellsTheFileFaultAndIsUndoneWhole) {
   std::optional<SQLiteConnection> other(path());
   other->run("BEGIN EXCLUSIVE");
   for (const Access access : {Access::reads, Access::writes})
-    EXPECT_EQ(manager.beginTransaction(access).kind, Kind::busy);
-  EXPECT_FALSE(manager.isInTransaction());
+    EXPECT_EQ(OstrelSQLiteManager::Transaction(manager, access).fault().kind, Kind::busy);
   other.reset();
-
-  EXPECT_FALSE(manager.beginTransaction(Access::writes));
-  succeed("INSERT INTO t VALUES (1)");
-  succeed("INSERT INTO t VALUES (1)");
-  EXPECT_TRUE(manager.hasFailedStatement());
-  EXPECT_EQ(manager.changedRows(), 1);
-  EXPECT_EQ(manager.getLastInsertRowID(), 1);
-  EXPECT_FALSE(manager.endTransaction());
-
-  EXPECT_FALSE(manager.beginTransaction(Access::writes));
-  succeed("INSERT INTO t VALUES (2)");
-  manager.failTransaction({Kind::corrupt, "said so"});
-  EXPECT_EQ(manager.endTransaction().reason, "said so");
+  for (const bool isCommitted : {false, true}) {
+    OstrelSQLiteManager::Transaction transaction(manager, Access::writes);
+    for (int i = 0; i < 2; ++i) succeed("INSERT INTO t VALUES (1)");
+    EXPECT_TRUE(manager.hasFailedStatement());
+    EXPECT_EQ(manager.changedRows(), 1);
+    EXPECT_EQ(manager.getLastInsertRowID(), 1);
+    if (isCommitted) EXPECT_FALSE(transaction.commit());
+  }
   EXPECT_EQ(onlyRow("SELECT a FROM t"), (Row{{"a", 1}}));
 
-  EXPECT_FALSE(manager.beginTransaction(Access::writes));
+  OstrelSQLiteManager::Transaction transaction(manager, Access::writes);
   std::filesystem::rename(path(), path() + "-away");
   succeed("INSERT INTO t VALUES (2)");
-  EXPECT_EQ(manager.endTransaction().kind, Kind::busy) << "another file may be there now";
+  EXPECT_EQ(transaction.commit().kind, Kind::busy) << "another file may be there now";
 }
 
 TEST_F(OstrelSQLiteManagerTest, columnsComeBackByTheirType) {
