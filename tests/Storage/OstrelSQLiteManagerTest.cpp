@@ -117,7 +117,7 @@ TEST_F(OstrelSQLiteManagerTest, aTransactionTellsTheFileFaultAndIsUndoneWhole) {
     EXPECT_TRUE(manager.hasFailedStatement());
     EXPECT_EQ(manager.changedRows(), 1);
     EXPECT_EQ(manager.getLastInsertRowID(), 1);
-    if (isCommitted) EXPECT_FALSE(transaction.commit());
+    EXPECT_FALSE(isCommitted && transaction.commit());
   }
   EXPECT_EQ(onlyRow("SELECT a FROM t"), (Row{{"a", 1}}));
 
