@@ -11,6 +11,7 @@
 #include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/FlagMark.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -65,8 +66,8 @@ void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
   application.observe(LifecycleNotification::didEnterBackground, [this] { appDidEnterBackground(); });
   isSyncing_ = false;
   serialQueue_->async([this, tarrowID = *tarrowID, secret = *appSecret, options = std::move(launchOptions)] {
+    const FlagMark making(makingInitCall_);
     initialize(tarrowID, secret, options);
-    makingInitCall_ = false;
   });
 }
 

@@ -7,6 +7,7 @@
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/DecimalText.h"
+#include "lumora/Util/FlagMark.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -96,14 +97,13 @@ std::optional<std::string> Lumora::secretForSync() const {
 void Lumora::resyncConfiguration() {
   if (isSyncing_) return;
   Lock lock(mutex_);
-  isSyncing_ = true;
+  const FlagMark syncing(isSyncing_);
   const auto secret = secretForSync();
   if (secret && canUpdate()) {
     LMRUtil::setObject(platform().clock.now(), kLmroLastUpdate);
     logTrace({"-[Lumora resyncConfiguration]", 407}, "Making update call");
     parseResponseForBlockedAndFeatures(networkManager_.getDataFromEndpoint(getSyncUrl(*secret)));
   }
-  isSyncing_ = false;
 }
 
 bool Lumora::canUpdate() const {
