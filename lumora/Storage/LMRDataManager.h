@@ -1,15 +1,18 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "lumora/Platform/FileLock.h"
 #include "lumora/Platform/Mutex.h"
 #include "lumora/Platform/TaskQueues.h"
 #include "lumora/Storage/CampaignRow.h"
@@ -53,6 +56,19 @@ class LMRDataManager {
     WaitLater& operator=(const WaitLater&) = delete;
   };
 
+  /// Holds the lock file for an upload on this thread, which may then replace a corrupt database itself.
+  class UploadLock {
+   public:
+    explicit UploadLock(std::chrono::milliseconds limit);
+    ~UploadLock();
+    UploadLock(const UploadLock&) = delete;
+    UploadLock& operator=(const UploadLock&) = delete;
+    FileLockState state() const noexcept { return lock_.state(); }
+
+   private:
+    const FileLock lock_;
+  };
+
   /// Receives the events' texts, one a line, and their row ids in the same order.
   using EventsCallback = std::function<void(const std::string& events, const List& ids)>;
 
@@ -64,10 +80,11 @@ class LMRDataManager {
 
   /// Stores a record as compact JSON; one that is not JSON is dropped whole.
   void saveEventInDB(const Dictionary& event);
-  /// Reads every stored event and calls back once, before it returns, still holding the lock. With a database
-  /// that cannot be read there are no events.
+  /// Reads every stored event and calls back once, before it returns, without the lock. With a database that
+  /// cannot be read there are no events. Until the callback ends an upload counts as running: what is saved
+  /// meanwhile is kept whatever its number, and counts for the limit only then.
   void getEventsDataWith(const EventsCallback& callback);
-  /// Deletes the events that `getEventsDataWith` named.
+  /// Deletes the events that `getEventsDataWith` named, never one that was saved since.
   void cleanUpEventsWith(const List& ids);
   void cleanUpAppEvents();
   /// Drops the newest event when the queue is full and the event is not crucial.
@@ -149,6 +166,9 @@ class LMRDataManager {
   DatabaseFault replaceCorruptFile(const std::string& reason) LUMORA_REQUIRES(databaseLock_);
   std::optional<std::string> moveFilesTo(const std::string& aside) LUMORA_REQUIRES(databaseLock_);
 
+  std::vector<OstrelSQLiteManager::Row> beginUpload();
+  void endUpload();
+  void dropBeyondLimit(OstrelSQLiteManager& sql, const std::string& id);
   void clearFirstCampaignOf(const char* query);
 
   RecursiveMutex databaseLock_;
@@ -162,6 +182,9 @@ class LMRDataManager {
   std::atomic<TaskQueue*> laterQueue_ = nullptr;
   /// Whether the main thread has left changes to the queue: nothing more waits on it until they are stored.
   std::atomic<bool> isStoringLater_ = false;
+  int runningUploads_ LUMORA_GUARDED_BY(databaseLock_) = 0;
+  /// The rows that were saved while an upload ran; SQLite gives ids of deleted rows out again.
+  std::set<std::int64_t> savedDuringUpload_ LUMORA_GUARDED_BY(databaseLock_);
   std::atomic<bool> isQuerying_ = false;
 };
 

@@ -1,9 +1,12 @@
 #include <fmt/format.h>
 
+#include <utility>
+
 #include "lumora/Events/EventKeys.h"
 #include "lumora/Facade/LumoraConstants.h"
 #include "lumora/Platform/JSON.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/FlagMark.h"
 #include "lumora/Util/Log.h"
 
 namespace lumora {
@@ -24,6 +27,11 @@ std::string joinedIds(const List& ids) {
   return joined;
 }
 
+std::int64_t countEvents(OstrelSQLiteManager& sql, const std::string& condition) {
+  const auto counted = sql.getRowsForQuery("SELECT COUNT(*) FROM ostrel_events" + condition);
+  return counted.empty() ? 0 : counted.front().at("COUNT(*)").integerValue();
+}
+
 }  // namespace
 
 void LMRDataManager::saveEventInDB(const Dictionary& event) {
@@ -31,18 +39,24 @@ void LMRDataManager::saveEventInDB(const Dictionary& event) {
   if (!text) return;
   change([this, statement = "INSERT INTO ostrel_events (event) VALUES ('" + quotedForSQL(*text) +
                             "');"](OstrelSQLiteManager& sql) {
+    const int before = sql.changedRows();
     sql.doQuery(statement);
-    checkEventsThreshold();
+    if (sql.changedRows() == before) return;  // What was not stored must not push another event out.
+    Lock lock(databaseLock_);
+    if (runningUploads_ > 0) {
+      savedDuringUpload_.insert(sql.getLastInsertRowID());
+    } else {
+      checkEventsThreshold();
+    }
   });
 }
 
 void LMRDataManager::getEventsDataWith(const EventsCallback& callback) {
-  Lock lock(databaseLock_);
-  std::vector<OstrelSQLiteManager::Row> rows;
-  const bool isRead = transact(Access::reads, [&rows](OstrelSQLiteManager& sql) {
-    rows = sql.getRowsForQuery("SELECT * from ostrel_events");
-  });
-  if (!isRead) rows.clear();
+  const auto rows = beginUpload();
+  struct Upload {
+    LMRDataManager& store;
+    ~Upload() { store.endUpload(); }
+  } const upload{*this};
   std::string events;
   List ids;
   for (const auto& row : rows) {
@@ -53,12 +67,53 @@ void LMRDataManager::getEventsDataWith(const EventsCallback& callback) {
     events += text->description();
     ids.push_back(*id);
   }
-  callback(events, ids);
+  callback(events, ids);  // Without the lock: an upload takes as long as the network wants.
+}
+
+/// Reads the rows. Whatever is saved from that moment on is saved during the upload.
+std::vector<OstrelSQLiteManager::Row> LMRDataManager::beginUpload() {
+  std::vector<OstrelSQLiteManager::Row> rows;
+  bool hasBegun = false;
+  const auto begin = [this, &hasBegun] {
+    Lock lock(databaseLock_);
+    if (!std::exchange(hasBegun, true)) ++runningUploads_;
+    if (runningUploads_ == 1) savedDuringUpload_.clear();
+  };
+  const bool isRead = transact(Access::reads, [&](OstrelSQLiteManager& sql) {
+    rows = sql.getRowsForQuery("SELECT * from ostrel_events");
+    begin();  // Under the lock still.
+  });
+  if (!isRead) rows.clear();
+  if (!hasBegun) begin();
+  return rows;
+}
+
+/// The rows that were saved during an upload count for the limit one after the other, as if each had waited
+/// for the upload's end.
+void LMRDataManager::endUpload() {
+  {
+    Lock lock(databaseLock_);
+    if (--runningUploads_ > 0 || savedDuringUpload_.empty()) return;
+  }
+  change([this](OstrelSQLiteManager& sql) {
+    Lock lock(databaseLock_);
+    if (runningUploads_ > 0) return;
+    const auto saved = std::exchange(savedDuringUpload_, {});
+    if (countEvents(sql, "") < MAX_CHECKPOINTS_COUNT) return;
+    for (const std::int64_t id : saved) dropBeyondLimit(sql, std::to_string(id));
+  });
 }
 
 void LMRDataManager::cleanUpEventsWith(const List& ids) {
-  change([statement = "DELETE FROM ostrel_events WHERE _id IN (" + joinedIds(ids) +
-                      ");"](OstrelSQLiteManager& sql) { sql.doQuery(statement); });
+  change([this, ids](OstrelSQLiteManager& sql) {
+    // An id that was saved under since the rows were read names another event by now: all rows were deleted
+    // in between, and the count began anew.
+    Lock lock(databaseLock_);
+    const auto& saved = savedDuringUpload_;
+    List sent = ids;
+    std::erase_if(sent, [&saved](const Value& id) { return saved.contains(id.integerValue()); });
+    sql.doQuery("DELETE FROM ostrel_events WHERE _id IN (" + joinedIds(sent) + ");");
+  });
 }
 
 void LMRDataManager::cleanUpAppEvents() {
@@ -68,18 +123,16 @@ void LMRDataManager::cleanUpAppEvents() {
 void LMRDataManager::checkEventsThreshold() {
   if (isQuerying_) return;
   change([this](OstrelSQLiteManager& sql) {
-    isQuerying_ = true;
-    const auto counted = sql.getRowsForQuery("SELECT COUNT(*) FROM ostrel_events");
-    const std::int64_t count = counted.empty() ? 0 : counted.front().at("COUNT(*)").integerValue();
-    if (count >= MAX_CHECKPOINTS_COUNT) {
-      const auto newest = sql.getRowsForQuery(
-          "select event from ostrel_events where _id = (select MAX(_id) from ostrel_events)");
-      if (canDeleteEvent(firstText(newest, "event"))) {
-        sql.doQuery("delete from ostrel_events where _id = (select MAX(_id) from ostrel_events)");
-      }
-    }
-    isQuerying_ = false;
+    const FlagMark querying(isQuerying_);
+    dropBeyondLimit(sql, "(select MAX(_id) from ostrel_events)");
   });
+}
+
+/// Drops the event of a row when it and those before it fill the queue, unless it is crucial.
+void LMRDataManager::dropBeyondLimit(OstrelSQLiteManager& sql, const std::string& id) {
+  if (countEvents(sql, " WHERE _id <= " + id) < MAX_CHECKPOINTS_COUNT) return;
+  const auto row = sql.getRowsForQuery("select event from ostrel_events where _id = " + id);
+  if (canDeleteEvent(firstText(row, "event"))) sql.doQuery("delete from ostrel_events where _id = " + id);
 }
 
 bool LMRDataManager::canDeleteEvent(const std::string& event) const {

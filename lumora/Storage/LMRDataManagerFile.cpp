@@ -22,6 +22,9 @@ using Rows = std::map<std::int64_t, OstrelSQLiteManager::Row>;
 /// applied to the next file of that name.
 constexpr const char* companions[] = {"-journal", "-wal", "-shm"};
 
+/// Whether this thread uploads, and so has the lock file's lock already.
+thread_local bool hasUploadLock = false;
+
 /// Whether SQLite finds nothing wrong with any page.
 bool isSound(OstrelSQLiteManager& sql) {
   const auto found = sql.getRowsForQuery("PRAGMA integrity_check(1)");
@@ -76,6 +79,15 @@ std::string unusedPath(std::string path) {
 
 }  // namespace
 
+LMRDataManager::UploadLock::UploadLock(std::chrono::milliseconds limit)
+    : lock_(sharedInstance().lockFilePath(), limit) {
+  if (state() == FileLockState::taken) hasUploadLock = true;
+}
+
+LMRDataManager::UploadLock::~UploadLock() {
+  if (state() == FileLockState::taken) hasUploadLock = false;
+}
+
 /// Makes the folder and the file where they are missing, for their owner alone.
 DatabaseFault LMRDataManager::provideFile() {
   const Platform& system = platform();
@@ -116,8 +128,9 @@ DatabaseFault LMRDataManager::provideTables() {
 /// Looks at the file once more, with every other process kept out, and puts a new one in its place.
 DatabaseFault LMRDataManager::replaceCorruptFile(const std::string& reason) {
   // Another process may have done so by now, or may be sending events of this file.
-  const FileLock processes(lockFilePath(), std::chrono::milliseconds(0));
-  if (processes.state() == FileLockState::busy) return {Kind::busy, {}};
+  std::optional<FileLock> processes;
+  if (!hasUploadLock) processes.emplace(lockFilePath(), std::chrono::milliseconds(0));
+  if (processes && processes->state() == FileLockState::busy) return {Kind::busy, {}};
   tablesAreThere_ = false;
   SavedRows saved;
   const std::string aside = unusedPath(

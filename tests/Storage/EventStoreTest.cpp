@@ -49,31 +49,43 @@ TEST_F(EventStoreTest, aRecordThatIsNotJSONIsDroppedWhole) {
   EXPECT_EQ(queue().text, "");
 }
 
-TEST_F(EventStoreTest, aFullQueueDropsTheNewEventUnlessItIsCrucial) {
-  const std::tuple<int, const char*, std::size_t, std::size_t> cases[] = {
-      {998, "checkpoint", 999, 0},   {999, "checkpoint", 999, 0}, {1000, "checkpoint", 1000, 0},
-      {1200, "checkpoint", 1200, 0}, {998, "init", 999, 0},       {999, "init", 1000, 1},
-      {1000, "push", 1001, 1},       {1200, "user", 1201, 1},     {999, "Push", 999, 0},
-      {999, "session", 999, 0},      {999, "inapp", 999, 0},      {999, "update_test_device", 999, 0},
+TEST_F(EventStoreTest, aFullQueueDropsNewEventsUnlessTheyAreCrucial) {
+  enum When { atRest, whileAcceptedUpload, whileRefusedUpload };
+  using Types = std::vector<const char*>;
+  // The rows before, when which events are saved, the rows left, and the lines about crucial events.
+  const std::tuple<int, When, Types, std::size_t, std::size_t> cases[] = {
+      {998, atRest, {"checkpoint"}, 999, 0},
+      {999, atRest, {"checkpoint"}, 999, 0},
+      {1200, atRest, {"checkpoint"}, 1200, 0},
+      {999, atRest, {"init"}, 1000, 1},
+      {1200, atRest, {"push", "user"}, 1202, 2},
+      {999, atRest, {"Push", "session", "inapp", "update_test_device"}, 999, 0},
+      {998, whileAcceptedUpload, {"checkpoint", "checkpoint"}, 2, 0},
+      {998, whileRefusedUpload, {"checkpoint", "checkpoint", "session"}, 999, 0},
+      {998, whileRefusedUpload, {"init", "checkpoint", "push", "checkpoint"}, 1000, 1},
+      {1200, whileAcceptedUpload, {"checkpoint", "user"}, 2, 0},
+      {0, whileAcceptedUpload, Types(1003, "checkpoint"), 999, 0},
   };
-  for (const auto& [rows, type, expected, crucialLines] : cases) {
-    SCOPED_TRACE(std::to_string(rows) + " rows, then " + type);
+  for (const auto& [rows, when, types, expected, crucialLines] : cases) {
+    SCOPED_TRACE(std::to_string(rows) + " rows, then " + types.front() + " at " + std::to_string(when));
     store().cleanUpAppEvents();
     host.log.clear();
     fill(rows);
-    save("new", type);
-    const Queue stored = queue();
-    EXPECT_EQ(stored.ids.size(), expected);
-    EXPECT_EQ(stored.text.ends_with(record("new", type)), expected != static_cast<std::size_t>(rows));
+    const auto saveAll = [&types = types] {
+      for (const char* type : types) save("new", type);
+    };
+    if (when == atRest) {
+      saveAll();
+    } else {
+      store().getEventsDataWith([&, when = when, added = rows + types.size()](const auto&, const List& ids) {
+        std::thread(saveAll).join();  // An upload holds up no other thread.
+        EXPECT_EQ(count(), added);
+        if (when == whileAcceptedUpload) store().cleanUpEventsWith(ids);
+      });
+    }
+    EXPECT_EQ(count(), expected);
     EXPECT_EQ(host.log.messages(), std::vector<std::string>(crucialLines, crucialLine));
   }
-}
-
-TEST_F(EventStoreTest, theIdOfADroppedEventIsGivenOutAgain) {
-  fill(MAX_CHECKPOINTS_COUNT - 1);
-  save("dropped");
-  save("kept", "user");
-  EXPECT_EQ(queue().ids.back(), MAX_CHECKPOINTS_COUNT);
 }
 
 TEST_F(EventStoreTest, onlyTheNamedEventsAreDeleted) {
@@ -87,17 +99,22 @@ TEST_F(EventStoreTest, onlyTheNamedEventsAreDeleted) {
   }
 }
 
-TEST_F(EventStoreTest, theCallbackMayUseTheStoreWhileOtherThreadsWait) {
-  for (const char* name : {"sent", "sent too"}) save(name);
-  std::thread other;
-  store().getEventsDataWith([&](const std::string&, const List& ids) {
-    other = std::thread([] { save("later"); });
-    save("meanwhile");
+TEST_F(EventStoreTest, anIdThatIsUsedAgainDuringAnUploadIsNotDeleted) {
+  for (const char* name : {"sent", "sent too", "sent as well"}) save(name);
+  store().getEventsDataWith([](const std::string&, const List& ids) {
+    store().cleanUpAppEvents();
+    for (const char* name : {"new", "another"}) save(name);
     store().cleanUpEventsWith(ids);
-    EXPECT_EQ(queue().text, record("meanwhile"));
   });
-  other.join();
-  EXPECT_EQ(queue().text, record("meanwhile") + "\n" + record("later"));
+  EXPECT_EQ(queue().text, record("new") + "\n" + record("another"));
+}
+
+TEST_F(EventStoreTest, anEventThatCannotBeStoredPushesNoneOut) {
+  fill(1000);
+  SQLiteConnection(path()).run(
+      "CREATE TRIGGER refusal BEFORE INSERT ON ostrel_events BEGIN SELECT RAISE(FAIL, 'no'); END");
+  save("refused");
+  EXPECT_EQ(count(), 1000U);
 }
 
 TEST_F(EventStoreTest, crucialEventsMayNotBeDeleted) {
