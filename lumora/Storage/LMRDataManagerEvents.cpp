@@ -109,7 +109,7 @@ void LMRDataManager::cleanUpEventsWith(const List& ids) {
     // An id that was saved under since the rows were read names another event by now: all rows were deleted
     // in between, and the count began anew.
     Lock lock(databaseLock_);
-    const auto& saved = savedDuringUpload_;
+    const std::set<std::int64_t> saved = savedDuringUpload_;
     List sent = ids;
     std::erase_if(sent, [&saved](const Value& id) { return saved.contains(id.integerValue()); });
     sql.doQuery("DELETE FROM ostrel_events WHERE _id IN (" + joinedIds(sent) + ");");

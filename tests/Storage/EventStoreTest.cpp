@@ -77,7 +77,8 @@ TEST_F(EventStoreTest, aFullQueueDropsNewEventsUnlessTheyAreCrucial) {
     if (when == atRest) {
       saveAll();
     } else {
-      store().getEventsDataWith([&, when = when, added = rows + types.size()](const auto&, const List& ids) {
+      store().getEventsDataWith([&, when = when, added = static_cast<std::size_t>(rows) + types.size()](
+                                    const auto&, const List& ids) {
         std::thread(saveAll).join();  // An upload holds up no other thread.
         EXPECT_EQ(count(), added);
         if (when == whileAcceptedUpload) store().cleanUpEventsWith(ids);
