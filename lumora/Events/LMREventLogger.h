@@ -14,8 +14,8 @@ namespace lumora {
 /// The event pipeline: builds event records, keeps the table of open sessions, and uploads what is stored.
 ///
 /// A record is stored as one row until an upload that the service accepted deletes it. The logger is a lock
-/// that its holder may take again: every builder, every session operation and a whole upload, its request
-/// included, hold it. Any thread may call; uploads block theirs.
+/// that its holder may take again: builders and session operations hold it. Uploads have a lock of their own,
+/// so that nothing is recorded later because of one. Any thread may call; an upload blocks its own.
 class LMREventLogger {
  public:
   static LMREventLogger& sharedInstance();
@@ -61,7 +61,8 @@ class LMREventLogger {
   // Upload.
 
   /// Sends every stored event in one request and deletes what was sent once the service accepted it. Without
-  /// force it gives up at once while another upload runs, and soon after the last one.
+  /// force it gives up at once while another upload runs, in this process or another, and soon after the last
+  /// one. With force it waits for the upload of this process, and up to 15 s for another's.
   void reportEvents(bool force);
   bool canReport() const;
   /// The path of the upload, with the signature's query in secure mode; nothing, with a line, without a
@@ -73,12 +74,19 @@ class LMREventLogger {
  private:
   LMREventLogger() = default;
 
+  void reportClientInfoIfDue() LUMORA_REQUIRES(mutex_);
   bool mayUpload(bool force) const;
+  void warnWithoutLocks() LUMORA_REQUIRES(uploadMutex_);
   void uploadEvents(const std::string& events, const List& ids);
 
+  /// Keeps uploads apart; taken before the logger's lock, which no upload needs.
+  RecursiveMutex uploadMutex_;
+  bool hasWarnedWithoutLocks_ LUMORA_GUARDED_BY(uploadMutex_) = false;
   mutable RecursiveMutex mutex_;
   /// Open sessions by name; each holds the second in which it began.
   std::map<std::string, Dictionary, std::less<>> sessions_ LUMORA_GUARDED_BY(mutex_);
+  /// Whether the client information was recorded, but the settings could not keep that.
+  bool isClientInfoMarkLost_ LUMORA_GUARDED_BY(mutex_) = false;
   std::atomic<bool> isReporting_ = false;
 };
 

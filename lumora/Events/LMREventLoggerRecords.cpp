@@ -16,18 +16,25 @@ Dictionary LMREventLogger::getEventSkeleton(std::string_view eventType) {
 }
 
 void LMREventLogger::saveEvent(const Dictionary& event) {
+  const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
   LMRInAppHandler::sharedInstance().currentEvent(event);
-  SettingsStore& settings = platform().settings;
-  if (!settings.object(kLmroInit).boolValue()) {
-    reportClientInfo();
-    LMRUtil::setBool(true, kLmroInit);
-  }
+  reportClientInfoIfDue();
   LMRDataManager::sharedInstance().saveEventInDB(event);
+}
+
+void LMREventLogger::reportClientInfoIfDue() {
+  SettingsStore& settings = platform().settings;
+  if (isClientInfoMarkLost_ || settings.object(kLmroInit).boolValue()) return;
+  reportClientInfo();
+  LMRUtil::setBool(true, kLmroInit);
+  // Where the settings keep nothing, every later event of this run would make the information due again.
+  isClientInfoMarkLost_ = !settings.object(kLmroInit).boolValue();
 }
 
 void LMREventLogger::reportCheckpoint(const std::string& name, std::string_view type,
                                       const std::optional<Dictionary>& meta) {
+  const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
   Dictionary event = getEventSkeleton(KEY_CHECKPOINT);
   event.emplace(KEY_NAME, name);
@@ -97,6 +104,7 @@ void LMREventLogger::reportPushOpen(const std::optional<Dictionary>& launchOptio
 
 void LMREventLogger::reportInappWithSubType(const std::optional<std::string>& subtype,
                                             const std::optional<std::string>& campaignId) {
+  const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
   Dictionary event = getEventSkeleton(KEY_INAPP);
   if (subtype && campaignId) {

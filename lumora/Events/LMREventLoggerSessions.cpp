@@ -5,11 +5,13 @@
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/LumoraConstants.h"
 #include "lumora/InApp/LMRInAppHandler.h"
+#include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/Log.h"
 
 namespace lumora {
 
 bool LMREventLogger::startSession(const std::string& name) {
+  const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
   if (sessions_.size() >= static_cast<std::size_t>(MAX_SESSIONS_COUNT)) {
     logLine("LumoraSDK-Session threshold exceeded, unable to start this session {}.", name);
@@ -30,6 +32,7 @@ bool LMREventLogger::isSessionOpen(std::string_view name) const {
 }
 
 void LMREventLogger::endSession(const std::string& name) {
+  const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
   const auto session = sessions_.find(name);
   if (session == sessions_.end()) {
@@ -48,6 +51,7 @@ void LMREventLogger::endSession(const std::string& name) {
 }
 
 void LMREventLogger::endAllSessions() {
+  const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
   std::vector<std::string> names;
   for (const auto& [name, session] : sessions_) names.push_back(name);
@@ -60,6 +64,8 @@ void LMREventLogger::discardAllSessions() {
 }
 
 bool LMREventLogger::startAppSession() {
+  const LMRDataManager::WaitLater later;
+  Lock lock(mutex_);  // Nobody ends the session before its opening is recorded.
   if (!startSession(std::string(kLmroSession))) return false;
   reportAppOpen();
   return true;

@@ -52,7 +52,7 @@ void FakeSettingsStore::setObject(std::string_view key, const Value& value) {
   requireStorable(key, value);
   Lock lock(mutex_);
   if (refusesChanges_) throw std::runtime_error("the store refuses changes");
-  values_.insert_or_assign(std::string(key), value);
+  if (!ignoresWrites_) values_.insert_or_assign(std::string(key), value);
 }
 
 void FakeSettingsStore::removeObject(std::string_view key) {
@@ -75,7 +75,7 @@ Value FakeSettingsStore::setObjectIfAbsent(std::string_view key, const Value& va
     Lock lock(mutex_);
     if (const Value* present = findValue(values_, key)) return *present;
     if (refusesChanges_) throw std::runtime_error("the store refuses changes");
-    values_.insert_or_assign(std::string(key), value);
+    if (!ignoresWrites_) values_.insert_or_assign(std::string(key), value);
   }
   synchronize();
   return value;
@@ -84,6 +84,11 @@ Value FakeSettingsStore::setObjectIfAbsent(std::string_view key, const Value& va
 void FakeSettingsStore::setRefusesChanges(bool refuses) {
   Lock lock(mutex_);
   refusesChanges_ = refuses;
+}
+
+void FakeSettingsStore::setIgnoresWrites(bool ignores) {
+  Lock lock(mutex_);
+  ignoresWrites_ = ignores;
 }
 
 void FakeSettingsStore::setFlushFails(bool fails) {

@@ -23,6 +23,8 @@ class LUMORA_EXPORT FakeSettingsStore : public SettingsStore {
 
   /// Makes `setObject` throw `std::runtime_error` for every value, as a store may, or work again.
   void setRefusesChanges(bool refuses);
+  /// Makes the store unusable, or usable again: writes are ignored.
+  void setIgnoresWrites(bool ignores);
   /// Makes every flush fail, or succeed again.
   void setFlushFails(bool fails);
   /// What the process would find at its next start: forgets every change that was not flushed.
@@ -40,6 +42,7 @@ class LUMORA_EXPORT FakeSettingsStore : public SettingsStore {
   Dictionary values_ LUMORA_GUARDED_BY(mutex_);
   Dictionary flushed_ LUMORA_GUARDED_BY(mutex_);
   bool refusesChanges_ LUMORA_GUARDED_BY(mutex_) = false;
+  bool ignoresWrites_ LUMORA_GUARDED_BY(mutex_) = false;
   bool flushFails_ LUMORA_GUARDED_BY(mutex_) = false;
   int flushCount_ LUMORA_GUARDED_BY(mutex_) = 0;
 };
