@@ -1,8 +1,11 @@
+#include <utility>
+
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/LMRSecuritySignature.h"
 #include "lumora/Facade/Lumora.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/FlagMark.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -13,6 +16,8 @@ namespace {
 
 constexpr const char* kLmroReportEndpoint = "report/events/";
 constexpr double minimumSecondsBetweenUploads = 5.0;
+constexpr std::chrono::milliseconds noWait{0};
+constexpr std::chrono::seconds longestWaitForProcess{15};
 constexpr const char* operation = "-[LMREventLogger reportEvents:]";
 constexpr const char* callbackOperation = "-[LMREventLogger reportEvents:]_block_invoke";
 
@@ -21,18 +26,6 @@ void logMissingSignature() {
       "LumoraSDK-App is in Secure mode but could not found valid Security Token , Please set valid Security "
       "Signature using [[Lumora sharedInstance] setSecureSignature] .");
 }
-
-/// Marks the logger as uploading for the length of a scope, whatever way leads out of it.
-class ReportingMark {
- public:
-  explicit ReportingMark(std::atomic<bool>& flag) : flag_(flag) { flag_ = true; }
-  ~ReportingMark() { flag_ = false; }
-  ReportingMark(const ReportingMark&) = delete;
-  ReportingMark& operator=(const ReportingMark&) = delete;
-
- private:
-  std::atomic<bool>& flag_;
-};
 
 }  // namespace
 
@@ -66,12 +59,29 @@ void LMREventLogger::reportEvents(bool force) {
     logTrace({operation, 144}, "Already reporting the event");
     return;
   }
-  Lock lock(mutex_);
-  const ReportingMark reporting(isReporting_);
+  Lock lock(uploadMutex_);
+  const FlagMark reporting(isReporting_);
   if (!mayUpload(force)) return;
+  const LMRDataManager::UploadLock processes(force ? longestWaitForProcess : noWait);
+  if (processes.state() == FileLockState::busy && !force) {
+    logTrace({operation, 144}, "Already reporting the event");
+    return;
+  }
   LMRUtil::setObject(platform().clock.now(), kLmroLastReport);
+  if (processes.state() == FileLockState::busy) {
+    logLine("LumoraSDK-Another process of this application is still uploading.");
+    logTrace({callbackOperation, 209}, "Failed to report events data");
+    return;
+  }
+  if (processes.state() == FileLockState::unsupported) warnWithoutLocks();
   LMRDataManager::sharedInstance().getEventsDataWith(
       [this](const std::string& events, const List& ids) { uploadEvents(events, ids); });
+}
+
+/// Tells once that another process may be sending the same events.
+void LMREventLogger::warnWithoutLocks() {
+  if (std::exchange(hasWarnedWithoutLocks_, true)) return;
+  logLine("LumoraSDK-There are no file locks beside the database, uploading without one.");
 }
 
 bool LMREventLogger::mayUpload(bool force) const {

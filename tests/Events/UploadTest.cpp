@@ -1,7 +1,10 @@
+#include <stdexcept>
 #include <thread>
+#include <tuple>
 
 #include "lumora/Events/EventKeys.h"
 #include "tests/Facade/LumoraFixture.h"
+#include "tests/Support/TestFiles.h"
 
 namespace lumora::tests {
 namespace {
@@ -16,6 +19,11 @@ class UploadTest : public LumoraTest {
     return "LumoraFramework--[LMREventLogger " + operation + " [Line " + std::to_string(line) + "] " +
            message;
   }
+  static inline const std::string sent = "LumoraSDK-Reported all data successfully.";
+  static inline const std::string failed = traced(209, "Failed to report events data", callback);
+  static inline const std::string alreadyReporting =
+      traced(144, "Already reporting the event", "reportEvents:]");
+
   static void report(const std::string& name) {
     logger().reportCheckpoint(name, KEY_TYPE_CUSTOM, std::nullopt);
   }
@@ -23,8 +31,7 @@ class UploadTest : public LumoraTest {
 
 TEST_F(UploadTest, withoutASecretNothingIsSent) {
   report("early");
-  logger().reportEvents(false);
-  logger().reportEvents(true);
+  for (const bool force : {false, true}) logger().reportEvents(force);
   const std::string line = traced(153, "Lumora is not initlized");
   EXPECT_EQ(log(), (Texts{line, line}));
   EXPECT_EQ(requests(), Texts());
@@ -33,69 +40,41 @@ TEST_F(UploadTest, withoutASecretNothingIsSent) {
   EXPECT_FALSE(logger().isReporting());
 }
 
-TEST_F(UploadTest, requestCarriesEveryRowAndLaterOnesStay) {
-  initialise();
-  for (const char* name : {"a", "b", "c"}) report(name);
-  host.urlLoader.setHandler([](const URLRequest& request) {
-    EXPECT_EQ(request.url, "https://account.lumora.example/report/events/");
-    EXPECT_EQ(request.method, "POST");
-    EXPECT_EQ(request.timeout, std::chrono::seconds(10));
-    EXPECT_EQ(request.body, actionEvent("a") + "\n" + actionEvent("b") + "\n" + actionEvent("c"));
-    EXPECT_TRUE(logger().isReporting());
-    report("late");  // The uploading thread holds the locks, so it may go on.
-    return URLResponse{200, {}, accepted, std::nullopt};
-  });
-  logger().reportEvents(true);
-  EXPECT_EQ(requests().size(), 1U);
-  EXPECT_EQ(storedEvents(), Texts{actionEvent("late")});
-}
-
 TEST_F(UploadTest, everyOutcomeKeepsOrDeletesTheRows) {
-  const struct {
-    int status;
-    const char* body;
-    int error;
-    bool isDeleted;
-  } cases[] = {
+  const std::tuple<int, const char*, int, bool> cases[] = {
+      // Status, body, transport error, and whether the events are deleted: the body decides that.
       {200, accepted, 0, true},
-      {500, accepted, 0, true},  // The body decides.
+      {500, accepted, 0, true},
       {200, R"({"success":false,"error_message":"quota"})", 0, false},
-      {200, "{}", 0, false},
       {502, "<html>", 0, false},
       {200, "", 0, false},
-      {0, "", kURLErrorNotConnectedToInternet, false},
       {0, "", kURLErrorTimedOut, false},
   };
   initialise();
-  for (const auto& test : cases) {
-    SCOPED_TRACE(std::to_string(test.status) + " " + test.body + " " + std::to_string(test.error));
+  for (const auto& [status, body, error, isDeleted] : cases) {
+    SCOPED_TRACE(std::to_string(status) + " " + body);
     advance(5);
     report("a");
     forget();
     const Texts rows = storedEvents();
-    if (test.error == 0) host.urlLoader.enqueue(test.status, test.body);
-    if (test.error != 0) host.urlLoader.enqueueError(test.error);
+    if (error == 0) host.urlLoader.enqueue(status, body);
+    if (error != 0) host.urlLoader.enqueueError(error);
     logger().reportEvents(false);
 
     EXPECT_EQ(log().front(), traced(185, " sending data " + rows.at(0), callback));
-    EXPECT_EQ(log().back(), test.isDeleted ? "LumoraSDK-Reported all data successfully."
-                                           : traced(209, "Failed to report events data", callback));
+    EXPECT_EQ(log().back(), isDeleted ? sent : failed);
     EXPECT_EQ(requests(), Texts{uploadRequest});
-    EXPECT_EQ(storedEvents(), test.isDeleted ? Texts() : rows);
+    EXPECT_EQ(storedEvents(), isDeleted ? Texts() : rows);
     EXPECT_EQ(host.settings.flushedValues()["lmro.LastReport"], Value(host.clock.now()));
     EXPECT_FALSE(logger().isReporting());
     LMRDataManager::sharedInstance().cleanUpAppEvents();
   }
-}
-
-TEST_F(UploadTest, emptyQueueCountsAsAnAttempt) {
-  initialise();
   advance(5);
-  logger().reportEvents(false);
+  forget();
+  logger().reportEvents(false);  // Without events it counts as an attempt all the same.
   EXPECT_EQ(log(), Texts{traced(180, "Lumra-No data available Failed to report data", callback)});
   EXPECT_EQ(requests(), Texts());
   EXPECT_EQ(host.settings.object("lmro.LastReport"), Value(host.clock.now()));
-  EXPECT_FALSE(logger().isReporting());
 }
 
 TEST_F(UploadTest, forceSkipsTheGateOnly) {
@@ -108,17 +87,92 @@ TEST_F(UploadTest, forceSkipsTheGateOnly) {
                           traced(170, "Wait for some time")}));
   EXPECT_EQ(requests(), Texts());
   EXPECT_EQ(host.settings.object("lmro.LastReport"), last);
-  EXPECT_EQ(storedEvents().size(), 1U);
   EXPECT_FALSE(logger().isReporting());
-
   logger().reportEvents(true);
   EXPECT_EQ(requests(), Texts{uploadRequest});
-  EXPECT_EQ(storedEvents(), Texts());
+
+  // A time more than a day ahead was stored while the clock stood wrong.
+  for (const auto& [secondsAhead, mayReport] : {std::pair(86400, false), std::pair(86401, true)}) {
+    setNow(startSecond);
+    host.settings.setObject("lmro.LastReport", dateFromSeconds(startSecond + secondsAhead));
+    EXPECT_EQ(logger().canReport(), mayReport);
+    EXPECT_EQ(lumora().canReport(), mayReport);
+  }
 }
 
-TEST_F(UploadTest, duringAnUploadAnOrdinaryTriggerGivesUpAndAForcedOneWaits) {
+TEST_F(UploadTest, processesUploadOneAfterTheOther) {
+  constexpr int noLocks = -1;
+  const std::string busy = "LumoraSDK-Another process of this application is still uploading.";
+  const std::string unlocked =
+      "LumoraSDK-There are no file locks beside the database, uploading without one.";
+  const struct {
+    bool force;
+    int secondsOtherHolds;
+    int secondsWaited;
+    Texts lines;
+  } cases[] = {
+      {false, 60, 0, {alreadyReporting}},
+      {true, 60, 15, {busy, failed}},
+      {true, 7, 7, {sent}},
+      {false, 0, 0, {sent}},
+      {false, noLocks, 0, {unlocked, sent}},
+      {true, noLocks, 0, {sent}},
+  };
   initialise();
+  host.queues.setMainThread(false);
+  const std::string path = LMRDataManager::sharedInstance().lockFilePath();
+  for (const auto& [force, secondsOtherHolds, secondsWaited, expected] : cases) {
+    SCOPED_TRACE(expected.front());
+    advance(60);
+    report("a");
+    forget();
+    const Value last = host.settings.object("lmro.LastReport");
+    const Date begin = host.clock.now();
+    const Date end = begin + std::chrono::seconds(secondsOtherHolds);
+    host.sharedFiles.setLocksUnsupported(secondsOtherHolds == noLocks);
+    if (secondsOtherHolds > 0) host.sharedFiles.tryLock(path);
+    host.clock.setSleepHook([&](std::chrono::milliseconds) {
+      if (host.clock.now() >= end) host.sharedFiles.unlock(path);
+    });
+    logger().reportEvents(force);
+    host.sharedFiles.unlock(path);
+    const bool isSent = expected.back() == sent;
+    EXPECT_EQ(host.clock.now() - begin, std::chrono::seconds(secondsWaited));
+    EXPECT_EQ(requests().size(), isSent ? 1U : 0U);
+    EXPECT_EQ(storedEvents().empty(), isSent);
+    EXPECT_EQ(isSent ? logWith("LumoraSDK-") : log(), expected);
+    EXPECT_EQ(host.settings.object("lmro.LastReport") == last, expected.front() == alreadyReporting);
+  }
+}
+
+TEST_F(UploadTest, aCorruptDatabaseIsReplacedByTheUploadThatFindsIt) {
+  initialise();
+  host.queues.setMainThread(false);
+  testing::writeFile(host.files.documentsDirectory() + "/ostrelab.sqlite", std::string(8192, 'x'));
+  logger().reportEvents(true);
+  EXPECT_EQ(host.clock.now(), dateFromSeconds(startSecond));  // Without waiting for its own lock.
   report("a");
+  EXPECT_EQ(storedEvents(), Texts{actionEvent("a")});
+}
+
+TEST_F(UploadTest, anExceptionOnTheWayLeavesNoFlagSet) {
+  host.urlLoader.setHandler([](const URLRequest&) -> URLResponse { throw std::runtime_error("loader"); });
+  initializeAndRun();
+  EXPECT_FALSE(lumora().makingInitCall());
+  rememberEarlierRun("1.0", account, secret);
+  initializeAndRun();
+  EXPECT_TRUE(lumora().sdkInitialized());
+  EXPECT_FALSE(logger().isReporting());
+  LMRDataManager::sharedInstance().cleanUpAppEvents();  // Without an upload the resync comes to its request.
+  lumora().appWillEnterForeground();
+  host.queues.runAll();
+  EXPECT_EQ(requests().back(), syncRequest);
+  EXPECT_FALSE(lumora().isSyncing());
+}
+
+TEST_F(UploadTest, anUploadCarriesEveryRowAndHoldsUpOnlyAForcedOne) {
+  initialise();
+  for (const char* name : {"a", "b"}) report(name);
   advance(60);
   host.urlLoader.hold();
   std::thread uploader([] { logger().reportEvents(false); });
@@ -126,22 +180,28 @@ TEST_F(UploadTest, duringAnUploadAnOrdinaryTriggerGivesUpAndAForcedOneWaits) {
 
   EXPECT_TRUE(logger().isReporting());
   host.log.clear();
-  logger().reportEvents(false);  // Would never return if it waited: the upload is released below.
-  EXPECT_EQ(log(), Texts{traced(144, "Already reporting the event")});
   setNow(startSecond);
-  std::thread second([] {
-    report("late");
-    logger().reportEvents(true);
-  });
+  // Whatever waited here would wait for ever: the upload is released below.
+  logger().reportEvents(false);
+  EXPECT_EQ(log(), Texts{alreadyReporting});
+  lumora().discardAllSessions();
+  logger().startAppSession();
+  logger().reportInappWithSubType("tapped", "c");
+  report("late");
+  EXPECT_EQ(storedEvents().size(), 5U);
+  std::thread second([] { logger().reportEvents(true); });
   EXPECT_EQ(requests().size(), 1U);
   host.urlLoader.release();
   uploader.join();
   second.join();
 
-  const auto sent = host.urlLoader.requests();
-  ASSERT_EQ(sent.size(), 2U);
-  EXPECT_EQ(sent[0].body, actionEvent("a"));
-  EXPECT_EQ(sent[1].body, actionEvent("late"));
+  const auto uploads = host.urlLoader.requests();
+  ASSERT_EQ(uploads.size(), 2U);
+  EXPECT_EQ(uploads[0].url, "https://account.lumora.example/report/events/");
+  EXPECT_EQ(uploads[0].method, "POST");
+  EXPECT_EQ(uploads[0].timeout, std::chrono::seconds(10));
+  EXPECT_EQ(uploads[0].body, actionEvent("a") + "\n" + actionEvent("b"));
+  EXPECT_EQ(lines(uploads[1].body).at(2), actionEvent("late"));
   EXPECT_EQ(storedEvents(), Texts());
   EXPECT_FALSE(logger().isReporting());
 }
