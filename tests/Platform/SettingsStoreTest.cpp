@@ -132,7 +132,7 @@ TEST_F(LinuxSettingsStoreTest, WhatIsNotFlushedIsWrittenSoonAfterAndAtTheEnd) {
 }
 
 TEST_F(LinuxSettingsStoreTest, WhatCanBeReadCanBeWritten) {
-  for (const int depth : {254, 255, 256, 300, 509, 510}) {
+  for (const std::size_t depth : {254U, 255U, 256U, 300U, 509U, 510U}) {
     const std::string lists = std::string(depth, '[') + std::string(depth, ']');
     writeFile(file, R"({"version": 1, "values": {"a": )" + lists + "}}");
     LinuxSettingsStore store(file);
