@@ -1,6 +1,12 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <webp/decode.h>
+#include <webp/encode.h>
+#include <zlib.h>
 
+#include <ctime>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "lumora/Platform/Linux/Base64.h"
@@ -44,6 +50,12 @@ std::string patched(std::string image, std::size_t at, std::string_view bytes) {
   return image.replace(at, bytes.size(), bytes);
 }
 
+std::string repeated(const std::string& part, std::size_t times) {
+  std::string text;
+  for (std::size_t i = 0; i < times; ++i) text += part;
+  return text;
+}
+
 /// The canvas, its width and height as the format writes them; the frames stay as small as they are.
 const auto gifOf = [](std::string_view size) { return patched(kGIF, 6, size); };
 const auto webPOf = [](std::string_view size) { return patched(kAnimatedWebP, 24, size); };
@@ -56,11 +68,58 @@ std::string jpegOf(std::string_view size, std::size_t blocks) {
 }
 
 /// A progressive image whose last scan comes again and again.
-std::string jpegWithScans(int repetitions) {
-  std::string image = kProgressiveJPEG.substr(0, kProgressiveJPEG.size() - 2);
-  const std::string scan = image.substr(image.rfind("\xFF\xDA"));
-  for (int i = 0; i < repetitions; ++i) image += scan;
-  return image + "\xFF\xD9";
+std::string jpegWithScans(std::size_t repetitions) {
+  const std::string image = kProgressiveJPEG.substr(0, kProgressiveJPEG.size() - 2);
+  return image + repeated(image.substr(image.rfind("\xFF\xDA")), repetitions) + "\xFF\xD9";
+}
+
+std::string littleEndian(std::size_t number) {
+  std::string text;
+  for (int i = 0; i < 4; ++i) text += static_cast<char>(number >> 8 * i);
+  return text;
+}
+
+std::string bigEndian(std::size_t number) {
+  const std::string text = littleEndian(number);
+  return {text.rbegin(), text.rend()};
+}
+
+Bytef* bytesOf(const std::string& text) {
+  return reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+}
+
+/// What inflates to so many megabytes; the sum at the end is that of seven.
+std::string deflated(std::size_t megabytes) {
+  const std::string plain(1 << 20, '\1');
+  std::string block(plain.size(), '\0');
+  z_stream stream{};
+  deflateInit(&stream, 9);
+  stream.next_in = bytesOf(plain);
+  stream.next_out = bytesOf(block);
+  stream.avail_in = stream.avail_out = 1 << 20;
+  deflate(&stream, Z_FULL_FLUSH);
+  block.resize(stream.total_out);
+  deflateEnd(&stream);
+  return block.substr(0, 2) + repeated(block.substr(2), megabytes) + "\1\0\0\xFF\xFF\x93\x93\x06\x91"s;
+}
+
+std::string pngChunk(const std::string& content) {
+  return bigEndian(content.size() - 4) + content +
+         bigEndian(crc32(0, bytesOf(content), static_cast<uInt>(content.size())));
+}
+
+std::string webPChunk(const std::string& name, const std::string& content) {
+  return name + littleEndian(content.size()) + content;
+}
+
+/// An animation, each of whose frames is one colour of 8,000 by 8,000 pixels, or of one.
+std::string webPOfFrames(std::size_t count, bool areLarge) {
+  const std::string size = areLarge ? "\x3F\x1F\0\x3F\x1F\0"s : std::string(6, '\0');
+  const std::string picture =
+      webPChunk("VP8L", (areLarge ? "/\x3F\xDF\xCF\7"s : "/\0\0\0\0"s) + "\x88\x88\x08");
+  const std::string frame = webPChunk("ANMF", std::string(6, '\0') + size + std::string(4, '\0') + picture);
+  return webPChunk("RIFF", "WEBP" + webPChunk("VP8X", "\2\0\0\0"s + size) +
+                               webPChunk("ANIM", std::string(6, '\0')) + repeated(frame, count));
 }
 
 TEST(ImageDecoderTest, TakesWholeImagesAlone) {
@@ -102,6 +161,58 @@ TEST(ImageDecoderTest, RefusesMoreThan64Megapixels) {
         gifOf("\xFF\xFF\xFF\xFF"), webPOf("\xFE\xFF\0\xFE\xFF\0"s)}) {
     EXPECT_FALSE(decoder.isImage(bytes)) << base64Encoded(bytes);
   }
+}
+
+/// The most that this process has ever taken, in MiB.
+long peakMemory() {
+  rusage usage{};
+  ::getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss / 1024;
+}
+
+TEST(ImageDecoderTest, SpendsASecondAnd64MiBOnWhateverItIsGiven) {
+  const std::size_t data = kPNG.find("IDAT") - 4;
+  const std::string texts = repeated(pngChunk("zTXtk\0\0"s + deflated(7)), 60);
+  const std::string clearCodes = repeated("\xFF" + repeated("\x24\x49\x92", 85), 24'000);
+  // clang-format off
+  const std::tuple<const char*, bool, std::string> cases[] = {
+      {"jpeg coefficients", false, patched(kProgressiveJPEG, kProgressiveJPEG.find("\xFF\xC2") + 5, "\x1F\x40\x1F\x40")},
+      {"webp of large frames", false, webPOfFrames(20, true)}, {"webp of small frames", false, webPOfFrames(40'000, false)},
+      {"png texts", true, kPNG.substr(0, data) + texts + kPNG.substr(data)},
+      {"png behind its last row", true, kPNG.substr(0, data) + pngChunk("IDAT" + deflated(3000)) + kPNG.substr(kPNG.size() - 12)},
+      {"gif clear codes", false, kGIF.substr(0, kGIF.rfind(',') + 11) + clearCodes + "\0;"s}};
+  // clang-format on
+  for (const auto& [name, isImage, bytes] : cases) {
+    const long memory = peakMemory();
+    const std::clock_t start = std::clock();
+    EXPECT_EQ(LinuxImageDecoder().isImage(bytes), isImage) << name;
+    EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, 2) << name;
+    EXPECT_LE(peakMemory() - memory, 64) << name;
+  }
+}
+
+TEST(ImageDecoderTest, JudgesLosslessStreamsAsTheirLibraryDoes) {
+  constexpr int side = 64;
+  std::string pixels;
+  for (unsigned i = 0; i < side * side; ++i)
+    pixels += littleEndian(i % side < side / 2 ? i * 0x010305U : i * i * 2654435761U);
+  const auto check = [](std::uint8_t* encoded, std::size_t size, std::size_t start) {
+    std::string image(reinterpret_cast<const char*>(encoded), size);
+    WebPFree(encoded);
+    for (std::size_t bit = start * 8; bit < size * 8; bit += bit < 2000 ? 1 : 31) {
+      const auto flip = static_cast<char>(1 << bit % 8);
+      image[bit / 8] ^= flip;
+      std::uint8_t* const decodedPixels = WebPDecodeRGBA(bytesOf(image), size, nullptr, nullptr);
+      EXPECT_EQ(LinuxImageDecoder().isImage(image), decodedPixels != nullptr) << bit;
+      WebPFree(decodedPixels);
+      image[bit / 8] ^= flip;
+    }
+  };
+  std::uint8_t* encoded = nullptr;
+  std::size_t size = WebPEncodeLosslessRGBA(bytesOf(pixels), side, side, side * 4, &encoded);
+  check(encoded, size, 20);
+  size = WebPEncodeRGBA(bytesOf(pixels), side, side, side * 4, 1, &encoded);
+  check(encoded, size, 38);  // A lossy picture, with its transparency before it.
 }
 
 }  // namespace

@@ -115,7 +115,7 @@ bool isWholeLossyPicture(std::string_view chunk, ImageCheckBudget& budget) {
 
 bool isWholeAlpha(std::string_view content, std::uint32_t width, std::uint32_t height,
                   ImageCheckBudget& budget) {
-  constexpr unsigned unknownBits = 0xA2;  // Of the compression, the preprocessing, and those kept for later.
+  constexpr unsigned unknownBits = 0xE2;  // Of the compression, the preprocessing, and those kept for later.
   constexpr unsigned compressed = 1;
   if (content.size() < 2 || (static_cast<unsigned char>(content[0]) & unknownBits) != 0) return false;
   const bool isCompressed = (static_cast<unsigned char>(content[0]) & compressed) != 0;
