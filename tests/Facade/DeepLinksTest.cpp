@@ -141,7 +141,7 @@ TEST(DeepLinkTokenTest, laterLinkKeepsItsToken) {
   AskedDevice device;
   installPlatform({host.settings, host.keychain, host.urlLoader, host.imageDecoder, host.queues,
                    host.application, host.bundle, host.alerts, host.notifications, device, host.files,
-                   host.clock, host.log, host.uuids});
+                   host.sharedFiles, host.clock, host.log, host.uuids});
   host.settings.setObject("lmro.AppSecret", "secret");
   const auto open = [](const char* token) {
     EXPECT_TRUE(Lumora::sharedInstance().applicationOpenURL(*URL::parse(secretGiven + "&token=" + token)));

@@ -61,7 +61,7 @@ struct ServiceTest : ::testing::Test {
 
   URLResponse send(const std::string& method, const std::string& path, const Headers& headers = {},
                    const std::string& body = "") {
-    return loader_->load({"https://acme.lumora.example" + path, method, headers, body, {}});
+    return loader_->load({"https://acme.lumora.example" + path, method, headers, body, {}, {}});
   }
   URLResponse get(const std::string& path, const Headers& headers = {}) { return send("GET", path, headers); }
   URLResponse sync(const Headers& headers = {}) { return get("/api/v1/sync/s3", headers); }

@@ -43,7 +43,7 @@ bool LinuxKeychain::refresh(Access access) {
 KeychainStatus LinuxKeychain::change(const std::function<KeychainStatus(Items& items)>& edit) {
   Lock lock(mutex_);
   try {
-    const FileLock held = file_.lock();
+    const StoreLock held = file_.lock();
     if (!held.isHeld() || !refresh(Access::locked)) return KeychainStatus::failure;
     Items items = items_;
     const KeychainStatus status = edit(items);

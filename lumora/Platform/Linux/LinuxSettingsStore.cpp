@@ -122,7 +122,7 @@ bool LinuxSettingsStore::synchronize() {
     if (pending_.empty()) return true;
   }
   try {
-    const FileLock held = file_.lock();
+    const StoreLock held = file_.lock();
     return held.isHeld() && refresh() && writePending(FolderSync::whenMade);
   } catch (const std::exception&) {
     return false;  // Memory ran out.
@@ -133,7 +133,7 @@ Value LinuxSettingsStore::setObjectIfAbsent(std::string_view key, const Value& v
   Value stored = storableSetting(key, value);
   if (!ensureLoaded()) return stored;
   Lock fileLock(fileMutex_);
-  const FileLock held = file_.lock();
+  const StoreLock held = file_.lock();
   const bool canWrite = held.isHeld() && refresh();
   {
     Lock lock(mutex_);

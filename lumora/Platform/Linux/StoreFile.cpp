@@ -48,7 +48,7 @@ StoreFile::StoreFile(std::string path) : path_(std::move(path)) {}
 StoreFile::State StoreFile::load(const Parser& parse) {
   if (const std::optional<State> state = tryLoad(parse)) return *state;
   // Another process may have put a good file in its place by now; only the lock's holder can tell.
-  const FileLock held = lock();
+  const StoreLock held = lock();
   return held.isHeld() ? loadLocked(parse) : State::unreadable;
 }
 
@@ -94,7 +94,7 @@ bool StoreFile::isCurrent() const {
   return known_.isOpen() && isUnchanged(status, knownStatus_);
 }
 
-FileLock StoreFile::lock() {
+StoreLock StoreFile::lock() {
   // Beside the target, so that everybody means the same lock, whichever link they came by.
   const std::string lockPath = followLinks(path_) + ".lock";
   const Clock::time_point deadline = Clock::now() + (isLockStuck_ ? milliseconds(0) : longestWait);
@@ -109,7 +109,7 @@ FileLock StoreFile::lock() {
     struct stat held {};
     struct stat named {};
     if (::fstat(file.get(), &held) != 0) return {};
-    if (::stat(lockPath.c_str(), &named) == 0 && isSameFile(held, named)) return FileLock(std::move(file));
+    if (::stat(lockPath.c_str(), &named) == 0 && isSameFile(held, named)) return StoreLock(std::move(file));
   }
 }
 

@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "lumora/Platform/Linux/FileDescriptor.h"
-#include "lumora/Platform/Linux/FileLock.h"
 #include "lumora/Platform/Linux/Files.h"
+#include "lumora/Platform/Linux/StoreLock.h"
 
 namespace lumora {
 
@@ -35,7 +35,7 @@ class StoreFile {
   /// Waits for the lock that keeps other processes from replacing the file, and makes missing folders. The
   /// lock is not held when there can be none, or somebody else keeps it for longer than a second; who keeps
   /// it still is not waited for again.
-  FileLock lock();
+  StoreLock lock();
   /// Replaces the file; returns false, and leaves the old one as it was, on failure. Needs the lock.
   bool replace(std::string_view bytes, FolderSync sync);
 

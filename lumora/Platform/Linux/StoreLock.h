@@ -9,15 +9,15 @@
 namespace lumora {
 
 /// A lock on a file that other processes respect (flock). It ends with this object.
-class FileLock {
+class StoreLock {
  public:
   /// Holds nothing.
-  FileLock() noexcept = default;
+  StoreLock() noexcept = default;
   /// Takes over a file that is locked.
-  explicit FileLock(FileDescriptor locked) noexcept : file_(std::move(locked)) {}
-  FileLock(FileLock&&) noexcept = default;
-  FileLock& operator=(FileLock&&) = delete;
-  ~FileLock() {
+  explicit StoreLock(FileDescriptor locked) noexcept : file_(std::move(locked)) {}
+  StoreLock(StoreLock&&) noexcept = default;
+  StoreLock& operator=(StoreLock&&) = delete;
+  ~StoreLock() {
     // Closing would not do: a process that was forked meanwhile has the file open too.
     if (isHeld()) ::flock(file_.get(), LOCK_UN);
   }
