@@ -115,8 +115,7 @@ Report measureMapRefill(const std::string& folder) {
   cacheImages(host.cachesFolder(), kCampaigns);
   storeCampaigns(host.databaseFile(), campaigns(kCampaigns, triggers));
   const auto samples = samplePairs(
-      rounds, [] {}, [&] { handler.refill(); },
-      [&] { refillByPlainSQLite(host.databaseFile(), triggers); });
+      rounds, [] {}, [&] { handler.refill(); }, [&] { refillByPlainSQLite(host.databaseFile(), triggers); });
   return {.rows = {{.measure = "refilling the map, 1000 campaigns of 100 triggers",
                     .unit = "ms",
                     .value = medianMilliseconds(samples.value),
