@@ -13,7 +13,9 @@ class LUMORA_EXPORT ImageDecoder {
  public:
   virtual ~ImageDecoder() = default;
   /// Whether the bytes are one whole image in a format that the display can draw. An image of more than 64
-  /// megapixels is refused, without the memory that it would take being spent.
+  /// megapixels is refused, without the memory that it would take being spent; so is one whose check would
+  /// take much more time or memory than a picture for a screen does. Bytes come from servers: no input may
+  /// take more than about a second and 64 MiB.
   virtual bool isImage(std::string_view bytes) = 0;
 };
 

@@ -1,10 +1,11 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <webp/decode.h>
-#include <webp/encode.h>
 #include <zlib.h>
 
 #include <ctime>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -17,34 +18,20 @@ namespace {
 
 using namespace std::string_literals;
 
-std::string decoded(std::string_view base64) {
-  const auto bytes = base64Decoded(base64).value();
-  return {bytes.begin(), bytes.end()};
+/// Gray pictures of 5 by 7 pixels; the animated image's canvas is of 10 by 10.
+std::string picture(const char* name) {
+  std::ifstream file(LUMORA_SOURCE_FOLDER "/../fuzz/corpus/image/" + std::string(name), std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Gray pictures of 5 by 7 pixels; the animated image's canvas is of 10 by 10.
-// clang-format off
-const std::string kPNG = decoded("iVBORw0KGgoAAAANSUhEUgAAAAUAAAAHAQAAAADo3LpDAAAAC0lEQVQIHWNgQAYAAA4AAV50Q30AAAAASUVORK5CYII=");
-const std::string kInterlacedPNG = decoded("iVBORw0KGgoAAAANSUhEUgAAAAUAAAAHAQAAAAGf24rVAAAAC0lEQVQIHWNgwA0AABwAAaMHLlIAAAAASUVORK5CYII=");
-const std::string kJPEG = decoded(
-    "/9j/2wBDAAgGBgcGBQgHBwcJCQgKDBQNDAsLDBkSEw8UHRofHh0aHBwgJC4nICIsIxwcKDcpLDAxNDQ0Hyc5PTgyPC4zNDL/wAALCAAH"
-    "AAUBAREA/8QAFAABAAAAAAAAAAAAAAAAAAAAAP/EABQQAQAAAAAAAAAAAAAAAAAAAAD/2gAIAQEAAD8AP//Z");
-const std::string kProgressiveJPEG = decoded(
-    "/9j/2wBDAAgGBgcGBQgHBwcJCQgKDBQNDAsLDBkSEw8UHRofHh0aHBwgJC4nICIsIxwcKDcpLDAxNDQ0Hyc5PTgyPC4zNDL/wgALCAAH"
-    "AAUBAREA/8QAFAABAAAAAAAAAAAAAAAAAAAAAP/aAAgBAQAAAAF//8QAFBABAAAAAAAAAAAAAAAAAAAAAP/aAAgBAQABBQJ//8QAFBAB"
-    "AAAAAAAAAAAAAAAAAAAAAP/aAAgBAQAGPwJ//8QAFBABAAAAAAAAAAAAAAAAAAAAAP/aAAgBAQABPyF//9oACAEBAAAAEH//xAAUEAEA"
-    "AAAAAAAAAAAAAAAAAAAA/9oACAEBAAE/EH//2Q==");
-const std::string kGIF = decoded("R0lGODlhBQAHAIAAAAAAAAAAACH5BAAKAP8ALAAAAAAFAAcAAAIIRAx4mrfeECsAOw==");
-const std::string kAnimatedGIF = decoded(
-    "R0lGODlhBQAHAIAAAAAAAAAAACH5BAAKAP8ALAAAAAAFAAcAAAIIRAx4mrfeECsAIfkEAAoA/wAsAQACAAQABQAAAgVEjKeZBQAh+QQA"
-    "CgD/ACwEAAYAAQABAAACAkQBADs=");
-const std::string kLosslessWebP = decoded("UklGRh4AAABXRUJQVlA4TBEAAAAvBIABEAdQrWpVq1qBiOh/AAA=");
-const std::string kAnimatedWebP = decoded(
-    "UklGRuoAAABXRUJQVlA4WAoAAAACAAAACQAACQAAQU5JTQYAAAAAAAAAAABBTk1GQgAAAAIAAAAAAAQAAAYAAGQAAABBTFBICgAAAAEH"
-    "UK2ICERE/wNWUDggGAAAADABAJ0BKgUABwACwEwlpAADcAD+64QAAEFOTUYqAAAAAgAAAAAABAAABgAAZAAAAFZQOEwRAAAALwSAARAH"
-    "UK1qVatagYjofwAAQU5NRkIAAAACAAAAAAAEAAAGAABkAAAAQUxQSAoAAAABB1CtiAhERP8DVlA4IBgAAAAwAQCdASoFAAcAAsBMJaQA"
-    "A3AA/uuEAAA=");
-// clang-format on
+const std::string kPNG = picture("still.png");
+const std::string kInterlacedPNG = picture("interlaced.png");
+const std::string kJPEG = picture("still.jpg");
+const std::string kProgressiveJPEG = picture("progressive.jpg");
+const std::string kGIF = picture("still.gif");
+const std::string kAnimatedGIF = picture("animated.gif");
+const std::string kLosslessWebP = picture("lossless.webp");
+const std::string kAnimatedWebP = picture("animated.webp");
 
 std::string patched(std::string image, std::size_t at, std::string_view bytes) {
   return image.replace(at, bytes.size(), bytes);
@@ -74,14 +61,11 @@ std::string jpegWithScans(std::size_t repetitions) {
 }
 
 std::string littleEndian(std::size_t number) {
-  std::string text;
-  for (int i = 0; i < 4; ++i) text += static_cast<char>(number >> 8 * i);
-  return text;
+  return {reinterpret_cast<const char*>(&number), 4};
 }
 
 std::string bigEndian(std::size_t number) {
-  const std::string text = littleEndian(number);
-  return {text.rbegin(), text.rend()};
+  return littleEndian(__builtin_bswap32(static_cast<std::uint32_t>(number)));
 }
 
 Bytef* bytesOf(const std::string& text) {
@@ -108,30 +92,23 @@ std::string pngChunk(const std::string& content) {
          bigEndian(crc32(0, bytesOf(content), static_cast<uInt>(content.size())));
 }
 
-std::string webPChunk(const std::string& name, const std::string& content) {
-  return name + littleEndian(content.size()) + content;
-}
-
-/// An animation, each of whose frames is one colour of 8,000 by 8,000 pixels, or of one.
-std::string webPOfFrames(std::size_t count, bool areLarge) {
-  const std::string size = areLarge ? "\x3F\x1F\0\x3F\x1F\0"s : std::string(6, '\0');
-  const std::string picture =
-      webPChunk("VP8L", (areLarge ? "/\x3F\xDF\xCF\7"s : "/\0\0\0\0"s) + "\x88\x88\x08");
-  const std::string frame = webPChunk("ANMF", std::string(6, '\0') + size + std::string(4, '\0') + picture);
-  return webPChunk("RIFF", "WEBP" + webPChunk("VP8X", "\2\0\0\0"s + size) +
-                               webPChunk("ANIM", std::string(6, '\0')) + repeated(frame, count));
+/// The first frame of the animation, so many times.
+std::string webPOfFrames(std::size_t count) {
+  constexpr std::size_t start = 44;
+  const std::string image = kAnimatedWebP.substr(0, start) + repeated(kAnimatedWebP.substr(start, 74), count);
+  return patched(image, 4, littleEndian(image.size() - 8));
 }
 
 TEST(ImageDecoderTest, TakesWholeImagesAlone) {
-  LinuxImageDecoder decoder;
   for (const std::string& bytes : {kPNG, kInterlacedPNG, kJPEG, kProgressiveJPEG, jpegWithScans(20), kGIF,
                                    kAnimatedGIF, kLosslessWebP, kAnimatedWebP}) {
-    EXPECT_TRUE(decoder.isImage(bytes)) << base64Encoded(bytes);
-    EXPECT_TRUE(decoder.isImage(bytes + "what follows does not matter")) << base64Encoded(bytes);
+    EXPECT_TRUE(LinuxImageDecoder().isImage(bytes)) << base64Encoded(bytes);
+    EXPECT_TRUE(LinuxImageDecoder().isImage(bytes + "what follows does not matter")) << base64Encoded(bytes);
     for (std::size_t length = 0; length < bytes.size(); ++length) {
       // In a buffer of its own, so that the address sanitizer sees a read behind the end.
       const std::vector<char> part(bytes.data(), bytes.data() + length);
-      EXPECT_FALSE(decoder.isImage({part.data(), part.size()})) << length << " of " << base64Encoded(bytes);
+      EXPECT_FALSE(LinuxImageDecoder().isImage({part.data(), part.size()}))
+          << length << " of " << base64Encoded(bytes);
     }
   }
 }
@@ -146,21 +123,20 @@ TEST(ImageDecoderTest, RefusesWhatIsNoImage) {
       {"gif frame below the canvas", gifOf("\5\0\6\0"s)}, {"webp frame right of the canvas", webPOf("\7")},
       {"webp without a frame", patched(kAnimatedWebP.substr(0, 44), 4, "\x24")}};
   // clang-format on
-  LinuxImageDecoder decoder;
-  for (const auto& [name, bytes] : cases) EXPECT_FALSE(decoder.isImage(bytes)) << name;
+  for (const auto& [name, bytes] : cases) EXPECT_FALSE(LinuxImageDecoder().isImage(bytes)) << name;
 }
 
 TEST(ImageDecoderTest, RefusesMoreThan64Megapixels) {
-  LinuxImageDecoder decoder;
-  for (const std::string& bytes :
-       {jpegOf("\x1F\x40\x1F\x40", 1'000'000), gifOf("\x40\x1F\x40\x1F"), webPOf("\x3F\x1F\0\x3F\x1F\0"s)}) {
-    EXPECT_TRUE(decoder.isImage(bytes)) << base64Encoded(bytes);
-  }
-  for (const std::string& bytes :
-       {jpegOf("\x1F\x40\x1F\x41", 1'001'000), gifOf("\x41\x1F\x40\x1F"), webPOf("\x40\x1F\0\x3F\x1F\0"s),
-        gifOf("\xFF\xFF\xFF\xFF"), webPOf("\xFE\xFF\0\xFE\xFF\0"s)}) {
-    EXPECT_FALSE(decoder.isImage(bytes)) << base64Encoded(bytes);
-  }
+  const std::pair<std::string, bool> cases[] = {{jpegOf("\x1F\x40\x1F\x40", 1'000'000), true},
+                                                {jpegOf("\x1F\x40\x1F\x41", 1'001'000), false},
+                                                {gifOf("\x40\x1F\x40\x1F"), true},
+                                                {gifOf("\x41\x1F\x40\x1F"), false},
+                                                {gifOf("\xFF\xFF\xFF\xFF"), false},
+                                                {webPOf("\x3F\x1F\0\x3F\x1F\0"s), true},
+                                                {webPOf("\x40\x1F\0\x3F\x1F\0"s), false},
+                                                {webPOf("\xFE\xFF\0\xFE\xFF\0"s), false}};
+  for (const auto& [bytes, isImage] : cases)
+    EXPECT_EQ(LinuxImageDecoder().isImage(bytes), isImage) << base64Encoded(bytes.substr(0, 200));
 }
 
 /// The most that this process has ever taken, in MiB.
@@ -177,7 +153,7 @@ TEST(ImageDecoderTest, SpendsASecondAnd64MiBOnWhateverItIsGiven) {
   // clang-format off
   const std::tuple<const char*, bool, std::string> cases[] = {
       {"jpeg coefficients", false, patched(kProgressiveJPEG, kProgressiveJPEG.find("\xFF\xC2") + 5, "\x1F\x40\x1F\x40")},
-      {"webp of large frames", false, webPOfFrames(20, true)}, {"webp of small frames", false, webPOfFrames(40'000, false)},
+      {"webp of large frames", false, picture("large_frames.webp")}, {"webp of small frames", false, webPOfFrames(40'000)},
       {"png texts", true, kPNG.substr(0, data) + texts + kPNG.substr(data)},
       {"png behind its last row", true, kPNG.substr(0, data) + pngChunk("IDAT" + deflated(3000)) + kPNG.substr(kPNG.size() - 12)},
       {"gif clear codes", false, kGIF.substr(0, kGIF.rfind(',') + 11) + clearCodes + "\0;"s}};
@@ -191,28 +167,19 @@ TEST(ImageDecoderTest, SpendsASecondAnd64MiBOnWhateverItIsGiven) {
   }
 }
 
-TEST(ImageDecoderTest, JudgesLosslessStreamsAsTheirLibraryDoes) {
-  constexpr int side = 64;
-  std::string pixels;
-  for (unsigned i = 0; i < side * side; ++i)
-    pixels += littleEndian(i % side < side / 2 ? i * 0x010305U : i * i * 2654435761U);
-  const auto check = [](std::uint8_t* encoded, std::size_t size, std::size_t start) {
-    std::string image(reinterpret_cast<const char*>(encoded), size);
-    WebPFree(encoded);
-    for (std::size_t bit = start * 8; bit < size * 8; bit += bit < 2000 ? 1 : 31) {
+TEST(ImageDecoderTest, JudgesDamagedWebPAsItsLibraryDoes) {
+  constexpr std::size_t containerSize = 40;  // Which is not damaged.
+  for (const char* name : {"groups.webp", "palette.webp", "transparent.webp"}) {
+    std::string image = picture(name);
+    for (std::size_t bit = containerSize * 8; bit < image.size() * 8; bit += bit < 1600 ? 3 : 199) {
       const auto flip = static_cast<char>(1 << bit % 8);
       image[bit / 8] ^= flip;
-      std::uint8_t* const decodedPixels = WebPDecodeRGBA(bytesOf(image), size, nullptr, nullptr);
-      EXPECT_EQ(LinuxImageDecoder().isImage(image), decodedPixels != nullptr) << bit;
-      WebPFree(decodedPixels);
+      std::uint8_t* const pixels = WebPDecodeRGBA(bytesOf(image), image.size(), nullptr, nullptr);
+      EXPECT_EQ(LinuxImageDecoder().isImage(image), pixels != nullptr) << name << " " << bit;
+      WebPFree(pixels);
       image[bit / 8] ^= flip;
     }
-  };
-  std::uint8_t* encoded = nullptr;
-  std::size_t size = WebPEncodeLosslessRGBA(bytesOf(pixels), side, side, side * 4, &encoded);
-  check(encoded, size, 20);
-  size = WebPEncodeRGBA(bytesOf(pixels), side, side, side * 4, 1, &encoded);
-  check(encoded, size, 38);  // A lossy picture, with its transparency before it.
+  }
 }
 
 }  // namespace

@@ -4,8 +4,9 @@
 
 #include <cmath>
 #include <cstdint>
-#include <functional>
 #include <tuple>
+
+#include "lumora/Platform/JSON.h"
 
 namespace lumora::testing {
 namespace {
@@ -14,29 +15,22 @@ TEST(ValueTest, ConvertsToNumbersAsThePlatformDoes) {
   // clang-format off
   const std::tuple<Value, std::int64_t, double> cases[] = {
       {true, 1, 1}, {-1.9, -1, -1.9}, {1e300, INT64_MAX, 1e300}, {-INFINITY, INT64_MIN, -INFINITY}, {0x1p63, INT64_MAX, 0x1p63},
-      {" \t\n-3.5kg", -3, -3.5}, {"+7", 7, 7}, {"1e3", 1, 1000}, {"-.5", 0, -0.5},
-      {UINT64_MAX, INT64_MAX, 0x1p64}, {"99999999999999999999", INT64_MAX, 1e20}, {"-99999999999999999999", INT64_MIN, -1e20}};
+      {" \t\n-3.5kg", -3, -3.5}, {"+7", 7, 7}, {"1e3", 1, 1000}, {"-.5", 0, -0.5}, {UINT64_MAX, INT64_MAX, 0x1p64},
+      {"99999999999999999999", INT64_MAX, 1e20}, {"-99999999999999999999", INT64_MIN, -1e20}, {Value(), 0, 0}, {"", 0, 0},
+      {"abc", 0, 0}, {"0x10", 0, 0}, {"nan", 0, 0}, {"infinity", 0, 0}, {List{1}, 0, 0}, {Date(Date::duration(5)), 0, 0}};
   // clang-format on
   for (const auto& [value, integer, real] : cases) {
     EXPECT_EQ(value.integerValue(), integer) << value.description();
     EXPECT_EQ(value.doubleValue(), real) << value.description();
   }
   EXPECT_EQ(Value(std::nan("")).integerValue(), 0);
-  for (const Value& value :
-       List{Value(), "", "abc", "0x10", "nan", "infinity", List{1}, Date(Date::duration(5))}) {
-    EXPECT_EQ(value.integerValue(), 0) << value.description();
-    EXPECT_EQ(value.doubleValue(), 0) << value.description();
-  }
 }
 
 TEST(ValueTest, ConvertsToTruthAsThePlatformDoes) {
-  for (const Value& value : List{2, 0.1, "YES", "yes", "true", "T", "1", "9", " \tY", "+0001", "-00y"}) {
+  for (const Value& value : List{2, 0.1, "YES", "yes", "true", "T", "1", "9", " \tY", "+0001", "-00y"})
     EXPECT_TRUE(value.boolValue()) << value.description();
-  }
-  for (const Value& value :
-       List{Value(), 0, -0.0, "0", "no", "", "000", "x1", List{1}, Dictionary{{"a", 1}}}) {
+  for (const Value& value : List{Value(), 0, -0.0, "0", "no", "", "000", "x1", List{1}, Dictionary{{"a", 1}}})
     EXPECT_FALSE(value.boolValue()) << value.description();
-  }
 }
 
 TEST(ValueTest, NumbersAreEqualByWhatTheyCount) {
@@ -66,25 +60,19 @@ TEST(ValueTest, DatesAndSecondsConvertBothWays) {
 }
 
 TEST(ValueTest, DepthNeverOverflowsTheStackAndSharedContentSurvives) {
-  const std::function<Value(Value)> nestings[] = {[](Value inner) { return List{std::move(inner)}; },
-                                                  [](Value inner) {
-                                                    return Dictionary{{"a", std::move(inner)}};
-                                                  },
-                                                  [](Value inner) {
-                                                    return MixedMap{{1, std::move(inner)}};
-                                                  }};
-  for (const auto& nested : nestings) {
+  for (const int kind : {0, 1, 2}) {
     const Value inner(List{1, 2});
-    Value value = inner;
-    Value same(List{1, 2});
-    Value other(List{1, 3});
-    for (int i = 0; i < 100'000; ++i) {
-      for (Value* each : {&value, &same, &other}) *each = nested(std::move(*each));
+    Value values[] = {inner, List{1, 2}, List{1, 3}};
+    for (Value& value : values) {
+      for (int i = 0; i < 100'000; ++i) {
+        if (kind == 0) value = List{std::move(value)};
+        if (kind == 1) value = Dictionary{{"a", std::move(value)}};
+        if (kind == 2) value = MixedMap{{1, std::move(value)}};
+      }
     }
-    EXPECT_TRUE(value == same);
-    EXPECT_FALSE(value == other);
-    EXPECT_LT(value.description().size(), 1000U);
-    value = Value();
+    EXPECT_TRUE(values[0] == values[1] && values[0] != values[2]);
+    EXPECT_LT(values[0].description().size(), 1000U);
+    values[0] = Value();
     EXPECT_EQ(inner, Value(List{1, 2}));
   }
 }
@@ -102,6 +90,68 @@ TEST(ValueTest, TakesAPartOfItselfAndLeavesTheNullMarkerBehind) {
     map = std::move(same);
     const Value moved = std::move(mixed);
     EXPECT_EQ(List({list, map, moved, mixed}), List({part, part, part, Value()})) << part.description();
+  }
+}
+
+TEST(JSONTest, WritesWhatItReads) {
+  for (const std::string text :
+       {"null", "true", "false", "0", "-9223372036854775808", "9223372036854775807", "9223372036854775808",
+        "18446744073709551615", "0.1", "1.0", "-1.5", "5e-324", R"("\"\\\b\t\n\u0001/")",
+        "\"\x7F\xC2\x80\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF\"", "[]", "{}",
+        R"([1,[],"a"])", R"({"":1,"a":{},"b":[null],"q\"":null})"}) {
+    const auto value = parseJSON(text);
+    ASSERT_TRUE(value) << text;
+    EXPECT_EQ(writeJSON(*value), text);
+    EXPECT_EQ(parseJSON(writeJSON(*value, JSONStyle::pretty).value()), value) << text;
+  }
+  EXPECT_EQ(writeJSON(Dictionary{{"a", List{1, 2}}, {"b", List{}}}, JSONStyle::pretty),
+            "{\n  \"a\": [\n    1,\n    2\n  ],\n  \"b\": []\n}");
+}
+
+TEST(JSONTest, ReadsOtherSpellings) {
+  // clang-format off
+  const std::pair<const char*, Value> cases[] = {
+      {" [ 1 , 2 ] ", List{1, 2}}, {R"({"b": 2, "a": 1, "b": 3})", Dictionary{{"a", 1}, {"b", 3}}}, {"-1e-7", -1e-7},
+      {R"("a\u00e9\ud83d\ude00\/\u0000")", std::string("a\xC3\xA9\xF0\x9F\x98\x80/\0", 9)},
+      {"9223372036854775808", 0x1p63}, {"18446744073709551616", 0x1p64}};
+  // clang-format on
+  for (const auto& [text, value] : cases) EXPECT_EQ(parseJSON(text), value) << text;
+}
+
+TEST(JSONTest, RefusesWhatIsNotJSON) {
+  // clang-format off
+  for (const std::string text : {
+      "", " ", "{", "[1,]", "{\"a\":}", "{a:1}", "'a'", "01", "+1", "1.", ".5", "NaN", "Infinity", "1e400", "-1e400",
+      "[1] 2", "nul", "tru e", "\"\n\"", "\"\\x\"", "// c\n1", "\"\\ud800\"", "\"a", "]", "{\"a\" 1}", "[\xFF]", "\"\x80\"",
+      "\"\xC3\"", "\"\xC3(\"", "\"\xC0\x80\"", "\"\xE0\x9F\xBF\"", "\"\xED\xA0\x80\"", "\"\xEF\xBF\"",
+      "\"\xF0\x8F\xBF\xBF\"", "\"\xF4\x90\x80\x80\"", "\"\xF5\x80\x80\x80\""}) {
+    // clang-format on
+    EXPECT_EQ(parseJSON(text), std::nullopt) << ::testing::PrintToString(text);
+  }
+}
+
+TEST(JSONTest, WritesNothingForWhatJSONCannotHold) {
+  // clang-format off
+  for (const Value& value : List{std::nan(""), INFINITY, -INFINITY, "\xFF", "\xED\xA0\x80", Date(), Data(),
+                                 *URL::parse("http://a"), Value::Opaque{"Thing", "a thing"}}) {
+    // clang-format on
+    for (const Value& holder : List{value, List{1, value}, Dictionary{{"a", value}}})
+      EXPECT_EQ(writeJSON(holder), std::nullopt) << value.description();
+  }
+  EXPECT_EQ(writeJSON(Dictionary{{"\xFF", 1}}), std::nullopt);
+}
+
+TEST(JSONTest, StopsAtTheGreatestDepth) {
+  const auto brackets = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
+  EXPECT_TRUE(parseJSON(brackets(512)));
+  EXPECT_TRUE(parseJSON("[" + brackets(511) + "," + brackets(511) + "]")) << "depth is what is open";
+  for (const std::string& text : {brackets(513), brackets(100'000), std::string(100'000, '[')})
+    EXPECT_FALSE(parseJSON(text)) << text.size();
+  Value value(List{});
+  for (int depth = 1; depth <= 100'000; ++depth) {
+    if (depth == 512) EXPECT_EQ(parseJSON(writeJSON(value).value()), value);
+    if (depth == 513 || depth == 100'000) EXPECT_FALSE(writeJSON(value));
+    value = depth % 2 == 0 ? Value(List{value}) : Value(Dictionary{{"a", value}});
   }
 }
 

@@ -60,23 +60,20 @@ TEST_F(JSONCoercionTest, whatStillCannotBeWrittenIsLogged) {
 }
 
 TEST_F(JSONCoercionTest, whatIsNestedDeeperThanJSONIsNullWithItsLine) {
+  const std::string line =
+      "LumoraSDK-<LMRDataManager> error encoding api data: the value is nested too deeply";
   Value map(Dictionary{});
   Value list(List{});
-  for (int depth = 1; depth < 20000; ++depth) {
-    if (depth == 512) {
-      EXPECT_TRUE(writeJSON(coerced(map)));
-      EXPECT_EQ(store.JSONSerializeObject(list), writeJSON(list));
-    }
-    map = depth % 2 == 0 ? Value(Dictionary{{"a", map}}) : Value(MixedMap{{"a", map}});
-    list = List{1, list};
-    if (depth == 512 || depth == 19999) {
+  for (int depth = 1; depth <= 20000; ++depth) {
+    if (depth == 512) EXPECT_TRUE(writeJSON(coerced(map)) && store.JSONSerializeObject(list));
+    if (depth == 513 || depth == 20000) {
       host.log.clear();
       EXPECT_TRUE(coerced(map).isNull());
       EXPECT_EQ(store.JSONSerializeObject(list), std::nullopt);
-      const std::string line =
-          "LumoraSDK-<LMRDataManager> error encoding api data: the value is nested too deeply";
       EXPECT_EQ(host.log.messages(), std::vector<std::string>(2, line));
     }
+    map = depth % 2 == 0 ? Value(Dictionary{{"a", map}}) : Value(MixedMap{{"a", map}});
+    list = List{1, list};
   }
 }
 

@@ -1,18 +1,24 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cmath>
+#include <compare>
+#include <cstdlib>
+#include <limits>
 #include <map>
 #include <string>
 #include <tuple>
 #include <utility>
 
+#include "lumora/Platform/JSON.h"
 #include "lumora/Testing/FakePlatform.h"
+#include "lumora/Util/CompareVersions.h"
+#include "lumora/Util/DecimalText.h"
+#include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 
 namespace lumora::tests {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 class CommonUtilitiesTest : public ::testing::Test {
  protected:
@@ -21,40 +27,29 @@ class CommonUtilitiesTest : public ::testing::Test {
   testing::FakePlatform& host = testing::FakePlatform::install();
 };
 
-TEST_F(CommonUtilitiesTest, emailAddresses) {
-  for (const char* text : {"ada@example.com", "a@b.co", "a@b.c.d.museum", "a b@c.de", " @c.de", "a@b@c.de",
-                           "@@c.de", "a@x.y@c.de", "\xC3\xA4\xF0\x9F\x98\x80@c.de", "a@-.de", "a@1-2.3.de"})
-    EXPECT_TRUE(util().isValidEmail(text)) << text;
-  for (const char* text :
-       {"", "@", "ada", "@c.de", "a@", "a@de", "a@.de", "a@c..de", "a@c.d", "a@c.de.", "a@c.d1", "a@c.1de",
-        "a@c.d-e", "a@c_d.de", "a@c d.de", "a@c.de ", "a@c.de\n", "a@c.de@"})
-    EXPECT_FALSE(util().isValidEmail(text)) << text;
-  for (const char* text : {"a\n@c.de", "a\r@c.de", "a\v@c.de", "a\f@c.de", "a\xC2\x85@c.de",
-                           "a\xE2\x80\xA8@c.de", "a\xE2\x80\xA9@c.de", "a@\xC3\xA4.de", "a@c.d\xC3\xA4"})
-    EXPECT_FALSE(util().isValidEmail(text)) << text;
-  EXPECT_FALSE(util().isValidEmail(std::string_view("a@c.de\0", 7)));
-}
-
-TEST_F(CommonUtilitiesTest, longEmailAddressesAreCheckedInLinearTime) {
+TEST_F(CommonUtilitiesTest, emailAddressesAreCheckedInLinearTime) {
   const auto repeated = [](std::string_view part) {
     std::string text;
     while (text.size() < (1U << 20)) text += part;
     return text;
   };
-  const std::pair<std::string, bool> cases[] = {
-      {repeated("a") + "@c.de", true}, {repeated("@") + "c.de", true}, {"a@" + repeated("b.") + "de", true},
-      {"a@c." + repeated("d"), true},  {repeated("a@b."), false},      {"a@" + repeated("b.") + "1", false},
-      {"a@" + repeated("."), false},   {repeated("a"), false},         {repeated("a\n") + "@c.de", false},
-  };
-  for (const auto& [text, isValid] : cases)
-    EXPECT_EQ(util().isValidEmail(text), isValid)
-        << text.substr(0, 8) << " … " << text.substr(text.size() - 8);
+  // clang-format off
+  const std::vector<std::string> good{
+      "ada@example.com", "a@b.co", "a@b.c.d.museum", "a b@c.de", " @c.de", "a@b@c.de", "@@c.de", "a@x.y@c.de",
+      "\xC3\xA4\xF0\x9F\x98\x80@c.de", "a@-.de", "a@1-2.3.de", repeated("a") + "@c.de", repeated("@") + "c.de",
+      "a@" + repeated("b.") + "de", "a@c." + repeated("d")};
+  const std::vector<std::string> bad{
+      "", "@", "ada", "@c.de", "a@", "a@de", "a@.de", "a@c..de", "a@c.d", "a@c.de.", "a@c.d1", "a@c.1de", "a@c.d-e", "a@c_d.de",
+      "a@c d.de", "a@c.de ", "a@c.de\n", "a@c.de@", "a\n@c.de", "a\r@c.de", "a\v@c.de", "a\f@c.de", "a\xC2\x85@c.de",
+      "a\xE2\x80\xA8@c.de", "a\xE2\x80\xA9@c.de", "a@\xC3\xA4.de", "a@c.d\xC3\xA4", {"a@c.de\0", 7}, repeated("a@b."),
+      "a@" + repeated("b.") + "1", "a@" + repeated("."), repeated("a"), repeated("a\n") + "@c.de"};
+  // clang-format on
+  for (const auto& text : good) EXPECT_TRUE(util().isValidEmail(text)) << text.substr(0, 40);
+  for (const auto& text : bad) EXPECT_FALSE(util().isValidEmail(text)) << text.substr(0, 40);
 }
 
 TEST_F(CommonUtilitiesTest, escapingForSQLBuildsStepUponStep) {
-  const std::pair<std::string, std::string> cases[] = {
-      {"//''", "//''''''"}, {"\r\n\t", "\r \t"}, {"'\n/'", "'' /''''"}};
-  for (const auto& [text, expected] : cases) EXPECT_EQ(util().formatString(text), expected) << text;
+  EXPECT_EQ(util().formatString("//'' \r\n\t '\n/'"), "//'''''' \r \t '' /''''");
   const std::string apostrophes(1 << 20, '\'');
   EXPECT_TRUE(util().formatString(apostrophes) == apostrophes + apostrophes);
 }
@@ -68,11 +63,10 @@ TEST_F(CommonUtilitiesTest, theTimeStampCountsMilliseconds) {
 struct ChangingClock : ForwardingClock {
   using ForwardingClock::ForwardingClock;
   std::chrono::seconds utcOffset(Date date) override {
-    return std::chrono::hours(secondsSince1970(date) < change ? before : after);
+    const auto& [moment, before, after] = change;
+    return std::chrono::hours(secondsSince1970(date) < moment ? before : after);
   }
-  double change = 0;
-  int before = 0;
-  int after = 0;
+  std::tuple<double, int, int> change;
 };
 
 TEST(LocalDayTest, aDayBeginsWithItsFirstMoment) {
@@ -81,38 +75,91 @@ TEST(LocalDayTest, aDayBeginsWithItsFirstMoment) {
   installPlatform({fakes.settings, fakes.keychain, fakes.urlLoader, fakes.imageDecoder, fakes.queues,
                    fakes.application, fakes.bundle, fakes.alerts, fakes.notifications, fakes.device,
                    fakes.files, fakes.sharedFiles, clock, fakes.log, fakes.uuids});
+  const auto day = [](const char* text) { return LMRUtil::sharedInstance().getUTCDateTime(text); };
   // clang-format off
-  const std::tuple<double, int, int, std::map<std::string, double>> zones[] = {
-      {1491062400, 11, 10, {{"2017-04-01", 1490965200}, {"2017-04-02", 1491051600}, {"2017-04-03", 1491141600},
-                            {"1970-01-01", -39600}, {"2016-02-29", 1456664400}}},
+  const std::pair<std::tuple<double, int, int>, std::map<const char*, double>> zones[] = {
+      {{1491062400, 11, 10}, {{"2017-04-01", 1490965200}, {"2017-04-02", 1491051600}, {"2017-04-03", 1491141600},
+                              {"1970-01-01", -39600}, {"2016-02-29", 1456664400}}},
       // From 24 to 1 o'clock: the second day has no midnight.
-      {1541300400, -3, -2, {{"2018-11-03", 1541214000}, {"2018-11-04", 1541300400}, {"2018-11-05", 1541383200}}},
+      {{1541300400, -3, -2}, {{"2018-11-03", 1541214000}, {"2018-11-04", 1541300400}, {"2018-11-05", 1541383200}}},
       // From 24 to 23 o'clock, and from 1 to 0 o'clock, which is midnight twice.
-      {1518919200, -2, -3, {{"2018-02-17", 1518832800}, {"2018-02-18", 1518922800}, {"2018-02-19", 1519009200}}},
-      {1541307600, -4, -5, {{"2018-11-03", 1541217600}, {"2018-11-04", 1541304000}, {"2018-11-05", 1541394000}}}};
-  // clang-format on
-  for (const auto& [change, before, after, days] : zones) {
+      {{1518919200, -2, -3}, {{"2018-02-17", 1518832800}, {"2018-02-18", 1518922800}, {"2018-02-19", 1519009200}}},
+      {{1541307600, -4, -5}, {{"2018-11-03", 1541217600}, {"2018-11-04", 1541304000}, {"2018-11-05", 1541394000}}}};
+  for (const auto& [change, days] : zones) {
     clock.change = change;
-    clock.before = before;
-    clock.after = after;
-    for (const auto& [text, seconds] : days)
-      EXPECT_EQ(LMRUtil::sharedInstance().getUTCDateTime(text), dateFromSeconds(seconds)) << text << before;
+    for (const auto& [text, seconds] : days) EXPECT_EQ(day(text), dateFromSeconds(seconds)) << text;
   }
-}
-
-TEST_F(CommonUtilitiesTest, noOtherTextIsADay) {
-  for (const char* text :
-       {"2017-02-29", "2017-13-01", "2017-06-00", "2017-06-01 ", "2017-06-01T00:00:00", "2017-06",
-        "01.06.2017", "today", "", "+2017-06-01", "-2017-06-01", " 2017-06-01", "2017-+6-01", "2017--6-01"})
-    EXPECT_FALSE(util().getUTCDateTime(text)) << text;
+  for (const char* text : {"2017-02-29", "2017-13-01", "2017-06-00", "2017-06-01 ", "2017-06-01T00:00:00", "2017-06", "01.06.2017",
+                           "today", "", "+2017-06-01", "-2017-06-01", " 2017-06-01", "2017-+6-01", "2017--6-01"})
+    EXPECT_FALSE(day(text)) << text;
+  // clang-format on
 }
 
 TEST_F(CommonUtilitiesTest, theStoryboardComesFromTheResourceBundle) {
   EXPECT_EQ(util().getStoryboard(), nullptr);
   host.bundle.setResource("LMRResources.bundle", "/host/LMRResources.bundle");
   EXPECT_EQ(util().getStoryboard(), nullptr);
-  EXPECT_EQ(host.log.messages(), (Lines{"LumoraSDK-LMRResources.bundle not found !",
-                                        "LumoraSDK-LMRInApp Storyboard not found !"}));
+  EXPECT_EQ(host.log.messages(), (std::vector<std::string>{"LumoraSDK-LMRResources.bundle not found !",
+                                                           "LumoraSDK-LMRInApp Storyboard not found !"}));
+}
+
+TEST_F(CommonUtilitiesTest, theDeviceState) {
+  LMRUtil::deviceState();  // It is built afresh every time.
+  host.device.modelText = "iPod touch";
+  host.device.systemVersionText = "9.3.5";
+  host.device.locale = "fr_CA";
+  host.device.carrier = "Carrier";
+  host.device.languages.clear();
+  host.settings.setObject(kLmroNewUser, true);
+  EXPECT_EQ(writeJSON(LMRUtil::deviceState()),
+            R"({"hardware":{"screen":{"device_type":"iPod","screen-size":"iPod touch"}},)"
+            R"("manufacturer":"Apple","model":"iPod touch",)"
+            R"("network_info":{"network_operator":"Carrier"},"new_install":true,)"
+            R"("software":{"language":"","locale":"fr_CA","sdk":"9.3.5"}})");
+}
+
+TEST_F(CommonUtilitiesTest, theFamilyIsAPrefixOfTheModelAndMachinesHaveNames) {
+  // clang-format off
+  const std::tuple<const char*, const char*, const char*> cases[] = {
+      {"iPhone Simulator", "iPhone", "iPhone Simulator"}, {"iPadiPod", "iPad", "iPadiPod"}, {"ipad", "unknown", "ipad"},
+      {"My iPad", "unknown", "My iPad"}, {"", "unknown", ""}, {"i386", "unknown", "iPhone Simulator"},
+      {"iPhone5,1", "iPhone", "iPhone 5(GSM)"}, {"iPod5,1", "iPod", "iPod 5th Gen"}, {"iPhone8,1", "iPhone", "iPhone8,1"}};
+  // clang-format on
+  for (const auto& [text, type, name] : cases) {
+    host.device.modelText = host.device.machine = text;
+    EXPECT_EQ(LMRUtil::deviceType(), type) << text;
+    EXPECT_EQ(LMRUtil::deviceModelName(), name) << text;
+  }
+}
+
+TEST(CompareVersionsTest, goesNumberByNumber) {
+  const std::string zeros(40, '0');  // Beyond every integer type.
+  using Pair = std::pair<std::string, std::string>;
+  const Pair equal[] = {{"", ""}, {"10.03", "10.3"}, {"1." + zeros + "7", "1.7"}};
+  for (const auto& [left, right] : equal)
+    EXPECT_EQ(compareVersions(left, right), std::strong_ordering::equal) << left << " and " << right;
+  const Pair less[] = {{"9.3", "10.0"}, {"10.9", "10.10"},    {"10", "10.0"},
+                       {"", "1"},       {"10.0b1", "10.0b2"}, {"1.9" + zeros, "1.10" + zeros}};
+  for (const auto& [left, right] : less) {
+    EXPECT_EQ(compareVersions(left, right), std::strong_ordering::less) << left << " and " << right;
+    EXPECT_EQ(compareVersions(right, left), std::strong_ordering::greater) << right << " and " << left;
+  }
+}
+
+TEST(DecimalTextTest, isTheShortestThatReadsBackEqual) {
+  // clang-format off
+  const std::pair<Value, std::string> cases[] = {
+      {-7, "-7"}, {true, "1"}, {0.0, "0"}, {1496318400.0, "1496318400"}, {0.1, "0.1"}, {-12.5, "-12.5"},
+      {1e-7, "0.0000001"}, {1496318400.123, "1496318400.123"}, {std::nan(""), "0"}, {-HUGE_VAL, "0"},
+      {UINT64_MAX, "18446744073709551615"}};
+  // clang-format on
+  for (const auto& [number, text] : cases) EXPECT_EQ(decimalText(number), text) << number.description();
+  for (const double extreme :
+       {std::numeric_limits<double>::max(), std::numeric_limits<double>::denorm_min()}) {
+    const std::string text = decimalText(extreme);
+    EXPECT_EQ(text.find('e'), std::string::npos) << text;
+    EXPECT_EQ(std::strtod(text.c_str(), nullptr), extreme) << text;
+  }
 }
 
 }  // namespace
