@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cmath>
-#include <compare>
 #include <cstdlib>
 #include <limits>
 #include <map>
