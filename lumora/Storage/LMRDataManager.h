@@ -117,8 +117,8 @@ class LMRDataManager {
   // JSON.
 
   /// The value with everything that JSON does not have turned into text: dates and URLs silently, keys that
-  /// are no texts and objects of other kinds with a warning. The input is not changed. Null, with a line, when
-  /// it is nested deeper than JSON can be.
+  /// are no texts and objects of other kinds with a warning. The input is not changed. Null, with a line,
+  /// when it is nested deeper than JSON can be.
   Value JSONSerializableObjectForObject(const Value& object) const;
   /// The coerced value as compact JSON; nothing, with a line, when it still cannot be written.
   std::optional<std::string> JSONSerializeObject(const Value& object) const;
