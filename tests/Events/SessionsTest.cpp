@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include "tests/Facade/LumoraFixture.h"
 
 namespace lumora::tests {
@@ -11,23 +13,24 @@ class SessionsTest : public LumoraTest {
 TEST_F(SessionsTest, durationCountsWholeSecondsOfTheClock) {
   constexpr int none = 0;
   // The fractions of both ends are cut off.
-  const struct {
-    double start;
-    double end;
-    std::int64_t duration;
-  } cases[] = {{100.0, 100.0, none}, {100.0, 100.999999, none}, {100.9, 101.0, 1},
-               {100.5, 102.1, 2},    {100.0, 99.0, none},       {-1.5, 0.5, 1},
-               {-0.5, 0.5, none},    {1e12, 1e12 + 60, none},   {-1e12, 1e12, 4294967295}};
-  for (const auto& test : cases) {
-    setNow(test.start);
+  const std::tuple<double, double, std::int64_t> cases[] = {{100.0, 100.999999, none},
+                                                            {100.9, 101.0, 1},
+                                                            {100.5, 102.1, 2},
+                                                            {100.0, 99.0, none},
+                                                            {-1.5, 0.5, 1},
+                                                            {-0.5, 0.5, none},
+                                                            {1e12, 1e12 + 60, none},
+                                                            {-1e12, 1e12, 4294967295},
+                                                            {-2147483648.5, 2147483647.9, 4294967295}};
+  for (const auto& [start, end, duration] : cases) {
+    SCOPED_TRACE(std::to_string(start) + " to " + std::to_string(end));
+    setNow(start);
     ASSERT_TRUE(logger().startSession("level"));
-    setNow(test.end);
+    setNow(end);
     logger().endSession("level");
-    const auto timestamp = static_cast<std::int64_t>(std::min(test.end, 2147483647.0));
-    EXPECT_EQ(storedEvents(),
-              test.duration == none ? Texts() : Texts{sessionEvent("level", test.duration, timestamp)})
-        << test.start << " to " << test.end;
-    EXPECT_EQ(logger().startSession("level"), test.duration != none) << test.start << " to " << test.end;
+    const auto timestamp = static_cast<std::int64_t>(std::min(end, 2147483647.0));
+    EXPECT_EQ(storedEvents(), duration == none ? Texts() : Texts{sessionEvent("level", duration, timestamp)});
+    EXPECT_EQ(logger().startSession("level"), duration != none);
     logger().discardAllSessions();
     LMRDataManager::sharedInstance().cleanUpAppEvents();
   }
@@ -36,9 +39,6 @@ TEST_F(SessionsTest, durationCountsWholeSecondsOfTheClock) {
 TEST_F(SessionsTest, openSessionIsMeasuredFromItsOwnStart) {
   EXPECT_TRUE(logger().startSession("level"));
   logger().endSession("level");  // Too young: it stays open.
-  advance(-10);
-  logger().endSession("level");
-  EXPECT_EQ(storedEvents(), Texts());
   EXPECT_FALSE(logger().startSession("level"));
   EXPECT_EQ(log(), Texts{"LumoraSDK-Session level already started."});
   EXPECT_TRUE(logger().startSession("Level"));
@@ -54,8 +54,6 @@ TEST_F(SessionsTest, fiveHundredMayBeOpenUntilTheyAreDiscarded) {
   EXPECT_FALSE(logger().startAppSession());
   EXPECT_EQ(log(), (Texts{refusal + "s3.", refusal + "lmr_app_session."}));
   EXPECT_EQ(setting("lmr_app_open"), "absent");
-  logger().endSession("s3");  // Too young: it stays open, and so does the limit.
-  EXPECT_FALSE(logger().startSession("one more"));
   advance(1);
   logger().endSession("s3");
   EXPECT_TRUE(logger().startSession("one more"));

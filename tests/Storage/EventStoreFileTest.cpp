@@ -5,7 +5,6 @@
 #include <tuple>
 
 #include "tests/Storage/EventStoreFixture.h"
-#include "tests/Support/ChildProcess.h"
 #include "tests/Support/FileSizeLimit.h"
 #include "tests/Support/TestFiles.h"
 
@@ -212,23 +211,6 @@ TEST_F(BusyEventStoreTest, changesKeepTheirOrderAndTheMainThreadWaitsForTheFirst
   }
   EXPECT_EQ(waited.count(), 50);
   EXPECT_EQ(SQLiteConnection(path()).texts("SELECT count(*) FROM ostrel_events"), Lines{"3"});
-}
-
-TEST_F(EventStoreFileTest, processesAtOnceLoseNoEvent) {
-  constexpr int perProcess = 25;
-  // Another process does not follow the fake clock: waiting for it takes real time.
-  host.clock.setSleepHook([](milliseconds duration) { std::this_thread::sleep_for(duration); });
-  host.queues.setMainThread(false);
-  const auto saveAll = [] {
-    for (int i = 0; i < perProcess; ++i) save("event");
-    return true;
-  };
-  testing::ChildProcess first(saveAll);
-  testing::ChildProcess second(saveAll);
-  saveAll();
-  EXPECT_TRUE(first.succeeds());
-  EXPECT_TRUE(second.succeeds());
-  EXPECT_EQ(count(), 3U * perProcess);
 }
 
 }  // namespace
