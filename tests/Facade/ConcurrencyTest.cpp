@@ -1,5 +1,3 @@
-#include <map>
-#include <sstream>
 #include <thread>
 
 #include "lumora/Facade/LumoraActionMetaData.h"
@@ -62,22 +60,16 @@ TEST(ConcurrencyTest, everyActionIsSentOrStoredExactlyOnce) {
   for (std::thread& thread : threads) thread.join();
   lumora.serialQueue().sync([] {});
   lumora.serialInAppQueue().sync([] {});
-  EXPECT_FALSE(lumora.eventLogger().isReporting());
-  EXPECT_FALSE(lumora.isSyncing());
+  EXPECT_FALSE(lumora.eventLogger().isReporting() || lumora.isSyncing());
 
   // With what was never accepted, and is still stored.
   lumora.dataManager().getEventsDataWith([&](const std::string& rest, const List&) { records += rest; });
-  std::map<std::string, int> counts;
   std::istringstream lines(records);
-  for (std::string line; std::getline(lines, line);) {
-    const auto event = parseJSON(line);
-    ASSERT_TRUE(event && event->asDictionary()) << line;
-    if (const Value* name = findValue(*event->asDictionary(), "name")) ++counts[name->description()];
-  }
-  for (int thread = 0; thread < hostThreads; ++thread) {
-    for (int round = 0; round < roundsPerThread; ++round) {
-      EXPECT_EQ(counts[actionName(thread, round)], 1) << actionName(thread, round);
-    }
+  for (std::string line; std::getline(lines, line);) EXPECT_TRUE(parseJSON(line)) << line;
+  for (int round = 0; round < hostThreads * roundsPerThread; ++round) {
+    const std::string name = actionName(round % hostThreads, round / hostThreads);
+    const auto found = records.find('"' + name + '"');
+    EXPECT_TRUE(found != records.npos && found == records.rfind('"' + name + '"')) << name;
   }
 }
 

@@ -1,6 +1,3 @@
-#include <functional>
-#include <utility>
-
 #include "lumora/Util/UIDeviceAdditionalInfo.h"
 #include "tests/Facade/LumoraFixture.h"
 

@@ -1,5 +1,4 @@
 #include <future>
-#include <tuple>
 
 #include "tests/Facade/LumoraFixture.h"
 

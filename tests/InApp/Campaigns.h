@@ -2,7 +2,6 @@
 
 #include <nlohmann/json.hpp>
 #include <sstream>
-#include <string>
 
 #include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/Platform/JSON.h"

@@ -2,7 +2,6 @@
 
 #include <future>
 #include <thread>
-#include <tuple>
 
 #include "tests/Facade/LumoraFixture.h"
 #include "tests/InApp/Campaigns.h"

@@ -1,12 +1,3 @@
-#include <gtest/gtest.h>
-#include <signal.h>
-
-#include <algorithm>
-#include <fstream>
-#include <sstream>
-#include <string>
-#include <vector>
-
 #include "tests/Support/TemporaryFolder.h"
 #include "tests/Support/TestFiles.h"
 #include "tests/end_to_end/HostProcess.h"
@@ -160,6 +151,21 @@ TEST_F(HostContractTest, TrackingCommandsStoreTheirRecordsInOrder) {
   EXPECT_GE(events[3].at("duration"), 90);  // Real time passes as well.
   EXPECT_LE(events[3].at("duration"), 150);
   EXPECT_EQ(events[4].at("user").dump(), R"({"city":"Oslo","own":"x"})");
+}
+
+/// The README's example, with nothing but its defaults.
+TEST(QuickstartTest, StoresItsEventsInAFreshHome) {
+  const lumora::testing::TemporaryFolder home;
+  const std::string documents = home / ".local/share/lumora_quickstart/Documents";
+  for (const std::size_t events : {1U, 2U}) {
+    Process program({"/usr/bin/env", "-i", "HOME=" + home.path(), LUMORA_QUICKSTART_PROGRAM});
+    ASSERT_EQ(program.waitForEnd(), 0) << program.errorText();
+    EXPECT_EQ(lumora::testing::modeOf(documents), 0700U);
+    EXPECT_EQ(lumora::testing::modeOf(documents + "/ostrelab.sqlite"), 0600U);
+    EXPECT_EQ(namesOf(readEvents(documents + "/ostrelab.sqlite",
+                                 "SELECT event FROM ostrel_events WHERE event LIKE '%level_done%'")),
+              Texts(events, "level_done"));
+  }
 }
 
 }  // namespace

@@ -1,10 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "tests/Support/TemporaryFolder.h"
 #include "tests/Support/TestFiles.h"
-#include "tests/end_to_end/HostProcess.h"
 #include "tests/end_to_end/ServiceProcess.h"
 
 namespace lumora_end_to_end {

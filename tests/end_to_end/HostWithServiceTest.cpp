@@ -1,11 +1,4 @@
-#include <gtest/gtest.h>
-#include <signal.h>
-
-#include <string>
-#include <vector>
-
 #include "tests/Support/TemporaryFolder.h"
-#include "tests/end_to_end/HostProcess.h"
 #include "tests/end_to_end/ServiceProcess.h"
 
 namespace lumora_end_to_end {
@@ -96,6 +89,39 @@ TEST_F(HostWithServiceTest, NoEndLosesWhatWasStoredOrSendsItTwice) {
     EXPECT_EQ(namesOf(service.received()), all);
     EXPECT_EQ(storedEvents(folder.path()), Events{});
   }
+}
+
+TEST_F(HostWithServiceTest, EveryEventOfTwoHostsOnOneFolderArrivesOnce) {
+  const auto delayUploads = [this](int milliseconds) {
+    service_.writeAccounts(accounts({{"endpoint", "report"}, {"delay_ms", milliseconds}}));
+  };
+  delayUploads(30);
+  HostProcess first = startHost();
+  first.runAll("init acme s3cret\ndrain");
+  HostProcess second = startHost();
+  second.runAll("init acme s3cret\ndrain");
+  for (int number = 0; number < 30; ++number) {
+    for (HostProcess* host : {&first, &second}) host->runAll("action event\nreport-all");
+  }
+  for (HostProcess* host : {&first, &second}) host->result("drain");
+
+  // One host waits for the answer for ever; the other stores its events, and sends them after the kill.
+  delayUploads(3'600'000);
+  first.runAll("action slow\nreport-all");
+  first.process().waitForErrorText(R"(sending data {"event_type":"checkpoint","name":"slow")");
+  second.runAll("advance 60\naction late\ndrain");
+  second.process().waitForErrorText("Already reporting the event");
+  EXPECT_EQ(namesStored(), (Names{"slow", "late"}));
+  first.process().sendSignal(SIGKILL);
+  first.process().waitForEnd();
+  delayUploads(0);
+  second.runAll("report-all\ndrain");
+  Names all(60, "event");
+  all.insert(all.end(), {"init", "late", "lmr_app_open", "lmr_app_open", "slow"});
+  Names received = namesReceived();
+  std::ranges::sort(received);
+  EXPECT_EQ(received, all);
+  EXPECT_EQ(namesStored(), Names{});
 }
 
 }  // namespace

@@ -1,15 +1,9 @@
 #pragma once
 
-#include <filesystem>
 #include <fstream>
 #include <memory>
-#include <nlohmann/json.hpp>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
-#include "tests/end_to_end/EventRows.h"
-#include "tests/end_to_end/Process.h"
+#include "tests/end_to_end/HostProcess.h"
 
 namespace lumora_end_to_end {
 
