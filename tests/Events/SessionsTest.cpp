@@ -16,13 +16,11 @@ TEST_F(SessionsTest, durationCountsWholeSecondsOfTheClock) {
   using Case = std::tuple<double, double, std::int64_t>;
   const Case cases[] = {{100, 100.999999, none},
                         {100.9, 101, 1},
-                        {100.5, 102.1, 2},
                         {100, 99, none},
                         {-1.5, 0.5, 1},
                         {-0.5, 0.5, none},
                         {1e12, 1e12 + 60, none},
-                        {-1e12, 1e12, 4294967295},
-                        {-2147483648.5, 2147483647.9, 4294967295}};
+                        {-1e12, 2147483647.9, 4294967295}};
   for (const auto& [start, end, duration] : cases) {
     SCOPED_TRACE(std::to_string(start) + " to " + std::to_string(end));
     setNow(start);
