@@ -137,8 +137,12 @@ TEST_P(NetworkManagerTest, aGETOnTheMainThreadIsAProgrammingError) {
   host.urlLoader.enqueue(200, "not JSON");
   EXPECT_FALSE(perform()) << "the thread is looked at only once the answer is known to be JSON";
   host.urlLoader.setHandler([](const URLRequest&) { return URLResponse{200, {}, "{}", {}}; });
-  if (!isGet()) EXPECT_FALSE(perform());
-  if (isGet()) EXPECT_DEBUG_DEATH(perform(), "main thread");
+  if (!isGet()) {
+    EXPECT_FALSE(perform());
+  }
+  if (isGet()) {
+    EXPECT_DEBUG_DEATH(perform(), "main thread");
+  }
 }
 
 TEST_P(NetworkManagerTest, anAcceptedAnswerIsGivenUnchanged) {

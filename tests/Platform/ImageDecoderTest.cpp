@@ -167,9 +167,9 @@ TEST(ImageDecoderTest, SpendsASecondAnd64MiBOnWhateverItIsGiven) {
   }
 }
 
-TEST(ImageDecoderTest, JudgesDamagedWebPAsItsLibraryDoes) {
+TEST(ImageDecoderTest, JudgesDamagedLosslessWebPAsItsLibraryDoes) {
   constexpr std::size_t containerSize = 40;  // Which is not damaged.
-  for (const char* name : {"groups.webp", "palette.webp", "transparent.webp"}) {
+  for (const char* name : {"groups.webp", "palette.webp"}) {
     std::string image = picture(name);
     for (std::size_t bit = containerSize * 8; bit < image.size() * 8; bit += bit < 1600 ? 3 : 199) {
       const auto flip = static_cast<char>(1 << bit % 8);

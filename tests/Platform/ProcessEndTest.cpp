@@ -77,5 +77,18 @@ TEST(ProcessEndTest, AbortsTheRequestRunsTheTasksAndCallsNoHostCode) {
   }
 }
 
+void endAfterTheFirstTask() {
+  ProcessEnd::watch();
+  auto* const main = new LinuxMainQueue;
+  TaskQueue* const queue = LinuxTaskQueues(*main).makeSerialQueue("queue").release();
+  queue->async([] { std::fprintf(stderr, "stored"); });
+  std::exit(7);
+}
+
+TEST(ProcessEndTest, RunsATaskWhoseThreadHasOnlyJustBeenStarted) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(endAfterTheFirstTask(), ::testing::ExitedWithCode(7), "stored");
+}
+
 }  // namespace
 }  // namespace lumora::testing

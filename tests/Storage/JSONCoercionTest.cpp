@@ -65,7 +65,9 @@ TEST_F(JSONCoercionTest, whatIsNestedDeeperThanJSONIsNullWithItsLine) {
   Value map(Dictionary{});
   Value list(List{});
   for (int depth = 1; depth <= 20000; ++depth) {
-    if (depth == 512) EXPECT_TRUE(writeJSON(coerced(map)) && store.JSONSerializeObject(list));
+    if (depth == 512) {
+      EXPECT_TRUE(writeJSON(coerced(map)) && store.JSONSerializeObject(list));
+    }
     if (depth == 513 || depth == 20000) {
       host.log.clear();
       EXPECT_TRUE(coerced(map).isNull());

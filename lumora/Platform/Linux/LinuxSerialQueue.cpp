@@ -131,6 +131,7 @@ void LinuxSerialQueue::startWorker() {
     // Signals are the host's; its handlers must not run on this thread.
     const SignalBlocker blocker;
     worker_ = std::thread([state = state_] { state->work(); });
+    ProcessEnd::expectThread();
     hasWorker_ = true;
     constexpr std::size_t longestName = 15;
     ::pthread_setname_np(worker_.native_handle(), label_.substr(0, longestName).c_str());

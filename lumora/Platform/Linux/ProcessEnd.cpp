@@ -91,7 +91,7 @@ int ProcessEnd::descriptor() {
 
 void ProcessEnd::begin(Work work) noexcept {
   State& state = shared();
-  if (work == Work::transfer) state.worker = ::getpid();
+  if (work == Work::transfer) expectThread();
   ++state.counter(work);
 }
 
@@ -107,9 +107,12 @@ bool ProcessEnd::acceptsTasks() noexcept {
   return !hasBegun() || (isLibraryThread && !isOver());
 }
 
+void ProcessEnd::expectThread() noexcept {
+  shared().worker = ::getpid();
+}
+
 void ProcessEnd::markLibraryThread() noexcept {
   isLibraryThread = true;
-  shared().worker = ::getpid();
 }
 
 }  // namespace lumora

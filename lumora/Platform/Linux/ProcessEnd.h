@@ -33,6 +33,9 @@ class ProcessEnd {
   /// Work that the end waits for. A task counts from the moment it is handed over.
   static void begin(Work work) noexcept;
   static void finish(Work work, std::size_t count = 1) noexcept;
+  /// This process has a thread that finishes its tasks, or is about to. To be called by whoever starts it:
+  /// the process may end before the thread has run at all.
+  static void expectThread() noexcept;
   /// The calling thread is one of the library's own.
   static void markLibraryThread() noexcept;
   /// Whether a task that the calling thread hands over may still run: while the process ends, only what
