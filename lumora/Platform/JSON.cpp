@@ -141,7 +141,11 @@ class Writer {
       const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value.integerValue()).ptr;
       text_.append(digits.data(), end);
     } else if (std::isfinite(value.doubleValue())) {
-      text_ += nlohmann::json(value.doubleValue()).dump();
+      // The library's own text of a number: the shortest that reads back equal.
+      std::array<char, 64> digits{};
+      char* const end =
+          nlohmann::detail::to_chars(digits.data(), digits.data() + digits.size(), value.doubleValue());
+      text_.append(digits.data(), end);
     } else {
       return false;
     }
@@ -149,17 +153,25 @@ class Writer {
   }
 
   bool writeText(const std::string& text) {
-    const bool isPlain = std::ranges::all_of(text, [](char c) {
-      const auto byte = static_cast<unsigned char>(c);
-      return byte >= 0x20 && byte < 0x7F && c != '"' && c != '\\';
-    });
-    if (isPlain) {  // Most texts are, and need no work.
-      text_.append(1, '"').append(text).append(1, '"');
-      return true;
-    }
     if (!isUTF8(text)) return false;
-    text_ += nlohmann::json(text).dump();
+    text_ += '"';
+    for (const char c : text) writeCharacter(c);
+    text_ += '"';
     return true;
+  }
+
+  void writeCharacter(char c) {
+    constexpr std::string_view escaped = "\"\\\b\f\n\r\t";
+    constexpr std::string_view names = "\"\\bfnrt";
+    constexpr std::string_view hexDigits = "0123456789abcdef";
+    const auto byte = static_cast<unsigned char>(c);
+    if (const auto found = escaped.find(c); found != escaped.npos) {
+      text_ += {'\\', names[found]};
+    } else if (byte < 0x20) {
+      text_ += {'\\', 'u', '0', '0', hexDigits[byte / 16], hexDigits[byte % 16]};
+    } else {
+      text_ += c;
+    }
   }
 
   const bool pretty_;

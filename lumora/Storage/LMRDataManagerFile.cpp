@@ -77,6 +77,16 @@ std::string unusedPath(std::string path) {
   return path;
 }
 
+/// "yyyyMMddTHHmmssZ". Written without streams, as they would follow the host's locale.
+std::string stampOf(Date moment) {
+  const auto day = std::chrono::floor<date::days>(moment);
+  const date::year_month_day calendar(day);
+  const date::hh_mm_ss time(std::chrono::floor<std::chrono::seconds>(moment - day));
+  return fmt::format("{:04}{:02}{:02}T{:02}{:02}{:02}Z", static_cast<int>(calendar.year()),
+                     static_cast<unsigned>(calendar.month()), static_cast<unsigned>(calendar.day()),
+                     time.hours().count(), time.minutes().count(), time.seconds().count());
+}
+
 }  // namespace
 
 LMRDataManager::UploadLock::UploadLock(std::chrono::milliseconds limit)
@@ -133,9 +143,8 @@ DatabaseFault LMRDataManager::replaceCorruptFile(const std::string& reason) {
   if (processes && processes->state() == FileLockState::busy) return {Kind::busy, {}};
   tablesAreThere_ = false;
   SavedRows saved;
-  const std::string aside = unusedPath(
-      sql_.getDatabasePath() +
-      date::format(".corrupt-%Y%m%dT%H%M%SZ", date::floor<std::chrono::seconds>(platform().clock.now())));
+  const std::string aside =
+      unusedPath(sql_.getDatabasePath() + ".corrupt-" + stampOf(platform().clock.now()));
   {
     // Held until the file has gone: nobody else writes into it.
     OstrelSQLiteManager::Transaction look(sql_, Access::writes);

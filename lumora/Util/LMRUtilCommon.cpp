@@ -1,8 +1,7 @@
 #include <date/date.h>
 
 #include <algorithm>
-#include <locale>
-#include <sstream>
+#include <charconv>
 
 #include "lumora/Facade/LMRSecuritySignature.h"
 #include "lumora/Platform/ASCII.h"
@@ -35,6 +34,19 @@ bool isEmailDomain(std::string_view domain) {
     previous = c;
   }
   return true;
+}
+
+/// Takes a number without a sign and what must follow it from the front; nothing when they do not stand
+/// there.
+std::optional<unsigned> takeNumber(std::string_view& text, std::size_t maximumDigits,
+                                   std::string_view following) {
+  unsigned number = 0;
+  const auto digits = text.substr(0, maximumDigits);
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+  if (error != std::errc() || !text.starts_with(following)) return std::nullopt;
+  text.remove_prefix(following.size());
+  return number;
 }
 
 void replaceAll(std::string& text, std::string_view from, std::string_view to) {
@@ -113,15 +125,14 @@ std::string LMRUtil::getCurrentTimeStamp() const {
 }
 
 std::optional<Date> LMRUtil::getUTCDateTime(std::string_view text) const {
-  // The parser would take a sign before each number.
-  if (text.starts_with('-') || text.find("--") != text.npos || text.find('+') != text.npos)
-    return std::nullopt;
-  std::istringstream stream{std::string(text)};
-  stream.imbue(std::locale::classic());  // The host's locale may group digits.
-  date::local_days day;
-  stream >> date::parse("%Y-%m-%d", day);
-  if (stream.fail() || stream.peek() != std::istringstream::traits_type::eof()) return std::nullopt;
-  return firstMoment(Date(day.time_since_epoch()));
+  const auto year = takeNumber(text, 4, "-");
+  const auto month = takeNumber(text, 2, "-");
+  const auto day = takeNumber(text, 2, "");
+  if (!year || !month || !day || !text.empty()) return std::nullopt;
+  const date::year_month_day calendarDay(date::year(static_cast<int>(*year)), date::month(*month),
+                                         date::day(*day));
+  if (!calendarDay.ok()) return std::nullopt;
+  return firstMoment(Date(date::local_days(calendarDay).time_since_epoch()));
 }
 
 std::optional<URL> LMRUtil::getFormatedUrl(const std::optional<std::string>& text) const {
