@@ -27,6 +27,7 @@ void LMREventLogger::reportClientInfoIfDue() {
   SettingsStore& settings = platform().settings;
   if (isClientInfoMarkLost_ || settings.object(kLmroInit).boolValue()) return;
   reportClientInfo();
+  LMRDataManager::sharedInstance().storeWaiting();  // The mark says that the row is there.
   LMRUtil::setBool(true, kLmroInit);
   // Where the settings keep nothing, every later event of this run would make the information due again.
   isClientInfoMarkLost_ = !settings.object(kLmroInit).boolValue();

@@ -44,6 +44,29 @@ Lumora::Lumora()
   LMRInAppHandler::sharedInstance().fetchOn(*serialInAppQueue_);
 }
 
+/// Hands work over that may take long or leave the device: what was recorded before is stored first.
+void Lumora::enqueue(Task task) {
+  serialQueue_->async([this, task = std::move(task)] {
+    dataManager_.storeWaiting();
+    task();
+  });
+}
+
+/// Hands work over whose events may share a transaction with those of the work that follows.
+void Lumora::enqueueEvents(Task task) {
+  Task burst = [this, task = std::move(task)] {
+    const LMRDataManager::Burst together(eventTasks_);
+    task();
+  };
+  ++eventTasks_;
+  try {
+    serialQueue_->async(std::move(burst));
+  } catch (...) {
+    --eventTasks_;  // It will never run, so nothing may wait for it.
+    throw;
+  }
+}
+
 void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
                                     const std::optional<std::string>& appSecret,
                                     std::optional<Dictionary> launchOptions) {
@@ -65,7 +88,7 @@ void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
   application.observe(LifecycleNotification::willEnterForeground, [this] { appWillEnterForeground(); });
   application.observe(LifecycleNotification::didEnterBackground, [this] { appDidEnterBackground(); });
   isSyncing_ = false;
-  serialQueue_->async([this, tarrowID = *tarrowID, secret = *appSecret, options = std::move(launchOptions)] {
+  enqueue([this, tarrowID = *tarrowID, secret = *appSecret, options = std::move(launchOptions)] {
     const FlagMark making(makingInitCall_);
     initialize(tarrowID, secret, options);
   });
@@ -177,7 +200,7 @@ void Lumora::appDidEnterBackground() {
   auto task = std::make_shared<Application::BackgroundTaskId>();
   *task = application.beginBackgroundTask([&application, task] { application.endBackgroundTask(*task); });
   if (!hasStoredCredentials()) return;
-  serialQueue_->async([this] {
+  enqueue([this] {
     eventLogger_.stopAppSession();
     eventLogger_.reportEvents(false);
     resyncConfiguration();
@@ -186,7 +209,7 @@ void Lumora::appDidEnterBackground() {
 
 void Lumora::appWillEnterForeground() {
   if (!hasStoredCredentials()) return;
-  serialQueue_->async([this] {
+  enqueue([this] {
     startAppSession();
     eventLogger_.reportEvents(true);
     resyncConfiguration();
@@ -194,7 +217,7 @@ void Lumora::appWillEnterForeground() {
 }
 
 void Lumora::reportAll() {
-  serialQueue_->async([] { LMREventLogger::sharedInstance().reportEvents(true); });
+  enqueue([] { LMREventLogger::sharedInstance().reportEvents(true); });
 }
 
 std::string Lumora::getDeviceId() const {

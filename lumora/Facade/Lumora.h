@@ -187,6 +187,9 @@ class LUMORA_EXPORT Lumora {
 
   using LaunchOptions = std::optional<Dictionary>;
 
+  void enqueue(Task task);
+  void enqueueEvents(Task task);
+
   void initialize(const std::string& tarrowID, const std::string& appSecret,
                   const LaunchOptions& launchOptions);
   void initializeAfresh(const std::string& appSecret, bool isFirstRun, const LaunchOptions& launchOptions);
@@ -224,6 +227,8 @@ class LUMORA_EXPORT Lumora {
   std::optional<std::string> token_ LUMORA_GUARDED_BY(textMutex_);
   RecursiveMutex mutex_;
   std::unique_ptr<TaskQueue> serialQueue_;
+  /// How many of its tasks that record events have not ended.
+  std::atomic<int> eventTasks_ = 0;
   std::unique_ptr<TaskQueue> serialInAppQueue_;
   LMRDataManager& dataManager_;
   LMREventLogger& eventLogger_;

@@ -111,7 +111,7 @@ void Lumora::alertViewClickedButtonAtIndex(int alertTag, int buttonIndex, const 
     showDialog();
     return;
   }
-  serialQueue_->async([this, text] { setAsTestDevice(takeToken(), text); });
+  enqueue([this, text] { setAsTestDevice(takeToken(), text); });
 }
 
 void Lumora::setAsTestDevice(const std::optional<std::string>& registrationToken,

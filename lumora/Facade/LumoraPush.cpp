@@ -102,7 +102,7 @@ void Lumora::registerPushDeviceToken(const std::optional<Data>& deviceToken) {
     return;
   }
   LMRUtil::setObject(text, kLmroToken);
-  serialQueue_->async([this, text] {
+  enqueue([this, text] {
     eventLogger_.reportPushToken(text);
     eventLogger_.reportEvents(true);
     logLine("LumoraSDK-registered push_token successfully");
@@ -154,7 +154,7 @@ void Lumora::trackTracking(const Value& tracking) {
     eventLogger_.reportPushOpened(*campaignId);  // The library's own callers upload right after.
     return;
   }
-  serialQueue_->async([this, campaignId = *campaignId] {
+  enqueue([this, campaignId = *campaignId] {
     eventLogger_.reportPushOpened(campaignId);
     logLine("LumoraSDK-Push notification opened, tracking user tap.");
     eventLogger_.reportEvents(true);
@@ -164,7 +164,7 @@ void Lumora::trackTracking(const Value& tracking) {
 void Lumora::handlePushNotification(const std::optional<Dictionary>& payload) {
   sdkInitilizationWarning();
   const ApplicationState state = platform().application.state();
-  serialQueue_->async([this, payload, state] {
+  enqueue([this, payload, state] {
     if (payload) handlePayload(*payload, state);
   });
 }

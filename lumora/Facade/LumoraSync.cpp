@@ -47,10 +47,13 @@ void receiveCampaigns(const Value& campaigns) {
            "Received {} InAppMessages in sync call.", list->size());
   if (list->empty()) return;
   LMRDataManager& store = LMRDataManager::sharedInstance();
-  for (const Value& campaign : *list) {
-    if (!campaign.asDictionary()) continue;
-    const auto message = LMRInAppMessage::initWithDictionary(*campaign.asDictionary());
-    if (message && message->isValid()) store.saveCampaign(*message);
+  {
+    const LMRDataManager::Burst together;
+    for (const Value& campaign : *list) {
+      if (!campaign.asDictionary()) continue;
+      const auto message = LMRInAppMessage::initWithDictionary(*campaign.asDictionary());
+      if (message && message->isValid()) store.saveCampaign(*message);
+    }
   }
   LMRInAppHandler::sharedInstance().fetchAndRefill();
 }

@@ -13,7 +13,7 @@ namespace lumora {
 void Lumora::startSession(const std::optional<std::string>& name) {
   if (LMRUtil::isStringEmpty(name)) return;
   sdkInitilizationWarning();
-  serialQueue_->async([this, name = *name] {
+  enqueueEvents([this, name = *name] {
     fetchPicturesBeforeSession(name);
     eventLogger_.startSession(name);
   });
@@ -22,7 +22,7 @@ void Lumora::startSession(const std::optional<std::string>& name) {
 void Lumora::endSession(const std::optional<std::string>& name) {
   if (LMRUtil::isStringEmpty(name)) return;
   sdkInitilizationWarning();
-  serialQueue_->async([this, name = *name] {
+  enqueueEvents([this, name = *name] {
     eventLogger_.endSession(name);
     eventLogger_.reportEvents(false);
   });
@@ -30,7 +30,7 @@ void Lumora::endSession(const std::optional<std::string>& name) {
 
 void Lumora::endAllSessionsWithType(const std::optional<std::string>&) {
   sdkInitilizationWarning();
-  serialQueue_->async([this] {
+  enqueueEvents([this] {
     eventLogger_.endAllSessions();
     eventLogger_.reportEvents(false);
   });
@@ -48,7 +48,7 @@ void Lumora::reportAction(const std::optional<std::string>& name,
     return;
   }
   sdkInitilizationWarning();
-  serialQueue_->async([this, name = *name, metaData = std::move(metaData)] {
+  enqueueEvents([this, name = *name, metaData = std::move(metaData)] {
     // Read now, not at the call: what the host changed in between belongs to the action.
     eventLogger_.reportCheckpoint(name, KEY_TYPE_CUSTOM,
                                   metaData ? std::optional(metaData->actionMetadata()) : std::nullopt);
@@ -62,7 +62,7 @@ void Lumora::associateLead(std::shared_ptr<LumoraLead> lead) {
     return;
   }
   sdkInitilizationWarning();
-  serialQueue_->async([this, lead = std::move(lead)] {
+  enqueueEvents([this, lead = std::move(lead)] {
     eventLogger_.reportUserAttributes(lead->userData());
     eventLogger_.reportEvents(true);
   });

@@ -4,10 +4,18 @@
 #include <charconv>
 #include <cmath>
 
+#include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
 
 namespace lumora {
+
+bool dropCampaign(const std::string& campaignId, std::string_view reason) {
+  // The lines of the campaigns before it come first.
+  LMRDataManager::sharedInstance().storeWaiting();
+  return LMRUtil::hasValue(reason, Dictionary(), campaignId);
+}
+
 namespace {
 
 bool isPlainNumber(const Value& value) {
@@ -85,7 +93,7 @@ bool ComponentReader::readAction(std::optional<std::string>& action) const {
 
 bool ComponentReader::drop(std::string_view reason) const {
   // One wording for every dropped campaign: that of a missing key.
-  return LMRUtil::hasValue(reason, Dictionary(), campaignId_);
+  return dropCampaign(campaignId_, reason);
 }
 
 }  // namespace lumora

@@ -21,6 +21,9 @@ struct CodeName {
 /// The code of a text; nothing when the table does not have it.
 std::optional<std::int32_t> codeForText(std::span<const CodeName> table, std::string_view text);
 
+/// Writes the line that drops a campaign, and gives false.
+bool dropCampaign(const std::string& campaignId, std::string_view reason);
+
 /// Reads the keys of one component of a campaign by a table, in the table's order, up to the first bad one.
 ///
 /// A key is bad when it is required and missing, or when its value has the wrong type; the line that drops

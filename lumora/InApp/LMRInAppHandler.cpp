@@ -52,6 +52,7 @@ void LMRInAppHandler::currentEvent(const Dictionary& event) {
   if (!events) return;
   message_ = campaignFor(findValue(event, KEY_NAME), *events);
   if (!message_) return;
+  LMRDataManager::sharedInstance().storeWaiting();  // What led to a screen outlives what is seen on it.
   message_->show();
   onScreen_ = true;
 }

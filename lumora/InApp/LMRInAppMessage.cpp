@@ -57,7 +57,7 @@ std::shared_ptr<LMRInAppMessage> LMRInAppMessage::initWithoutPictures(
 }
 
 bool LMRInAppMessage::drop(std::string_view reason) const {
-  return LMRUtil::hasValue(reason, Dictionary(), campaign_id_.value_or("nil"));
+  return dropCampaign(campaign_id_.value_or("nil"), reason);
 }
 
 bool LMRInAppMessage::read(const Dictionary& campaign) {

@@ -1,5 +1,6 @@
 #include "lumora/Storage/LMRDataManager.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "lumora/Platform/FileLock.h"
@@ -10,6 +11,8 @@ namespace lumora {
 namespace {
 
 constexpr std::chrono::seconds longestWaitForProcess{10};
+constexpr std::size_t mostChangesOfBurst = 64;
+constexpr std::chrono::milliseconds longestBurst{5};
 
 /// What `WaitLater` keeps of its thread.
 struct Postponement {
@@ -17,6 +20,15 @@ struct Postponement {
   bool hasLeftChanges = false;
 };
 thread_local Postponement postponement;
+
+/// What `Burst` keeps of its thread.
+struct OpenBurst {
+  bool isOpen = false;
+  const std::atomic<int>* tasks = nullptr;
+
+  bool isFollowed() const { return isOpen && (!tasks || *tasks > 1); }
+};
+thread_local OpenBurst burst;
 
 DatabaseFault heldByOthers() {
   return {DatabaseFault::Kind::busy, "another process holds it"};
@@ -33,16 +45,23 @@ LMRDataManager::WaitLater::~WaitLater() {
     LMRDataManager::sharedInstance().storeWaiting();
 }
 
+LMRDataManager::Burst::Burst(std::atomic<int>* tasks) noexcept : tasks_(tasks) {
+  burst = {true, tasks};
+}
+
+LMRDataManager::Burst::~Burst() {
+  burst = {};
+  LMRDataManager& store = LMRDataManager::sharedInstance();
+  const bool isLast = !tasks_ || --*tasks_ == 0;
+  if (isLast || !store.mayBurstGoOn()) store.storeWaiting();
+}
+
 LMRDataManager& LMRDataManager::sharedInstance() {
   static auto* const instance = new LMRDataManager;
   return *instance;
 }
 
-/// Makes the tables, without waiting for anybody: whoever comes next tries again.
-LMRDataManager::LMRDataManager() : sql_("ostrelab.sqlite") {
-  Lock lock(databaseLock_);
-  attempt(Access::reads, [](OstrelSQLiteManager&) {});
-}
+LMRDataManager::LMRDataManager() : sql_("ostrelab.sqlite") {}
 
 std::string LMRDataManager::lockFilePath() {
   Lock lock(databaseLock_);
@@ -65,7 +84,7 @@ bool LMRDataManager::transact(Access access, const Operation& operation) {
 }
 
 /// Runs an operation that nobody waits for, after those that wait already; `whenOver` is told how it ended.
-void LMRDataManager::change(Operation operation, Outcome whenOver) {
+void LMRDataManager::change(Operation operation, Outcome whenOver, Due due) {
   {
     Lock lock(databaseLock_);
     if (sql_.isInTransaction()) {  // Part of the operation under way.
@@ -73,12 +92,20 @@ void LMRDataManager::change(Operation operation, Outcome whenOver) {
       if (whenOver) whenOver({});
       return;
     }
+    if (waiting_.empty()) burstBegan_ = platform().clock.now();
     waiting_.push_back({++newestChange_, std::move(operation), std::move(whenOver)});
   }
-  storeWaiting();
+  if (due == Due::now || !burst.isFollowed() || !mayBurstGoOn()) storeWaiting();
 }
 
-void LMRDataManager::storeWaiting() {
+/// Whether what waits is neither too much nor too old. A clock that was set back ends a burst too.
+bool LMRDataManager::mayBurstGoOn() {
+  Lock lock(databaseLock_);
+  const auto age = platform().clock.now() - burstBegan_;
+  return waiting_.size() < mostChangesOfBurst && age >= age.zero() && age < longestBurst;
+}
+
+void LMRDataManager::storeWaiting() noexcept try {
   std::uint64_t newest = 0;
   {
     Lock lock(databaseLock_);
@@ -89,6 +116,7 @@ void LMRDataManager::storeWaiting() {
     return storeUpTo(newest);
   };
   if (!tryUntilFree(attempt)) giveUp(newest);
+} catch (...) {  // Memory ran out: what waits goes on waiting.
 }
 
 /// Tries until the attempt succeeds or the thread's time is over. No lock is held between two attempts.
@@ -105,9 +133,11 @@ bool LMRDataManager::tryUntilFree(const std::function<bool()>& attempt) {
   return false;
 }
 
-/// Stores the changes up to a number; false when the database is busy.
+/// Stores the changes up to a number; false when the database is busy. What cannot be stored together is
+/// stored one by one, so that one bad change takes no other along.
 bool LMRDataManager::storeUpTo(std::uint64_t number) {
   Lock lock(databaseLock_);
+  if (storeTogether(number).kind == DatabaseFault::Kind::busy) return false;
   while (!waiting_.empty() && waiting_.front().number <= number) {
     // Taken out first: an operation that throws is gone.
     Change next = std::move(waiting_.front());
@@ -121,6 +151,32 @@ bool LMRDataManager::storeUpTo(std::uint64_t number) {
   }
   if (waiting_.empty()) isStoringLater_ = false;
   return true;
+}
+
+/// Stores several changes in one transaction. Where it fails they all stay.
+DatabaseFault LMRDataManager::storeTogether(std::uint64_t number) {
+  const auto isWithin = [number](const Change& change) { return change.number <= number; };
+  const auto count = std::ranges::find_if_not(waiting_, isWithin) - waiting_.begin();
+  if (count < 2) return {};
+  const auto storeAll = [this, count](OstrelSQLiteManager& sql) {
+    Lock lock(databaseLock_);
+    // After a fault SQLite may have undone the transaction: what follows would stand alone.
+    for (auto change = waiting_.begin(); change - waiting_.begin() < count && !sql.fault(); ++change)
+      change->operation(sql);
+  };
+  DatabaseFault fault;
+  try {
+    fault = attempt(Access::writes, storeAll);
+  } catch (const std::exception&) {
+    return {};  // Which one threw, the next attempts will show.
+  }
+  if (fault) return fault;
+  for (auto left = count; left > 0; --left) {
+    const Change stored = std::move(waiting_.front());
+    waiting_.pop_front();
+    if (stored.whenOver) stored.whenOver({});
+  }
+  return {};
 }
 
 void LMRDataManager::giveUp(std::uint64_t number) {
@@ -164,6 +220,7 @@ DatabaseFault LMRDataManager::attempt(Access access, const Operation& operation)
 
 DatabaseFault LMRDataManager::runTransaction(Access access, const Operation& operation) {
   if (DatabaseFault fault = provideTables()) return fault;
+  storedEvents_.reset();
   OstrelSQLiteManager::Transaction transaction(sql_, access);
   if (transaction.fault()) return transaction.fault();
   operation(sql_);

@@ -29,9 +29,10 @@ class LMRInAppMessage;
 /// rows wait, newly saved events are dropped again unless their kind is crucial.
 ///
 /// Every operation runs on the caller's thread, in one transaction, and holds `databaseLock`, which its
-/// holder may take again. Nothing is reported to callers: a failed insert loses the event, a failed read
-/// gives nothing, a failed delete leaves the rows to be sent again. The log tells, once, that the file cannot
-/// be used and why.
+/// holder may take again. Only the changes of a `Burst` gather in memory for some milliseconds, to share a
+/// transaction: the whole costs the disk little more than one of them. Nothing is reported to callers: a
+/// failed insert loses the event, a failed read gives nothing, a failed delete leaves the rows to be sent
+/// again. The log tells, once, that the file cannot be used and why.
 ///
 /// The file is its owner's alone, and so is its folder, which is made when it is missing. A corrupt or
 /// foreign file is moved aside, and what can still be read of it is carried over into a new one.
@@ -54,6 +55,24 @@ class LMRDataManager {
     ~WaitLater();
     WaitLater(const WaitLater&) = delete;
     WaitLater& operator=(const WaitLater&) = delete;
+  };
+
+  /// Lets the events and campaigns that its thread saves while it lives share transactions. They are stored
+  /// at its end, before anything else needs the database, and at the latest once there are 64 of them or the
+  /// oldest has waited for 5 ms.
+  class Burst {
+   public:
+    Burst() noexcept : Burst(nullptr) {}
+    /// One that goes on over tasks which follow each other. `tasks` counts those that were handed over and
+    /// have not ended, the present one included; what no task follows is stored at once.
+    explicit Burst(std::atomic<int>& tasks) noexcept : Burst(&tasks) {}
+    ~Burst();
+    Burst(const Burst&) = delete;
+    Burst& operator=(const Burst&) = delete;
+
+   private:
+    explicit Burst(std::atomic<int>* tasks) noexcept;
+    std::atomic<int>* const tasks_;
   };
 
   /// Holds the lock file for an upload on this thread, which may then replace a corrupt database itself.
@@ -125,8 +144,9 @@ class LMRDataManager {
 
   /// Names the queue that stores what the main thread could not; it must live as long as the process.
   void storeLaterOn(TaskQueue& queue) noexcept { laterQueue_ = &queue; }
-  /// Stores what is still waiting for a database that was busy.
-  void storeWaiting();
+  /// Stores what was saved in a burst, or still waits for a database that was busy. Call it before anything
+  /// outside the database that says it is stored.
+  void storeWaiting() noexcept;
   /// The lock file beside the database: who holds its lock (`FileLock`) keeps other processes, and other
   /// threads of this one, from uploading and from moving a corrupt database aside. Saving never waits for it.
   std::string lockFilePath();
@@ -150,10 +170,15 @@ class LMRDataManager {
   /// What could be read of a corrupt file: of each table the rows by their ids.
   using SavedRows = std::vector<std::map<std::int64_t, OstrelSQLiteManager::Row>>;
 
+  /// When a change must be stored.
+  enum class Due { now, withItsBurst };
+
   bool transact(Access access, const Operation& operation);
-  void change(Operation operation, Outcome whenOver = {});
+  void change(Operation operation, Outcome whenOver = {}, Due due = Due::now);
+  bool mayBurstGoOn();
   bool tryUntilFree(const std::function<bool()>& attempt);
   bool storeUpTo(std::uint64_t number);
+  DatabaseFault storeTogether(std::uint64_t number) LUMORA_REQUIRES(databaseLock_);
   void giveUp(std::uint64_t number);
   void drop(std::uint64_t number);
 
@@ -168,7 +193,7 @@ class LMRDataManager {
 
   std::vector<OstrelSQLiteManager::Row> beginUpload();
   void endUpload();
-  void dropBeyondLimit(OstrelSQLiteManager& sql, const std::string& id);
+  void dropUnlessCrucial(OstrelSQLiteManager& sql, const std::string& id);
   void clearFirstCampaignOf(const char* query);
 
   RecursiveMutex databaseLock_;
@@ -179,6 +204,10 @@ class LMRDataManager {
   /// The changes that are not stored yet, in order.
   std::deque<Change> waiting_ LUMORA_GUARDED_BY(databaseLock_);
   std::uint64_t newestChange_ LUMORA_GUARDED_BY(databaseLock_) = 0;
+  /// When the first of the changes that wait was made.
+  Date burstBegan_ LUMORA_GUARDED_BY(databaseLock_);
+  /// The number of events, once it was needed in the transaction under way.
+  std::optional<std::int64_t> storedEvents_ LUMORA_GUARDED_BY(databaseLock_);
   std::atomic<TaskQueue*> laterQueue_ = nullptr;
   /// Whether the main thread has left changes to the queue: nothing more waits on it until they are stored.
   std::atomic<bool> isStoringLater_ = false;

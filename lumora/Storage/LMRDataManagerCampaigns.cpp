@@ -93,7 +93,8 @@ void LMRDataManager::saveCampaign(const LMRInAppMessage& campaign) {
            } else {
              logTrace({operation, 272}, "Saved CampaignId : {} successfully", id);
            }
-         });
+         },
+         Due::withItsBurst);
 }
 
 std::optional<CampaignRow> LMRDataManager::getCampaign(const std::string& event) {
@@ -126,7 +127,8 @@ std::vector<CampaignRow> LMRDataManager::getCampaigns(Enabled enabled) {
 
 void LMRDataManager::updateResource(const LMRResource& resource) {
   if (const auto statement = statementFor(resource))
-    change([statement = *statement](OstrelSQLiteManager& sql) { sql.doQuery(statement); });
+    change([statement = *statement](OstrelSQLiteManager& sql) { sql.doQuery(statement); }, {},
+           Due::withItsBurst);
 }
 
 void LMRDataManager::clearCampaigns(const std::vector<std::string>& campaignIds) {

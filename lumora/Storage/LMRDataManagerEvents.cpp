@@ -37,18 +37,20 @@ std::int64_t countEvents(OstrelSQLiteManager& sql, const std::string& condition)
 void LMRDataManager::saveEventInDB(const Dictionary& event) {
   const auto text = writeJSON(event);
   if (!text) return;
-  change([this, statement = "INSERT INTO ostrel_events (event) VALUES ('" + quotedForSQL(*text) +
-                            "');"](OstrelSQLiteManager& sql) {
+  const auto save = [this, statement = "INSERT INTO ostrel_events (event) VALUES ('" + quotedForSQL(*text) +
+                                       "');"](OstrelSQLiteManager& sql) {
     const int before = sql.changedRows();
     sql.doQuery(statement);
     if (sql.changedRows() == before) return;  // What was not stored must not push another event out.
     Lock lock(databaseLock_);
+    if (storedEvents_) ++*storedEvents_;
     if (runningUploads_ > 0) {
       savedDuringUpload_.insert(sql.getLastInsertRowID());
     } else {
       checkEventsThreshold();
     }
-  });
+  };
+  change(save, {}, Due::withItsBurst);
 }
 
 void LMRDataManager::getEventsDataWith(const EventsCallback& callback) {
@@ -100,7 +102,10 @@ void LMRDataManager::endUpload() {
     if (runningUploads_ > 0) return;
     const auto saved = std::exchange(savedDuringUpload_, {});
     if (countEvents(sql, "") < MAX_CHECKPOINTS_COUNT) return;
-    for (const std::int64_t id : saved) dropBeyondLimit(sql, std::to_string(id));
+    for (const std::int64_t id : saved) {
+      const std::string row = std::to_string(id);
+      if (countEvents(sql, " WHERE _id <= " + row) >= MAX_CHECKPOINTS_COUNT) dropUnlessCrucial(sql, row);
+    }
   });
 }
 
@@ -113,26 +118,35 @@ void LMRDataManager::cleanUpEventsWith(const List& ids) {
     List sent = ids;
     std::erase_if(sent, [&saved](const Value& id) { return saved.contains(id.integerValue()); });
     sql.doQuery("DELETE FROM ostrel_events WHERE _id IN (" + joinedIds(sent) + ");");
+    storedEvents_.reset();
   });
 }
 
 void LMRDataManager::cleanUpAppEvents() {
-  change([](OstrelSQLiteManager& sql) { sql.doQuery("delete from ostrel_events"); });
+  change([this](OstrelSQLiteManager& sql) {
+    sql.doQuery("delete from ostrel_events");
+    Lock lock(databaseLock_);
+    storedEvents_.reset();
+  });
 }
 
 void LMRDataManager::checkEventsThreshold() {
   if (isQuerying_) return;
   change([this](OstrelSQLiteManager& sql) {
     const FlagMark querying(isQuerying_);
-    dropBeyondLimit(sql, "(select MAX(_id) from ostrel_events)");
+    Lock lock(databaseLock_);
+    if (!storedEvents_) storedEvents_ = countEvents(sql, "");
+    if (*storedEvents_ >= MAX_CHECKPOINTS_COUNT)
+      dropUnlessCrucial(sql, "(select MAX(_id) from ostrel_events)");
   });
 }
 
-/// Drops the event of a row when it and those before it fill the queue, unless it is crucial.
-void LMRDataManager::dropBeyondLimit(OstrelSQLiteManager& sql, const std::string& id) {
-  if (countEvents(sql, " WHERE _id <= " + id) < MAX_CHECKPOINTS_COUNT) return;
+void LMRDataManager::dropUnlessCrucial(OstrelSQLiteManager& sql, const std::string& id) {
   const auto row = sql.getRowsForQuery("select event from ostrel_events where _id = " + id);
-  if (canDeleteEvent(firstText(row, "event"))) sql.doQuery("delete from ostrel_events where _id = " + id);
+  if (!canDeleteEvent(firstText(row, "event"))) return;
+  sql.doQuery("delete from ostrel_events where _id = " + id);
+  Lock lock(databaseLock_);
+  storedEvents_.reset();
 }
 
 bool LMRDataManager::canDeleteEvent(const std::string& event) const {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/Log.h"
 
 namespace lumora {
@@ -73,6 +74,7 @@ LMRIOManager::Text LMRIOManager::getFileFromLocal(const Text& url, const Text& w
 LMRIOManager::Text LMRIOManager::saveFileFromServer(const Text& url, const Text& withId) const {
   const Text path = pathForFile(url, withId);
   if (!path || !URL::parse(*url)) return std::nullopt;
+  LMRDataManager::sharedInstance().storeWaiting();  // A download may take minutes.
   logLine("LumoraSDK-Dowloading resource from: {}", *url);
   std::string bytes = download(*url);
   if (!platform().imageDecoder.isImage(bytes) || !platform().files.writeAtomically(*path, bytes)) {

@@ -85,6 +85,8 @@ class OstrelSQLiteManager {
   };
 
   bool isInTransaction() const noexcept { return isInTransaction_; }
+  /// What a statement of this transaction has met.
+  const DatabaseFault& fault() const noexcept { return fault_; }
   /// Whether a statement of this transaction was wrong itself; perhaps its table is not there.
   bool hasFailedStatement() const noexcept { return hasFailedStatement_; }
   /// The number of rows that this connection has inserted, deleted or changed so far.
