@@ -1,12 +1,12 @@
 #include "lumora/Events/CurrentSecond.h"
-#include "lumora/Events/EventKeys.h"
 #include "lumora/Events/LMREventLogger.h"
-#include "lumora/Facade/LumoraConstants.h"
 #include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/EventKeys.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/LogRefusal.h"
+#include "lumora/Util/LumoraConstants.h"
 
 namespace lumora {
 

@@ -1,12 +1,12 @@
 #include <vector>
 
 #include "lumora/Events/CurrentSecond.h"
-#include "lumora/Events/EventKeys.h"
 #include "lumora/Events/LMREventLogger.h"
-#include "lumora/Facade/LumoraConstants.h"
 #include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/EventKeys.h"
 #include "lumora/Util/Log.h"
+#include "lumora/Util/LumoraConstants.h"
 
 namespace lumora {
 

@@ -1,11 +1,11 @@
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
-#include "lumora/Facade/LMRSecuritySignature.h"
 #include "lumora/Facade/Lumora.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/FlagMark.h"
+#include "lumora/Util/LMRSecuritySignature.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
-#include "lumora/Facade/LumoraConstants.h"
 #include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
@@ -15,6 +14,7 @@
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
+#include "lumora/Util/LumoraConstants.h"
 #include "lumora/Util/UIDeviceAdditionalInfo.h"
 
 namespace lumora {

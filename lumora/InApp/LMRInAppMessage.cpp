@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "lumora/Events/EventKeys.h"
 #include "lumora/InApp/CampaignDate.h"
 #include "lumora/InApp/CampaignLayout.h"
 #include "lumora/InApp/ComponentReader.h"
@@ -11,6 +10,7 @@
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Storage/LMRIOManager.h"
 #include "lumora/Util/DecimalText.h"
+#include "lumora/Util/EventKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
 

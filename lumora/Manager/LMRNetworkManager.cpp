@@ -4,11 +4,11 @@
 #include <utility>
 
 #include "lumora/Facade/Lumora.h"
-#include "lumora/Facade/LumoraConstants.h"
 #include "lumora/Platform/JSON.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
+#include "lumora/Util/LumoraConstants.h"
 #include "lumora/Util/UIDeviceAdditionalInfo.h"
 
 namespace lumora {
