@@ -7,8 +7,8 @@
 
 namespace lumora {
 
-/// The application secret of this run: nothing until an initialisation has completed. The facade sets it; what
-/// talks to the service reads it. Any thread; nothing else is locked meanwhile.
+/// The application secret of this run: nothing until an initialisation has completed. The facade sets it;
+/// what talks to the service reads it. Any thread; nothing else is locked meanwhile.
 class RunSecret {
  public:
   static RunSecret& sharedInstance();
