@@ -1,9 +1,9 @@
 #include "bench/TypicalEvent.h"
 
-#include "lumora/Events/EventKeys.h"
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/LumoraActionMetaData.h"
 #include "lumora/Platform/JSON.h"
+#include "lumora/Util/EventKeys.h"
 
 namespace lumora_bench {
 

@@ -8,16 +8,16 @@
 
 #include "hosts/terminal/Screens.h"
 #include "lumora/InApp/LMRInAppMessage.h"
+#include "lumora/InApp/LMRInAppViewController.h"
 #include "lumora/InApp/LMRTappable.h"
 #include "lumora/Platform/Value.h"
-#include "lumora/Platform/ViewController.h"
 
 namespace lumora_host {
 
 /// The screen of one in-app message: made → given its message → appears → dismissed by a tap.
 ///
 /// Main thread only, except that the message may be given on any thread before the screen appears.
-class MessageScreen : public lumora::ViewController {
+class MessageScreen : public lumora::LMRInAppViewController {
  public:
   /// The display must outlive the screen.
   explicit MessageScreen(Screens& screens) : screens_(screens) {}

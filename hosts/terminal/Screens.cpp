@@ -21,7 +21,6 @@ class RootScreen : public ViewController {
     screens_.present(std::static_pointer_cast<MessageScreen>(screen));
   }
   void dismiss(bool) override {}
-  void setInapp(std::shared_ptr<lumora::LMRInAppMessage>) override {}
 
  private:
   Screens& screens_;

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "hosts/terminal/Output.h"
-#include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/Platform/ViewController.h"
 
 namespace lumora_host {

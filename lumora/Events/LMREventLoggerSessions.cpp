@@ -1,12 +1,11 @@
 #include <vector>
 
 #include "lumora/Events/CurrentSecond.h"
-#include "lumora/Events/EventKeys.h"
 #include "lumora/Events/LMREventLogger.h"
-#include "lumora/Facade/LumoraConstants.h"
-#include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/EventKeys.h"
 #include "lumora/Util/Log.h"
+#include "lumora/Util/LumoraConstants.h"
 
 namespace lumora {
 
@@ -22,7 +21,7 @@ bool LMREventLogger::startSession(const std::string& name) {
     return false;
   }
   sessions_.emplace(name, Dictionary{{std::string(KEY_SESSION_START), currentSecond()}});
-  LMRInAppHandler::sharedInstance().currentSession(name);
+  if (EventObserver* const observer = observer_) observer->currentSession(name);
   return true;
 }
 

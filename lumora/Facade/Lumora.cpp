@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
-#include "lumora/Facade/LumoraConstants.h"
 #include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
@@ -15,6 +14,8 @@
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
+#include "lumora/Util/LumoraConstants.h"
+#include "lumora/Util/RunSecret.h"
 #include "lumora/Util/UIDeviceAdditionalInfo.h"
 
 namespace lumora {
@@ -39,9 +40,13 @@ Lumora::Lumora()
       dataManager_(LMRDataManager::sharedInstance()),
       eventLogger_(LMREventLogger::sharedInstance()),
       networkManager_(LMRNetworkManager::sharedInstance()) {
+  // Who is told by a lower floor, and where lower floors leave work for later: the whole of it is here.
+  LMRInAppHandler& inAppHandler = LMRInAppHandler::sharedInstance();
+  eventLogger_.setObserver(inAppHandler);
+  dataManager_.setObserver(inAppHandler);
   dataManager_.storeLaterOn(*serialQueue_);
+  inAppHandler.fetchOn(*serialInAppQueue_);
   appStoreEnvironment_ = !platform().bundle.pathForResource("embedded", "mobileprovision");
-  LMRInAppHandler::sharedInstance().fetchOn(*serialInAppQueue_);
 }
 
 /// Hands work over that may take long or leave the device: what was recorded before is stored first.
@@ -143,10 +148,7 @@ void Lumora::restart(const std::string& appSecret, const LaunchOptions& launchOp
 }
 
 void Lumora::completeInitialization(const std::string& appSecret) {
-  {
-    Lock lock(textMutex_);
-    appSecret_ = appSecret;
-  }
+  RunSecret::sharedInstance().set(appSecret);
   logLine("LumoraSDK-v.{} initialized successfully.", kOstrelSDKVersion);
   startAppSession();
 }
@@ -172,13 +174,11 @@ std::string Lumora::getFormattedDate() const {
 }
 
 std::optional<std::string> Lumora::appSecret() const {
-  Lock lock(textMutex_);
-  return appSecret_;
+  return RunSecret::sharedInstance().get();
 }
 
 bool Lumora::sdkInitialized() const {
-  Lock lock(textMutex_);
-  return !LMRUtil::isStringEmpty(appSecret_);
+  return !LMRUtil::isStringEmpty(appSecret());
 }
 
 void Lumora::sdkInitilizationWarning() const {

@@ -1,6 +1,6 @@
 #include "lumora/Events/LMREventLogger.h"
-#include "lumora/Facade/LMRSecuritySignature.h"
 #include "lumora/Facade/Lumora.h"
+#include "lumora/Util/LMRSecuritySignature.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"

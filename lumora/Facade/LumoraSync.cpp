@@ -52,7 +52,7 @@ void receiveCampaigns(const Value& campaigns) {
     for (const Value& campaign : *list) {
       if (!campaign.asDictionary()) continue;
       const auto message = LMRInAppMessage::initWithDictionary(*campaign.asDictionary());
-      if (message && message->isValid()) store.saveCampaign(*message);
+      if (message && message->isValid()) store.saveCampaign(message->row());
     }
   }
   LMRInAppHandler::sharedInstance().fetchAndRefill();
@@ -92,8 +92,8 @@ void Lumora::getLatestConfiguration(const std::string& appSecret) {
 /// other credentials.
 std::optional<std::string> Lumora::secretForSync() const {
   const std::string stored = LMRUtil::getStringForKey(kLmroAppSecret);
+  if (auto secret = appSecret()) return secret;
   Lock lock(textMutex_);
-  if (appSecret_) return appSecret_;
   return givenSecret_ == stored ? givenSecret_ : std::nullopt;
 }
 

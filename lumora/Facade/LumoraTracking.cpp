@@ -1,10 +1,10 @@
 #include <utility>
 
-#include "lumora/Events/EventKeys.h"
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/Lumora.h"
 #include "lumora/Facade/LumoraActionMetaData.h"
 #include "lumora/Facade/LumoraLead.h"
+#include "lumora/Util/EventKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
 

@@ -1,11 +1,11 @@
 #include "lumora/InApp/LMRInAppHandler.h"
 
-#include "lumora/Events/EventKeys.h"
 #include "lumora/Events/LMREventLogger.h"
-#include "lumora/Facade/LumoraConstants.h"
 #include "lumora/InApp/CampaignPictures.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/EventKeys.h"
 #include "lumora/Util/LMRUtil.h"
+#include "lumora/Util/LumoraConstants.h"
 
 namespace lumora {
 namespace {

@@ -1,6 +1,7 @@
 #include <utility>
 
 #include "lumora/InApp/LMRInAppMessage.h"
+#include "lumora/InApp/LMRInAppViewController.h"
 #include "lumora/Util/CompareVersions.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -40,7 +41,8 @@ void LMRInAppMessage::show() {
     inAppViewController_ = screen;
   }
   auto container = endingOnMainQueue(std::move(screen));
-  container->setInapp(shared_from_this());
+  if (auto* const drawn = dynamic_cast<LMRInAppViewController*>(container.get()))
+    drawn->setInapp(shared_from_this());
   // Until the display has the screen, the task alone keeps it.
   platform().queues.mainQueue().async(
       [message = shared_from_this(), container = std::move(container)] { message->present(container); });

@@ -2,12 +2,12 @@
 
 #include <utility>
 
-#include "lumora/Events/EventKeys.h"
-#include "lumora/Facade/LumoraConstants.h"
 #include "lumora/Platform/JSON.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/EventKeys.h"
 #include "lumora/Util/FlagMark.h"
 #include "lumora/Util/Log.h"
+#include "lumora/Util/LumoraConstants.h"
 
 namespace lumora {
 namespace {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
-#include "lumora/Facade/LMRSecuritySignature.h"
 #include "lumora/Platform/ASCII.h"
+#include "lumora/Util/LMRSecuritySignature.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"

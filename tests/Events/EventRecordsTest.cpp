@@ -1,6 +1,6 @@
 #include <thread>
 
-#include "lumora/Events/EventKeys.h"
+#include "lumora/Util/EventKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "tests/Facade/LumoraFixture.h"
 #include "tests/Storage/SQLiteConnection.h"

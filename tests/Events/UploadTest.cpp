@@ -2,7 +2,7 @@
 #include <thread>
 #include <tuple>
 
-#include "lumora/Events/EventKeys.h"
+#include "lumora/Util/EventKeys.h"
 #include "tests/Facade/LumoraFixture.h"
 #include "tests/Support/TestFiles.h"
 

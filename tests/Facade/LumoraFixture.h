@@ -26,6 +26,7 @@ inline constexpr long startSecond = 1496318400;
 class LumoraTest : public ::testing::Test {
  protected:
   LumoraTest() {
+    lumora();  // It wires the observers.
     host.urlLoader.setHandler([this](const URLRequest& request) {
       return URLResponse{200, {}, request.method == "GET" ? syncAnswer : accepted, std::nullopt};
     });

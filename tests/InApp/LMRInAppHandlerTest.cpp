@@ -3,6 +3,7 @@
 #include <future>
 #include <thread>
 
+#include "lumora/InApp/LMRInAppViewController.h"
 #include "tests/Facade/LumoraFixture.h"
 #include "tests/InApp/Campaigns.h"
 
@@ -11,7 +12,7 @@ namespace {
 
 /// A screen that notes what is done with it, and keeps its message as a host's may. One of them is presented
 /// at a time, and kept then. The root screen serves as the layout too: it makes the others.
-class Screen : public ViewController, public LayoutResource {
+class Screen : public LMRInAppViewController, public LayoutResource {
  public:
   ~Screen() override { ends += platform().queues.isMainThread() ? "main " : "elsewhere "; }
   void setModalPresentationStyle(ModalPresentationStyle s) override { note("style", static_cast<int>(s)); }

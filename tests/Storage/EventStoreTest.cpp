@@ -1,8 +1,8 @@
 #include <thread>
 #include <tuple>
 
-#include "lumora/Facade/LumoraConstants.h"
 #include "lumora/Platform/JSON.h"
+#include "lumora/Util/LumoraConstants.h"
 #include "tests/Storage/EventStoreFixture.h"
 
 namespace lumora::tests {

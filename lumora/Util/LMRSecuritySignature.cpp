@@ -1,4 +1,4 @@
-#include "lumora/Facade/LMRSecuritySignature.h"
+#include "lumora/Util/LMRSecuritySignature.h"
 
 #include <string_view>
 
