@@ -74,21 +74,7 @@ BenchHost& BenchHost::installWithoutNetwork(const std::string& folder) {
   const lumora::Platform& system = host->platform_->platform();
   host->loader_ = std::make_unique<AcceptingLoader>(system.urlLoader);
   host->settings_ = std::make_shared<Settings>(system.settings);
-  lumora::installPlatform({.settings = *host->settings_,
-                           .keychain = system.keychain,
-                           .urlLoader = *host->loader_,
-                           .imageDecoder = system.imageDecoder,
-                           .queues = system.queues,
-                           .application = system.application,
-                           .bundle = system.bundle,
-                           .alerts = system.alerts,
-                           .notifications = system.notifications,
-                           .device = system.device,
-                           .files = system.files,
-                           .sharedFiles = system.sharedFiles,
-                           .clock = system.clock,
-                           .log = system.log,
-                           .uuids = system.uuids});
+  lumora::installPlatform(lumora::platformWith(system, *host->settings_, *host->loader_));
   return *host;
 }
 

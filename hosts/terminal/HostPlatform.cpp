@@ -71,22 +71,7 @@ HostPlatform::HostPlatform(const Options& options, Output& output)
       network_(linux_.platform().urlLoader) {}
 
 void HostPlatform::install() {
-  const lumora::Platform& system = linux_.platform();
-  lumora::installPlatform({.settings = system.settings,
-                           .keychain = system.keychain,
-                           .urlLoader = network_,
-                           .imageDecoder = system.imageDecoder,
-                           .queues = system.queues,
-                           .application = system.application,
-                           .bundle = system.bundle,
-                           .alerts = system.alerts,
-                           .notifications = system.notifications,
-                           .device = system.device,
-                           .files = system.files,
-                           .sharedFiles = system.sharedFiles,
-                           .clock = clock_,
-                           .log = system.log,
-                           .uuids = system.uuids});
+  lumora::installPlatform(lumora::platformWith(linux_.platform(), network_, clock_));
 }
 
 }  // namespace lumora_host

@@ -64,6 +64,8 @@ class LMREventLogger {
 
   // Upload.
 
+  static constexpr double minimumSecondsBetweenUploads = 5.0;
+
   /// Sends every stored event in one request and deletes what was sent once the service accepted it. Without
   /// force it gives up at once while another upload runs, in this process or another, and soon after the last
   /// one. With force it waits for the upload of this process, and up to 15 s for another's.

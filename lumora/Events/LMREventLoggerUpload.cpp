@@ -15,7 +15,6 @@ namespace lumora {
 namespace {
 
 constexpr const char* kLmroReportEndpoint = "report/events/";
-constexpr double minimumSecondsBetweenUploads = 5.0;
 constexpr std::chrono::milliseconds noWait{0};
 constexpr std::chrono::seconds longestWaitForProcess{15};
 constexpr const char* operation = "-[LMREventLogger reportEvents:]";
@@ -30,14 +29,8 @@ void logMissingSignature() {
 }  // namespace
 
 bool LMREventLogger::canReport() const {
-  const Platform& current = platform();
-  const MinimumInterval interval = minimumIntervalSince(current.settings.object(kLmroLastReport),
-                                                        current.settings.object(kLmroSyncTimepout),
-                                                        minimumSecondsBetweenUploads, current.clock.now());
-  if (!interval.hasPassed) {
-    logTrace({"-[LMREventLogger canReport]", 134}, "lapsed from last report call {:f}", interval.elapsed);
-  }
-  return interval.hasPassed;
+  return hasMinimumPassed(kLmroLastReport, minimumSecondsBetweenUploads, {"-[LMREventLogger canReport]", 134},
+                          "report call ");
 }
 
 std::optional<std::string> LMREventLogger::getReportEndPoint() const {

@@ -24,16 +24,10 @@ std::string hexadecimalText(const Data& bytes) {
   return fmt::format("{:02x}", fmt::join(bytes, ""));
 }
 
-const Dictionary* findMap(const Dictionary& map, std::string_view key) {
-  const Value* value = findValue(map, key);
-  return value ? value->asDictionary() : nullptr;
-}
-
 /// The tap action of a payload; null when it has none.
 const std::string* tapAction(const Dictionary& payload) {
   const Dictionary* tracking = findMap(payload, "vs");
-  const Value* action = tracking ? findValue(*tracking, "a") : nullptr;
-  return action ? action->asString() : nullptr;
+  return tracking ? findText(*tracking, "a") : nullptr;
 }
 
 void openAction(const std::string& action) {

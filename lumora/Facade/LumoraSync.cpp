@@ -18,7 +18,6 @@ namespace {
 
 constexpr const char* kLmroInAppSync = "api/v1/sync";
 constexpr double minimumSecondsBetweenSyncs = 10.0;
-constexpr double minimumSecondsBetweenUploads = 5.0;
 
 /// Numbers and texts can be read as numbers; what is neither counts as absent.
 const Value* findNumberOrText(const Dictionary& map, std::string_view key) {
@@ -56,15 +55,6 @@ void receiveCampaigns(const Value& campaigns) {
     }
   }
   LMRInAppHandler::sharedInstance().fetchAndRefill();
-}
-
-bool hasMinimumPassed(std::string_view lastKey, double minimum, TracePoint origin, const char* what) {
-  const Platform& current = platform();
-  const MinimumInterval interval =
-      minimumIntervalSince(current.settings.object(lastKey), current.settings.object(kLmroSyncTimepout),
-                           minimum, current.clock.now());
-  if (!interval.hasPassed) logTrace(origin, "lapsed from last {}{:f}", what, interval.elapsed);
-  return interval.hasPassed;
 }
 
 }  // namespace
@@ -115,8 +105,8 @@ bool Lumora::canUpdate() const {
 }
 
 bool Lumora::canReport() const {
-  return hasMinimumPassed(kLmroLastReport, minimumSecondsBetweenUploads, {"-[Lumora canReport]", 334},
-                          "report call ");
+  return hasMinimumPassed(kLmroLastReport, LMREventLogger::minimumSecondsBetweenUploads,
+                          {"-[Lumora canReport]", 334}, "report call ");
 }
 
 bool Lumora::parseResponseForBlockedAndFeatures(const std::optional<Dictionary>& response) {

@@ -52,14 +52,4 @@ std::vector<CampaignPicture> picturesOf(const Dictionary& layout) {
   return pictures;
 }
 
-const std::string* findText(const Dictionary& map, std::string_view key) {
-  const Value* value = findValue(map, key);
-  return value ? value->asString() : nullptr;
-}
-
-const Dictionary* findMap(const Dictionary& map, std::string_view key) {
-  const Value* value = findValue(map, key);
-  return value ? value->asDictionary() : nullptr;
-}
-
 }  // namespace lumora

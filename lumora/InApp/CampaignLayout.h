@@ -36,8 +36,4 @@ struct CampaignPicture {
 /// not built from.
 std::vector<CampaignPicture> picturesOf(const Dictionary& layout);
 
-/// The text, or the map, under a key; null when there is none.
-const std::string* findText(const Dictionary& map, std::string_view key);
-const Dictionary* findMap(const Dictionary& map, std::string_view key);
-
 }  // namespace lumora

@@ -111,12 +111,10 @@ bool LMRInAppMessage::readLayout() {
     return drop("type");
   }
   notificationType_ = type->code;
-  const auto isNamed = [](std::string_view key) { return !key.empty(); };
+  bool isWhole = true;  // Every component is built, and logs what is bad about it, even when one is missing.
   for (const std::string_view key : type->components) {
-    if (isNamed(key)) buildComponent(key);
+    if (!key.empty() && !buildComponent(key)) isWhole = false;
   }
-  const bool isWhole = std::ranges::all_of(
-      type->components, [&](std::string_view key) { return !isNamed(key) || hasComponent(key); });
   return isWhole || drop(*name);
 }
 
@@ -129,32 +127,30 @@ bool LMRInAppMessage::readCloseButton() {
   return true;
 }
 
-void LMRInAppMessage::buildComponent(std::string_view key) {
+template <auto component>
+bool LMRInAppMessage::build(LMRInAppMessage& message, const Dictionary* data) {
+  auto& built = message.*component;
+  built = std::remove_reference_t<decltype(*built)>::initWithData(data, message.campaign_id_);
+  return built != nullptr;
+}
+
+/// Builds the component that a layout names; false when it lacks it.
+bool LMRInAppMessage::buildComponent(std::string_view key) {
+  struct Component {
+    std::string_view key;
+    bool (*build)(LMRInAppMessage& message, const Dictionary* data);
+  };
+  static constexpr Component components[] = {{"background", build<&LMRInAppMessage::background_>},
+                                             {"image", build<&LMRInAppMessage::image_>},
+                                             {"primary_text", build<&LMRInAppMessage::primaryText_>},
+                                             {"secondary_text", build<&LMRInAppMessage::secondaryText_>},
+                                             {"primary_button", build<&LMRInAppMessage::primaryButton_>},
+                                             {"secondary_button", build<&LMRInAppMessage::secondaryButton_>}};
   const Dictionary* data = findMap(layout_, key);
   // A value that is no object is a bad value of its key; an absent one is only missed by the layout.
   if (!data && findValue(layout_, key)) drop(key);
-  if (key == "background") {
-    background_ = LMRIABackground::initWithData(data, campaign_id_);
-  } else if (key == "image") {
-    image_ = LMRIAImage::initWithData(data, campaign_id_);
-  } else if (key == "primary_text") {
-    primaryText_ = LMRIAPrimaryText::initWithData(data, campaign_id_);
-  } else if (key == "secondary_text") {
-    secondaryText_ = LMRIASecondaryText::initWithData(data, campaign_id_);
-  } else if (key == "primary_button") {
-    primaryButton_ = LMRIAPrimaryButton::initWithData(data, campaign_id_);
-  } else if (key == "secondary_button") {
-    secondaryButton_ = LMRIASecondaryButton::initWithData(data, campaign_id_);
-  }
-}
-
-bool LMRInAppMessage::hasComponent(std::string_view key) const {
-  if (key == "background") return background_ != nullptr;
-  if (key == "image") return image_ != nullptr;
-  if (key == "primary_text") return primaryText_ != nullptr;
-  if (key == "secondary_text") return secondaryText_ != nullptr;
-  if (key == "primary_button") return primaryButton_ != nullptr;
-  return secondaryButton_ != nullptr;
+  const auto* const component = std::ranges::find(components, key, &Component::key);
+  return component != std::end(components) && component->build(*this, data);
 }
 
 bool LMRInAppMessage::getResource(const Dictionary& layout) const {

@@ -101,8 +101,9 @@ class LUMORA_EXPORT LMRInAppMessage : public std::enable_shared_from_this<LMRInA
   bool readTimes(const Dictionary& campaign);
   bool readLayout();
   bool readCloseButton();
-  void buildComponent(std::string_view key);
-  bool hasComponent(std::string_view key) const;
+  bool buildComponent(std::string_view key);
+  template <auto component>
+  static bool build(LMRInAppMessage& message, const Dictionary* data);
   void present(const std::shared_ptr<ViewController>& container) const;
 
   std::optional<std::string> campaign_id_;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <concepts>
+#include <type_traits>
+
 #include "lumora/Platform/Alerts.h"
 #include "lumora/Platform/Application.h"
 #include "lumora/Platform/Bundle.h"
@@ -39,6 +42,30 @@ struct Platform {
   SystemLog& log;
   UUIDSource& uuids;
 };
+
+/// A platform that takes some services from its host and all others from another platform:
+///
+///     OwnClock clock(linuxPlatform.clock);
+///     lumora::installPlatform(lumora::platformWith(linuxPlatform, clock));
+///
+/// Each service stands in for the interface that it derives from.
+template <typename... Services>
+Platform platformWith(const Platform& others, Services&... services) {
+  const auto chosen = [&]<typename Interface>(Interface& other) -> Interface& {
+    Interface* service = &other;
+    const auto look = [&service](auto& candidate) {
+      if constexpr (std::derived_from<std::remove_reference_t<decltype(candidate)>, Interface>)
+        service = &candidate;
+    };
+    (look(services), ...);
+    return *service;
+  };
+  return {chosen(others.settings),     chosen(others.keychain), chosen(others.urlLoader),
+          chosen(others.imageDecoder), chosen(others.queues),   chosen(others.application),
+          chosen(others.bundle),       chosen(others.alerts),   chosen(others.notifications),
+          chosen(others.device),       chosen(others.files),    chosen(others.sharedFiles),
+          chosen(others.clock),        chosen(others.log),      chosen(others.uuids)};
+}
 
 /// Installs the platform that the library uses from now on. To be called once, on the main thread, before
 /// the first use of any shared instance; a later call is a programming error: it asserts, and changes

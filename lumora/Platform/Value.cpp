@@ -326,4 +326,14 @@ const Value* findValue(const Dictionary& map, std::string_view key) noexcept {
   return entry == map.end() || entry->second.isNull() ? nullptr : &entry->second;
 }
 
+const std::string* findText(const Dictionary& map, std::string_view key) noexcept {
+  const Value* value = findValue(map, key);
+  return value ? value->asString() : nullptr;
+}
+
+const Dictionary* findMap(const Dictionary& map, std::string_view key) noexcept {
+  const Value* value = findValue(map, key);
+  return value ? value->asDictionary() : nullptr;
+}
+
 }  // namespace lumora

@@ -177,5 +177,8 @@ class LUMORA_EXPORT Value {
 
 /// The entry's value, or a null pointer when the key is absent or holds the null marker.
 LUMORA_EXPORT const Value* findValue(const Dictionary& map, std::string_view key) noexcept;
+/// The text, or the map, under a key; a null pointer when there is none.
+LUMORA_EXPORT const std::string* findText(const Dictionary& map, std::string_view key) noexcept;
+LUMORA_EXPORT const Dictionary* findMap(const Dictionary& map, std::string_view key) noexcept;
 
 }  // namespace lumora

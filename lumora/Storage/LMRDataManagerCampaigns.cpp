@@ -11,13 +11,6 @@
 namespace lumora {
 namespace {
 
-std::optional<std::string> firstText(const std::vector<OstrelSQLiteManager::Row>& rows,
-                                     std::string_view column) {
-  const Value* value = rows.empty() ? nullptr : findValue(rows.front(), column);
-  if (!value) return std::nullopt;
-  return value->description();
-}
-
 /// Nothing when the row's text is no JSON object.
 std::optional<CampaignRow> campaignOf(const OstrelSQLiteManager::Row& row) {
   const auto text = [&row](const char* column) {

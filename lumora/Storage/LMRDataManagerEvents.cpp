@@ -12,12 +12,6 @@
 namespace lumora {
 namespace {
 
-/// The text of a column in the first row; empty when there is no such row.
-std::string firstText(const std::vector<OstrelSQLiteManager::Row>& rows, std::string_view column) {
-  const Value* value = rows.empty() ? nullptr : findValue(rows.front(), column);
-  return value ? value->description() : std::string();
-}
-
 std::string joinedIds(const List& ids) {
   std::string joined;
   for (const Value& id : ids) {
@@ -143,7 +137,7 @@ void LMRDataManager::checkEventsThreshold() {
 
 void LMRDataManager::dropUnlessCrucial(OstrelSQLiteManager& sql, const std::string& id) {
   const auto row = sql.getRowsForQuery("select event from ostrel_events where _id = " + id);
-  if (!canDeleteEvent(firstText(row, "event"))) return;
+  if (!canDeleteEvent(firstText(row, "event").value_or(""))) return;
   sql.doQuery("delete from ostrel_events where _id = " + id);
   Lock lock(databaseLock_);
   storedEvents_.reset();

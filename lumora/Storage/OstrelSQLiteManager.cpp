@@ -298,6 +298,12 @@ std::string OstrelSQLiteManager::getDatabaseDump() {
   return dump;
 }
 
+std::optional<std::string> firstText(const std::vector<OstrelSQLiteManager::Row>& rows,
+                                     std::string_view column) {
+  const Value* value = rows.empty() ? nullptr : findValue(rows.front(), column);
+  return value ? std::optional(value->description()) : std::nullopt;
+}
+
 std::string quotedForSQL(std::string_view text) {
   std::string quoted;
   quoted.reserve(text.size() + 16);

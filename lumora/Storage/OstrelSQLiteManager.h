@@ -126,6 +126,10 @@ class OstrelSQLiteManager {
   DatabaseFault fault_;
 };
 
+/// The text of a column in the first row; nothing when there is no row, or it has nothing there.
+std::optional<std::string> firstText(const std::vector<OstrelSQLiteManager::Row>& rows,
+                                     std::string_view column);
+
 /// The text with every single quote doubled, for the inside of an SQL literal.
 std::string quotedForSQL(std::string_view text);
 

@@ -40,9 +40,7 @@ TEST(ConcurrencyTest, everyActionIsSentOrStoredExactlyOnce) {
   testing::FakePlatform host;
   LinuxMainQueue mainQueue;
   LinuxTaskQueues queues(mainQueue);
-  installPlatform({host.settings, host.keychain, host.urlLoader, host.imageDecoder, queues, host.application,
-                   host.bundle, host.alerts, host.notifications, host.device, host.files, host.sharedFiles,
-                   host.clock, host.log, host.uuids});
+  installPlatform(platformWith(host.platform(), queues));
   host.urlLoader.setHandler([&](const URLRequest& request) -> URLResponse {
     Lock lock(mutex);
     if (request.method == "POST") {

@@ -136,9 +136,7 @@ struct AskedDevice : testing::FakeDevice {
 TEST(DeepLinkTokenTest, laterLinkKeepsItsToken) {
   testing::FakePlatform host;
   AskedDevice device;
-  installPlatform({host.settings, host.keychain, host.urlLoader, host.imageDecoder, host.queues,
-                   host.application, host.bundle, host.alerts, host.notifications, device, host.files,
-                   host.sharedFiles, host.clock, host.log, host.uuids});
+  installPlatform(platformWith(host.platform(), device));
   host.settings.setObject("lmro.AppSecret", "secret");
   const auto open = [](const char* token) {
     EXPECT_TRUE(Lumora::sharedInstance().applicationOpenURL(*URL::parse(secretGiven + "&token=" + token)));

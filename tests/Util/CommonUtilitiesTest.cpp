@@ -71,9 +71,7 @@ struct ChangingClock : ForwardingClock {
 TEST(LocalDayTest, aDayBeginsWithItsFirstMoment) {
   testing::FakePlatform fakes;
   ChangingClock clock(fakes.clock);
-  installPlatform({fakes.settings, fakes.keychain, fakes.urlLoader, fakes.imageDecoder, fakes.queues,
-                   fakes.application, fakes.bundle, fakes.alerts, fakes.notifications, fakes.device,
-                   fakes.files, fakes.sharedFiles, clock, fakes.log, fakes.uuids});
+  installPlatform(platformWith(fakes.platform(), clock));
   const auto day = [](const char* text) { return LMRUtil::sharedInstance().getUTCDateTime(text); };
   // clang-format off
   const std::pair<std::tuple<double, int, int>, std::map<const char*, double>> zones[] = {
