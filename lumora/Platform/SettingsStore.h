@@ -7,7 +7,7 @@
 namespace lumora {
 
 /// The host application's persistent key-value store. The library shares it with the host.
-/// A store that cannot be used reads null and ignores writes.
+/// A store that cannot be used keeps its values in memory, for this run.
 ///
 /// Thread safety: every operation may be called from any thread.
 class LUMORA_EXPORT SettingsStore {

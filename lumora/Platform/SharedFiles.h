@@ -33,8 +33,8 @@ class LUMORA_EXPORT SharedFiles {
   /// rights change. Never opens a file that is there: closing it would drop the locks that the process holds
   /// on it.
   virtual std::optional<std::string> makePrivateFile(const std::string& path) = 0;
-  /// Renames a file, within its folder. Never replaces another one: a path that is taken is a failure, and so
-  /// is a file that is missing.
+  /// Renames a file or a folder, within its folder. Never replaces another one: a path that is taken is a
+  /// failure, and so is a file that is missing.
   virtual std::optional<std::string> moveAside(const std::string& path, const std::string& newPath) = 0;
   /// Tries to take the lock that the file at the path stands for; the file, and its folder, are made when
   /// missing, and stay. The lock keeps out other processes and every other caller in this process, the same

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "lumora/Platform/Export.h"
 
@@ -32,6 +34,9 @@ class LUMORA_EXPORT TaskQueues {
   virtual std::unique_ptr<TaskQueue> makeSerialQueue(std::string label) = 0;
   virtual TaskQueue& mainQueue() = 0;
   virtual bool isMainThread() = 0;
+  /// Names who is to tell, when the process ends before every task has run, how many have not. It is called
+  /// while other threads may still run and hold their locks. Queues that do not know of the end ignore it.
+  virtual void reportUnfinished(std::function<void(std::size_t tasks)> /*report*/) {}
 };
 
 /// Passes everything to other queues; a base for a host that replaces the main queue only.
@@ -43,6 +48,9 @@ class LUMORA_EXPORT ForwardingTaskQueues : public TaskQueues {
   }
   TaskQueue& mainQueue() override { return next_.mainQueue(); }
   bool isMainThread() override { return next_.isMainThread(); }
+  void reportUnfinished(std::function<void(std::size_t tasks)> report) override {
+    next_.reportUnfinished(std::move(report));
+  }
 
  private:
   TaskQueues& next_;

@@ -30,6 +30,13 @@ std::set<std::string> columnsOf(OstrelSQLiteManager& sql, const std::string& tab
   return columns;
 }
 
+/// Tables share their names with views and indexes; case does not matter.
+bool isNameTaken(OstrelSQLiteManager& sql, const std::string& table) {
+  return !sql.getRowsForQuery("SELECT 1 FROM sqlite_master WHERE type IN ('view','index') AND name='" +
+                              table + "' COLLATE NOCASE")
+              .empty();
+}
+
 }  // namespace
 
 std::span<const DatabaseTable> databaseTables() {
@@ -39,6 +46,7 @@ std::span<const DatabaseTable> databaseTables() {
 DatabaseSchema schemaOf(OstrelSQLiteManager& sql) {
   DatabaseSchema schema = DatabaseSchema::whole;
   for (const DatabaseTable& table : tables) {
+    if (isNameTaken(sql, table.name)) return DatabaseSchema::lacksNames;
     const auto present = columnsOf(sql, table.name);
     const auto isPresent = [&](const char* column) { return present.contains(column); };
     if (present.empty())
@@ -47,6 +55,17 @@ DatabaseSchema schemaOf(OstrelSQLiteManager& sql) {
       return DatabaseSchema::lacksColumns;
   }
   return schema;
+}
+
+const char* foreignness(DatabaseSchema schema) {
+  switch (schema) {
+    case DatabaseSchema::lacksColumns:
+      return "a column is missing";
+    case DatabaseSchema::lacksNames:
+      return "a table's name is another object's";
+    default:
+      return nullptr;
+  }
 }
 
 }  // namespace lumora

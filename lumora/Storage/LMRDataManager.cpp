@@ -5,6 +5,7 @@
 
 #include "lumora/Platform/FileLock.h"
 #include "lumora/Storage/DatabaseTables.h"
+#include "lumora/Util/FlagMark.h"
 #include "lumora/Util/Log.h"
 
 namespace lumora {
@@ -61,7 +62,23 @@ LMRDataManager& LMRDataManager::sharedInstance() {
   return *instance;
 }
 
-LMRDataManager::LMRDataManager() : sql_("ostrelab.sqlite") {}
+LMRDataManager::LMRDataManager() : sql_("ostrelab.sqlite") {
+  reportLossesAtEnd();
+}
+
+/// Has a line tell what the end of the process leaves undone: each call of the host is a task.
+void LMRDataManager::reportLossesAtEnd() {
+  Lock lock(databaseLock_);
+  platform().queues.reportUnfinished([this, path = sql_.getDatabasePath()](std::size_t tasks) {
+    // Without a lock, which may not come free any more.
+    if (isWaitingForProcess_) {
+      logLine("LumoraSDK-Another process holds the database {} and this one ends, changes lost: {}", path,
+              tasks);
+    } else {
+      logLine("LumoraSDK-The process ends before its last calls were carried out, changes lost: {}", tasks);
+    }
+  });
+}
 
 std::string LMRDataManager::lockFilePath() {
   Lock lock(databaseLock_);
@@ -126,6 +143,7 @@ bool LMRDataManager::tryUntilFree(const std::function<bool()>& attempt) {
   if (postponement.depth > 0) return false;
   if (isStoringLater_ && platform().queues.isMainThread()) return false;
   const auto limit = longestWait(longestWaitForProcess);
+  const FlagMark waiting(isWaitingForProcess_);
   for (std::chrono::milliseconds waited(0); waited < limit; waited += pause) {
     platform().clock.sleepFor(pause);
     if (attempt()) return true;
@@ -210,7 +228,8 @@ DatabaseFault LMRDataManager::attempt(Access access, const Operation& operation)
     return {};
   }
   DatabaseFault fault = runTransaction(access, operation);
-  if (fault.kind == DatabaseFault::Kind::corrupt) {
+  if (fault.kind == DatabaseFault::Kind::corrupt ||
+      (fault.kind == DatabaseFault::Kind::unusable && isFolderInItsPlace())) {
     fault = replaceCorruptFile(fault.reason);
     if (!fault) fault = runTransaction(access, operation);
   }

@@ -30,16 +30,19 @@ namespace lumora {
 /// Every operation runs on the caller's thread, in one transaction, and holds `databaseLock`, which its
 /// holder may take again. Only the changes of a `Burst` gather in memory for some milliseconds, to share a
 /// transaction: the whole costs the disk little more than one of them. Nothing is reported to callers: a
-/// failed insert loses the event, a failed read gives nothing, a failed delete leaves the rows to be sent
-/// again. The log tells, once, that the file cannot be used and why.
+/// failed insert loses the event, a failed read gives nothing, sent rows that cannot be deleted are deleted
+/// by the next upload, and left out of it as long as they cannot. The log tells, once, that the file cannot
+/// be used and why.
 ///
 /// The file is its owner's alone, and so is its folder, which is made when it is missing. A corrupt or
-/// foreign file is moved aside, and what can still be read of it is carried over into a new one.
+/// foreign file, or a folder in its place, is moved aside, and what can still be read of it is carried over
+/// into a new one.
 ///
 /// While another process holds the file, an operation waits without any lock: 10 s in all, 0.2 s on the main
 /// thread. Changes keep their order: each waits in memory until those before it are stored, and every
 /// operation stores first what waits. What the main thread could not store waits on for the queue that
-/// `storeLaterOn` named; what another thread could not store is lost, with a line.
+/// `storeLaterOn` named; what another thread could not store is lost, with a line, and so
+/// is what is not stored when the process ends.
 class LMRDataManager {
  public:
   /// Lets its thread wait for no other process while it lives: for a caller who holds a lock that others
@@ -168,6 +171,9 @@ class LMRDataManager {
     Outcome whenOver;
   };
   using Access = OstrelSQLiteManager::Access;
+  /// Events' texts by their row ids. SQLite gives the ids of deleted rows out again, so an id alone names no
+  /// event.
+  using EventRows = std::map<std::int64_t, std::string>;
   /// What could be read of a corrupt file: of each table the rows by their ids.
   using SavedRows = std::vector<std::map<std::int64_t, OstrelSQLiteManager::Row>>;
 
@@ -181,19 +187,26 @@ class LMRDataManager {
   bool storeUpTo(std::uint64_t number);
   DatabaseFault storeTogether(std::uint64_t number) LUMORA_REQUIRES(databaseLock_);
   void giveUp(std::uint64_t number);
+  void reportLossesAtEnd();
   void drop(std::uint64_t number);
 
   DatabaseFault attempt(Access access, const Operation& operation) LUMORA_REQUIRES(databaseLock_);
   DatabaseFault runTransaction(Access access, const Operation& operation) LUMORA_REQUIRES(databaseLock_);
   void report(const DatabaseFault& fault) LUMORA_REQUIRES(databaseLock_);
   DatabaseFault provideFile() LUMORA_REQUIRES(databaseLock_);
+  bool isFolderInItsPlace() LUMORA_REQUIRES(databaseLock_);
   DatabaseFault provideTables() LUMORA_REQUIRES(databaseLock_);
   int carryOver(const SavedRows& saved) LUMORA_REQUIRES(databaseLock_);
   DatabaseFault replaceCorruptFile(const std::string& reason) LUMORA_REQUIRES(databaseLock_);
   std::optional<std::string> moveFilesTo(const std::string& aside) LUMORA_REQUIRES(databaseLock_);
 
-  std::vector<OstrelSQLiteManager::Row> beginUpload();
+  EventRows beginUpload();
   void endUpload();
+  EventRows readUnsent(OstrelSQLiteManager& sql);
+  EventRows rowsOfUpload(const List& ids);
+  void deleteSentFirst();
+  void keepSent(const EventRows& rows, const DatabaseFault& fault);
+  std::int64_t sentEvents() const LUMORA_REQUIRES(databaseLock_);
   void dropUnlessCrucial(OstrelSQLiteManager& sql, const std::string& id);
   void clearFirstCampaignOf(const char* query);
 
@@ -213,9 +226,16 @@ class LMRDataManager {
   std::atomic<TaskQueue*> laterQueue_ = nullptr;
   /// Whether the main thread has left changes to the queue: nothing more waits on it until they are stored.
   std::atomic<bool> isStoringLater_ = false;
+  /// Whether a thread waits at this moment for another process.
+  std::atomic<bool> isWaitingForProcess_ = false;
   int runningUploads_ LUMORA_GUARDED_BY(databaseLock_) = 0;
   /// The rows that were saved while an upload ran; SQLite gives ids of deleted rows out again.
   std::set<std::int64_t> savedDuringUpload_ LUMORA_GUARDED_BY(databaseLock_);
+  /// The rows that the uploads under way have read.
+  EventRows uploading_ LUMORA_GUARDED_BY(databaseLock_);
+  /// The rows that the service has, but that could not be deleted, and what was told of them last.
+  EventRows sent_ LUMORA_GUARDED_BY(databaseLock_);
+  std::string lastLineOnSent_ LUMORA_GUARDED_BY(databaseLock_);
   std::atomic<bool> isQuerying_ = false;
 };
 

@@ -11,6 +11,11 @@
 namespace lumora {
 namespace {
 
+/// The part of a condition that lets a campaign be shown at this moment.
+constexpr const char* isRunning =
+    "paused = 0 AND datetime(startTime/1000,'unixepoch') < datetime('now') AND "
+    "datetime(endTime/1000,'unixepoch') > datetime('now')";
+
 /// Nothing when the row's text is no JSON object.
 std::optional<CampaignRow> campaignOf(const OstrelSQLiteManager::Row& row) {
   const auto text = [&row](const char* column) {
@@ -87,10 +92,8 @@ std::optional<CampaignRow> LMRDataManager::getCampaign(const std::string& event)
   std::vector<OstrelSQLiteManager::Row> rows;
   transact(Access::reads, [&](OstrelSQLiteManager& sql) {
     rows = sql.getRowsForQuery(fmt::format(
-        "select * from lmro_inapp where event = '{}' AND enable = 1 AND paused = 0 AND "
-        "datetime(startTime/1000,'unixepoch') < datetime('now') AND datetime(endTime/1000,'unixepoch') > "
-        "datetime('now')  ORDER BY _id DESC LIMIT 1",
-        quotedForSQL(event)));
+        "select * from lmro_inapp where event = '{}' AND enable = 1 AND {} ORDER BY _id DESC LIMIT 1",
+        quotedForSQL(event), isRunning));
   });
   return rows.empty() ? std::nullopt : campaignOf(rows.front());
 }
@@ -99,10 +102,9 @@ std::vector<CampaignRow> LMRDataManager::getCampaigns(Enabled enabled) {
   std::vector<OstrelSQLiteManager::Row> rows;
   transact(Access::reads, [&](OstrelSQLiteManager& sql) {
     rows = sql.getRowsForQuery(fmt::format(
-        "select * from lmro_inapp where _id in (select MAX(_id) from lmro_inapp where (enable = 1{}) AND "
-        "paused = 0 AND datetime(startTime/1000,'unixepoch') < datetime('now') AND "
-        "datetime(endTime/1000,'unixepoch') > datetime('now') group by event)",
-        enabled == Enabled::inNextSession ? " OR inapp_frequency in (2, 4)" : ""));
+        "select * from lmro_inapp where _id in (select MAX(_id) from lmro_inapp where (enable = 1{}) AND {} "
+        "group by event)",
+        enabled == Enabled::inNextSession ? " OR inapp_frequency in (2, 4)" : "", isRunning));
   });
   std::vector<CampaignRow> campaigns;
   for (const auto& row : rows) {

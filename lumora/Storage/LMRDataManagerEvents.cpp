@@ -38,6 +38,7 @@ void LMRDataManager::saveEventInDB(const Dictionary& event) {
     if (sql.changedRows() == before) return;  // What was not stored must not push another event out.
     Lock lock(databaseLock_);
     if (storedEvents_) ++*storedEvents_;
+    sent_.erase(sql.getLastInsertRowID());
     if (runningUploads_ > 0) {
       savedDuringUpload_.insert(sql.getLastInsertRowID());
     } else {
@@ -48,39 +49,54 @@ void LMRDataManager::saveEventInDB(const Dictionary& event) {
 }
 
 void LMRDataManager::getEventsDataWith(const EventsCallback& callback) {
-  const auto rows = beginUpload();
+  const EventRows rows = beginUpload();
   struct Upload {
     LMRDataManager& store;
     ~Upload() { store.endUpload(); }
   } const upload{*this};
   std::string events;
   List ids;
-  for (const auto& row : rows) {
-    const Value* text = findValue(row, "event");
-    const Value* id = findValue(row, "_id");
-    if (!text || !id) continue;
+  for (const auto& [id, text] : rows) {
     if (!ids.empty()) events += '\n';
-    events += text->description();
-    ids.push_back(*id);
+    events += text;
+    ids.emplace_back(static_cast<long long>(id));
   }
   callback(events, ids);  // Without the lock: an upload takes as long as the network wants.
 }
 
-/// Reads the rows. Whatever is saved from that moment on is saved during the upload.
-std::vector<OstrelSQLiteManager::Row> LMRDataManager::beginUpload() {
-  std::vector<OstrelSQLiteManager::Row> rows;
+/// Reads the rows that are to be sent. Whatever is saved from that moment on is saved during the upload.
+LMRDataManager::EventRows LMRDataManager::beginUpload() {
+  EventRows rows;
   bool hasBegun = false;
   const auto begin = [this, &hasBegun] {
     Lock lock(databaseLock_);
     if (!std::exchange(hasBegun, true)) ++runningUploads_;
     if (runningUploads_ == 1) savedDuringUpload_.clear();
   };
+  deleteSentFirst();
   const bool isRead = transact(Access::reads, [&](OstrelSQLiteManager& sql) {
-    rows = sql.getRowsForQuery("SELECT * from ostrel_events");
+    rows = readUnsent(sql);
     begin();  // Under the lock still.
   });
   if (!isRead) rows.clear();
   if (!hasBegun) begin();
+  return rows;
+}
+
+/// Every row, save those that the service has already.
+LMRDataManager::EventRows LMRDataManager::readUnsent(OstrelSQLiteManager& sql) {
+  Lock lock(databaseLock_);
+  EventRows rows;
+  for (const auto& row : sql.getRowsForQuery("SELECT * from ostrel_events")) {
+    const Value* text = findValue(row, "event");
+    const Value* id = findValue(row, "_id");
+    if (text && id) rows.emplace(id->integerValue(), text->description());
+  }
+  for (const auto& [id, text] : sent_) {
+    const auto row = rows.find(id);
+    if (row != rows.end() && row->second == text) rows.erase(row);
+  }
+  for (const auto& [id, text] : rows) uploading_.insert_or_assign(id, text);
   return rows;
 }
 
@@ -89,7 +105,9 @@ std::vector<OstrelSQLiteManager::Row> LMRDataManager::beginUpload() {
 void LMRDataManager::endUpload() {
   {
     Lock lock(databaseLock_);
-    if (--runningUploads_ > 0 || savedDuringUpload_.empty()) return;
+    if (--runningUploads_ > 0) return;
+    uploading_.clear();
+    if (savedDuringUpload_.empty()) return;
   }
   change([this](OstrelSQLiteManager& sql) {
     Lock lock(databaseLock_);
@@ -98,22 +116,69 @@ void LMRDataManager::endUpload() {
     if (countEvents(sql, "") < MAX_CHECKPOINTS_COUNT) return;
     for (const std::int64_t id : saved) {
       const std::string row = std::to_string(id);
-      if (countEvents(sql, " WHERE _id <= " + row) >= MAX_CHECKPOINTS_COUNT) dropUnlessCrucial(sql, row);
+      if (countEvents(sql, " WHERE _id <= " + row) - sentEvents() >= MAX_CHECKPOINTS_COUNT)
+        dropUnlessCrucial(sql, row);
     }
   });
 }
 
 void LMRDataManager::cleanUpEventsWith(const List& ids) {
-  change([this, ids](OstrelSQLiteManager& sql) {
-    // An id that was saved under since the rows were read names another event by now: all rows were deleted
-    // in between, and the count began anew.
-    Lock lock(databaseLock_);
-    const std::set<std::int64_t> saved = savedDuringUpload_;
-    List sent = ids;
-    std::erase_if(sent, [&saved](const Value& id) { return saved.contains(id.integerValue()); });
-    sql.doQuery("DELETE FROM ostrel_events WHERE _id IN (" + joinedIds(sent) + ");");
-    storedEvents_.reset();
-  });
+  change(
+      [this, ids](OstrelSQLiteManager& sql) {
+        // An id that was saved under since the rows were read names another event by now: all rows were
+        // deleted in between, and the count began anew.
+        Lock lock(databaseLock_);
+        const std::set<std::int64_t> saved = savedDuringUpload_;
+        List sent = ids;
+        std::erase_if(sent, [&saved](const Value& id) { return saved.contains(id.integerValue()); });
+        sql.doQuery("DELETE FROM ostrel_events WHERE _id IN (" + joinedIds(sent) + ");");
+      },
+      [this, rows = rowsOfUpload(ids)](const DatabaseFault& fault) {
+        if (fault) keepSent(rows, fault);
+      });
+}
+
+LMRDataManager::EventRows LMRDataManager::rowsOfUpload(const List& ids) {
+  Lock lock(databaseLock_);
+  EventRows rows;
+  for (const Value& id : ids) {
+    const auto row = uploading_.find(id.integerValue());
+    if (row != uploading_.end()) rows.insert(*row);
+  }
+  return rows;
+}
+
+/// Remembers rows that the service has, but that could not be deleted; tells how many there are, and why,
+/// when that has changed.
+void LMRDataManager::keepSent(const EventRows& rows, const DatabaseFault& fault) {
+  Lock lock(databaseLock_);
+  for (const auto& [id, text] : rows) {
+    if (!savedDuringUpload_.contains(id)) sent_.insert_or_assign(id, text);
+  }
+  if (sent_.empty()) return;
+  const std::string line =
+      fmt::format("LumoraSDK-Sent events that cannot be deleted: {} ({})", sent_.size(), fault.reason);
+  if (std::exchange(lastLineOnSent_, line) != line) logLine("{}", line);
+}
+
+/// Has the sent rows deleted, those that still are what was sent, ahead of the next operation.
+void LMRDataManager::deleteSentFirst() {
+  Lock lock(databaseLock_);
+  if (sent_.empty()) return;
+  const auto deleteRows = [this](OstrelSQLiteManager& sql) {
+    Lock inside(databaseLock_);
+    std::string rows;
+    for (const auto& [id, text] : sent_)
+      rows += fmt::format("{}({},'{}')", rows.empty() ? "" : ",", id, quotedForSQL(text));
+    if (!rows.empty()) sql.doQuery("DELETE FROM ostrel_events WHERE (_id, event) IN (VALUES " + rows + ");");
+  };
+  const auto whenOver = [this](const DatabaseFault& fault) {
+    Lock inside(databaseLock_);
+    if (fault) return keepSent({}, fault);
+    sent_.clear();
+    lastLineOnSent_.clear();
+  };
+  waiting_.push_back({++newestChange_, deleteRows, whenOver});
 }
 
 void LMRDataManager::cleanUpAppEvents() {
@@ -130,9 +195,14 @@ void LMRDataManager::checkEventsThreshold() {
     const FlagMark querying(isQuerying_);
     Lock lock(databaseLock_);
     if (!storedEvents_) storedEvents_ = countEvents(sql, "");
-    if (*storedEvents_ >= MAX_CHECKPOINTS_COUNT)
+    if (*storedEvents_ - sentEvents() >= MAX_CHECKPOINTS_COUNT)
       dropUnlessCrucial(sql, "(select MAX(_id) from ostrel_events)");
   });
+}
+
+/// How many of the stored events wait no more.
+std::int64_t LMRDataManager::sentEvents() const {
+  return static_cast<std::int64_t>(sent_.size());
 }
 
 void LMRDataManager::dropUnlessCrucial(OstrelSQLiteManager& sql, const std::string& id) {

@@ -113,6 +113,10 @@ DatabaseFault LMRDataManager::provideFile() {
   return {};
 }
 
+bool LMRDataManager::isFolderInItsPlace() {
+  return platform().files.list(sql_.getDatabasePath()).has_value();
+}
+
 /// Looks only when something may have changed: at the start, and when the file has gone.
 DatabaseFault LMRDataManager::provideTables() {
   if (tablesAreThere_ && platform().files.fileExists(sql_.getDatabasePath())) return {};
@@ -124,7 +128,7 @@ DatabaseFault LMRDataManager::provideTables() {
     if (!look.fault()) found = schemaOf(sql_);
     if (DatabaseFault fault = look.commit()) return fault;
   }
-  if (found == DatabaseSchema::lacksColumns) return {Kind::corrupt, "a column is missing"};
+  if (const char* reason = foreignness(found)) return {Kind::corrupt, reason};
   if (found == DatabaseSchema::lacksTables) {
     OstrelSQLiteManager::Transaction making(sql_, Access::writes);
     if (making.fault()) return making.fault();
@@ -148,9 +152,9 @@ DatabaseFault LMRDataManager::replaceCorruptFile(const std::string& reason) {
   {
     // Held until the file has gone: nobody else writes into it.
     OstrelSQLiteManager::Transaction look(sql_, Access::writes);
-    if (look.fault() && look.fault().kind != Kind::corrupt) return look.fault();
+    if (look.fault() && look.fault().kind != Kind::corrupt && !isFolderInItsPlace()) return look.fault();
     if (!look.fault()) {
-      if (schemaOf(sql_) != DatabaseSchema::lacksColumns && isSound(sql_)) return {};
+      if (!foreignness(schemaOf(sql_)) && isSound(sql_)) return {};
       for (const DatabaseTable& table : databaseTables()) saved.push_back(readableRows(sql_, table));
     }
     if (const auto failure = moveFilesTo(aside))

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 namespace lumora::testing {
@@ -65,7 +65,9 @@ std::optional<std::string> FakeFileSystem::read(const std::string& path) {
   if (fs::file_size(path, error) > kMaximumFileSize) return std::nullopt;
   std::ifstream file(path, std::ios::binary);
   if (!file) return std::nullopt;
-  return std::string(std::istreambuf_iterator<char>(file), {});
+  std::ostringstream bytes;
+  bytes << file.rdbuf();
+  return bytes.str();
 }
 
 bool FakeFileSystem::writeAtomically(const std::string& path, std::string_view bytes) {

@@ -4,6 +4,8 @@
 
 #include "lumora/Util/EventKeys.h"
 #include "tests/Facade/LumoraFixture.h"
+#include "tests/Storage/SQLiteConnection.h"
+#include "tests/Support/FileSizeLimit.h"
 #include "tests/Support/TestFiles.h"
 
 namespace lumora::tests {
@@ -129,6 +131,31 @@ TEST_F(UploadTest, aCorruptDatabaseIsReplacedByTheUploadThatFindsIt) {
   EXPECT_EQ(host.clock.now(), dateFromSeconds(startSecond));  // Without waiting for its own lock.
   report("a");
   EXPECT_EQ(storedEvents(), Texts{actionEvent("a")});
+}
+
+TEST_F(UploadTest, whatWasSentButCannotBeDeletedIsNotSentAgain) {
+  initialise();
+  for (const char* name : {"a", "b"}) report(name);
+  std::optional<testing::FileSizeLimit> fullDisk;
+  host.urlLoader.setHandler([&](const URLRequest&) {
+    fullDisk.emplace(0);
+    return URLResponse{200, {}, accepted, std::nullopt};
+  });
+  for (int round = 0; round < 3; ++round) logger().reportEvents(true);
+  EXPECT_EQ(requests(), Texts{uploadRequest});
+  EXPECT_EQ(logWith("Sent events"),
+            Texts{"LumoraSDK-Sent events that cannot be deleted: 2 (disk I/O error: File too large)"});
+  fullDisk.reset();
+  // Both ids are given out again: one by another process, the other for the same text.
+  const std::string other = actionEvent("of another process");
+  SQLiteConnection(host.files.documentsDirectory() + "/ostrelab.sqlite")
+      .run("UPDATE ostrel_events SET event = '" + other +
+           "' WHERE _id = 1; DELETE FROM ostrel_events WHERE _id = 2");
+  report("b");
+  logger().reportEvents(true);
+  EXPECT_EQ(host.urlLoader.requests().back().body, other + "\n" + actionEvent("b"));
+  fullDisk.reset();
+  EXPECT_EQ(storedEvents(), Texts());
 }
 
 TEST_F(UploadTest, anExceptionOnTheWayLeavesNoFlagSet) {

@@ -135,17 +135,6 @@ TEST_F(LinuxSettingsStoreTest, WhatIsNotFlushedIsWrittenSoonAfterAndAtTheEnd) {
   EXPECT_EQ(stored("key"), Value(3)) << "a forked child's end is not the end";
 }
 
-TEST_F(LinuxSettingsStoreTest, WhatCanBeReadCanBeWritten) {
-  for (const std::size_t depth : {254U, 255U, 256U, 300U, 509U, 510U}) {
-    const std::string lists = std::string(depth, '[') + std::string(depth, ']');
-    writeFile(file, R"({"version": 1, "values": {"a": )" + lists + "}}");
-    LinuxSettingsStore store(file);
-    store.setObject("b", store.object("a"));
-    EXPECT_TRUE(store.synchronize()) << depth;
-    EXPECT_EQ(stored("b").isNull() ? "" : writeJSON(stored("b")), lists);
-  }
-}
-
 TEST_F(LinuxSettingsStoreTest, AFlushCarriesOnlyItsOwnChangesIntoTheSharedFile) {
   LinuxSettingsStore first(file);
   for (const char* key : {"both", "removed", "kept"}) first.setObject(key, "first");

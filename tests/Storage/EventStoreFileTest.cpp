@@ -66,7 +66,6 @@ TEST_F(EventStoreFileTest, aFileThatCannotBeUsedIsToldOncePerChange) {
       {"no folder can be made", [&] { hide(), host.sharedFiles.setFails(true); },
        [&] { host.sharedFiles.setFails(false), show(); }},
       {"the folder is a file", [&] { hide(), testing::writeFile(folder(), ""); }, show},
-      {"the file is a folder", [&] { hide(), fs::create_directories(path()); }, show},
       {"the disk is full", [&] { fullDisk.emplace(0); }, [&] { fullDisk.reset(); }},
   };
   save("kept");
@@ -96,6 +95,11 @@ TEST_F(EventStoreFileTest, aCorruptFileIsMovedAsideAndWhatCanBeReadCarriedOver) 
       {"no database", [&] { testing::writeFile(path(), garbage); }, 0, "0"},
       {"no event column", run("ALTER TABLE ostrel_events RENAME COLUMN event TO other"), 0, "1"},
       {"a campaign column missing", run("ALTER TABLE lmro_inapp DROP COLUMN paused"), 9, "0"},
+      {"a view", run("ALTER TABLE ostrel_events RENAME TO t; CREATE VIEW ostrel_events AS SELECT * FROM t"),
+       0, "1"},
+      {"an index", run("ALTER TABLE ostrel_events RENAME TO t; CREATE INDEX Ostrel_events ON t(event)"), 0,
+       "1"},
+      {"a folder", [&] { fs::remove(path()), fs::create_directory(path()); }, 0, "0"},
       {"a page damaged", damagePage, 8, "1"},
   };
   std::string aside = path() + ".corrupt-20170601T120000Z";
@@ -105,7 +109,8 @@ TEST_F(EventStoreFileTest, aCorruptFileIsMovedAsideAndWhatCanBeReadCarriedOver) 
     for (int i = 0; i < 9; ++i) save(std::string(4000, 'x'));  // A page each.
     run("INSERT INTO lmro_inapp VALUES (7, '{}', 'c', 'open', '0', '1', 1, 0, 5)")();
     damage();
-    const auto size = fs::file_size(path());
+    std::error_code isFolder;
+    const auto size = fs::file_size(path(), isFolder);
     testing::writeFile(path() + "-shm", "beside it");
     host.log.clear();
     store().updateResource(LMRResource::initWithCampaignId("c", 1, 1));
@@ -114,7 +119,7 @@ TEST_F(EventStoreFileTest, aCorruptFileIsMovedAsideAndWhatCanBeReadCarriedOver) 
     EXPECT_EQ(queue().ids.back(), events == 0 ? 1 : 10) << "ids stay";
     EXPECT_EQ(SQLiteConnection(path()).texts("SELECT count(*) FROM lmro_inapp"), Lines{campaigns});
     EXPECT_EQ(linesOnTheFile(), 1U);
-    EXPECT_EQ(fs::exists(aside) ? fs::file_size(aside) : 0, size);
+    EXPECT_TRUE(fs::exists(aside) && fs::file_size(aside, isFolder) == size);
     EXPECT_EQ(testing::readFile(aside + "-shm"), "beside it");
     EXPECT_FALSE(fs::exists(path() + "-shm"));
     aside += '+';  // The clock stands still.

@@ -90,7 +90,7 @@ TEST_F(SettingsTest, anArchiveHoldsAnyBytesAndADamagedOneIsNone) {
     LMRUtil::setDataObject(&note, "archive");
     ASSERT_EQ(LMRUtil::getDataObjectForKey("archive"), fields);
     const Data whole = *host.settings.object("archive").asData();
-    for (std::size_t place = 0; place < whole.size(); ++place) {
+    for (std::size_t place = 0; place < whole.size(); place += 5) {
       damaged.emplace_back(Data(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(place)));
       Data altered = whole;
       altered[place] = 0xFF;

@@ -153,6 +153,17 @@ TEST_F(HostContractTest, TrackingCommandsStoreTheirRecordsInOrder) {
   EXPECT_EQ(events[4].at("user").dump(), R"({"city":"Oslo","own":"x"})");
 }
 
+TEST_F(HostContractTest, TellsWhatAnotherProcessKeptItFromStoringAtItsEnd) {
+  HostProcess host = start();
+  host.runAll("network offline\ninit account secret\ndrain");
+  lumora::tests::SQLiteConnection other(folder_ / "data/Documents/ostrelab.sqlite");
+  other.run("BEGIN EXCLUSIVE");
+  host.runAll("action a nil\naction b nil\naction c nil");
+  host.quit();
+  EXPECT_TRUE(host.process().errorText().ends_with(" and this one ends, changes lost: 3\n"))
+      << host.process().errorText();
+}
+
 /// The README's example, with nothing but its defaults.
 TEST(QuickstartTest, StoresItsEventsInAFreshHome) {
   const lumora::testing::TemporaryFolder home;

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace lumora {
@@ -80,6 +81,10 @@ void syncFolder(const std::string& folder) {
 
 }  // namespace
 
+std::string reasonOf(int error) {
+  return std::generic_category().message(error);
+}
+
 std::string parentFolder(const std::string& path) {
   const auto slash = path.rfind('/');
   if (slash == std::string::npos) return ".";
@@ -99,7 +104,10 @@ std::string followLinks(std::string path) {
 
 bool makeFolders(const std::string& folder) {
   struct stat status {};
-  if (::stat(folder.c_str(), &status) == 0) return S_ISDIR(status.st_mode);
+  if (::stat(folder.c_str(), &status) == 0) {
+    if (!S_ISDIR(status.st_mode)) errno = ENOTDIR;
+    return S_ISDIR(status.st_mode);
+  }
   if (errno != ENOENT || folder == "." || folder == "/") return false;
   const std::string parent = parentFolder(folder);
   if (!makeFolders(parent)) return false;

@@ -16,6 +16,9 @@ inline constexpr std::size_t kMaximumFileSize = std::size_t{16} << 20;
 /// back, whole.
 enum class FolderSync { never, whenMade, always };
 
+/// The system's error as a text for people.
+std::string reasonOf(int error);
+
 /// The folder that holds the path's last component.
 std::string parentFolder(const std::string& path);
 
@@ -23,7 +26,7 @@ std::string parentFolder(const std::string& path);
 std::string followLinks(std::string path);
 
 /// Makes a folder and those above it that are missing, for their owner alone (0700). Returns false when one
-/// cannot be made.
+/// cannot be made; `errno` tells why.
 bool makeFolders(const std::string& folder);
 
 /// Everything from the descriptor's position to the end of the file; nothing when reading fails or the file
@@ -33,7 +36,7 @@ std::optional<std::string> readAll(const FileDescriptor& file);
 /// Puts a file with these bytes in the path's place, or changes nothing: a reader sees the old bytes or the
 /// new ones, and so does who comes after a power cut. A symbolic link stays one; its target is replaced. The
 /// file is its owner's alone (0600); missing folders are made, and what killed processes left half written in
-/// the folder is removed. Gives the new file's descriptor, closed on failure.
+/// the folder is removed. Gives the new file's descriptor, closed on failure; `errno` tells why.
 FileDescriptor replaceFile(const std::string& path, std::string_view bytes, FolderSync sync);
 
 }  // namespace lumora

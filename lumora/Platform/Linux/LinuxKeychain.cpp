@@ -21,9 +21,24 @@ auto matching(const KeychainQuery& query) {
   return [&query](const KeychainItem& item) { return matches(query, item); };
 }
 
+bool isSameItem(const KeychainItem& left, const KeychainItem& right) {
+  return left.service == right.service && left.account == right.account &&
+         left.accessGroup == right.accessGroup;
+}
+
+/// Puts an item in the place of the one that it may not stand beside.
+void putItem(std::vector<KeychainItem>& items, const KeychainItem& item) {
+  const auto present =
+      std::ranges::find_if(items, [&item](const KeychainItem& other) { return isSameItem(other, item); });
+  if (present == items.end())
+    items.push_back(item);
+  else
+    *present = item;
+}
+
 }  // namespace
 
-LinuxKeychain::LinuxKeychain(std::string path) : file_(std::move(path)) {}
+LinuxKeychain::LinuxKeychain(std::string path, SystemLog* log) : file_(std::move(path), log) {}
 
 bool LinuxKeychain::refresh(Access access) {
   if (file_.isCurrent()) return true;
@@ -36,6 +51,7 @@ bool LinuxKeychain::refresh(Access access) {
   };
   const StoreFile::State state = access == Access::locked ? file_.loadLocked(parse) : file_.load(parse);
   if (state == StoreFile::State::unreadable) return false;
+  for (const KeychainItem& item : unsaved_) putItem(items, item);
   items_ = std::move(items);
   return true;
 }
@@ -44,22 +60,39 @@ KeychainStatus LinuxKeychain::change(const std::function<KeychainStatus(Items& i
   Lock lock(mutex_);
   try {
     const StoreLock held = file_.lock();
-    if (!held.isHeld() || !refresh(Access::locked)) return KeychainStatus::failure;
+    const bool canWrite = held.isHeld() && refresh(Access::locked);
     Items items = items_;
     const KeychainStatus status = edit(items);
     if (status != KeychainStatus::success) return status;
     // Who has been told an identifier must find it again, after a power cut too.
-    if (!file_.replace(encodeKeychain(items), FolderSync::always)) return KeychainStatus::failure;
+    if (!canWrite || !file_.replace(encodeKeychain(items), FolderSync::always)) {
+      keep(std::move(items));
+      return KeychainStatus::failure;
+    }
     items_ = std::move(items);
+    unsaved_.clear();
     return KeychainStatus::success;
   } catch (const std::exception&) {
     return KeychainStatus::failure;  // Memory ran out.
   }
 }
 
+void LinuxKeychain::keep(Items changed) {
+  const auto isIn = [](const Items& items, const KeychainItem& item) {
+    return std::ranges::any_of(items, [&item](const KeychainItem& other) {
+      return isSameItem(other, item) && other.value == item.value;
+    });
+  };
+  std::erase_if(unsaved_, [&](const KeychainItem& item) { return !isIn(changed, item); });
+  for (const KeychainItem& item : changed) {
+    if (!isIn(items_, item)) putItem(unsaved_, item);
+  }
+  items_ = std::move(changed);
+}
+
 KeychainStatus LinuxKeychain::copyMatching(const KeychainQuery& query, KeychainItem* item) {
   Lock lock(mutex_);
-  if (!refresh(Access::shared)) return KeychainStatus::failure;
+  refresh(Access::shared);
   const auto found = std::ranges::find_if(items_, matching(query));
   if (found == items_.end()) return KeychainStatus::itemNotFound;
   if (item) *item = *found;
@@ -69,17 +102,15 @@ KeychainStatus LinuxKeychain::copyMatching(const KeychainQuery& query, KeychainI
 KeychainStatus LinuxKeychain::copyAllMatching(const KeychainQuery& query, std::vector<KeychainItem>& items) {
   items.clear();
   Lock lock(mutex_);
-  if (!refresh(Access::shared)) return KeychainStatus::failure;
+  refresh(Access::shared);
   std::ranges::copy_if(items_, std::back_inserter(items), matching(query));
   return items.empty() ? KeychainStatus::itemNotFound : KeychainStatus::success;
 }
 
 KeychainStatus LinuxKeychain::add(const KeychainItem& item) {
   return change([&item](Items& items) {
-    const bool isTaken = std::ranges::any_of(items, [&item](const KeychainItem& other) {
-      return other.service == item.service && other.account == item.account &&
-             other.accessGroup == item.accessGroup;
-    });
+    const bool isTaken =
+        std::ranges::any_of(items, [&item](const KeychainItem& other) { return isSameItem(other, item); });
     if (isTaken) return KeychainStatus::failure;
     items.push_back(item);
     return KeychainStatus::success;

@@ -58,8 +58,8 @@ struct LinuxPlatform::Services {
   explicit Services(const LinuxPlatformOptions& options)
       : log(options.logSink),
         queues(mainQueue),
-        settings(options.settingsFile),
-        keychain(options.keychainFile),
+        settings(options.settingsFile, &log),
+        keychain(options.keychainFile, &log),
         urlLoader(options.certificateAuthorityFile, options.connectTo),
         application(options.initialState, options.urlOpener, options.rootViewController, queues),
         bundle(options.info, options.localizedTexts, options.resourcesDirectory, options.layoutLoader),

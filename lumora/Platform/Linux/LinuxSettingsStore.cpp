@@ -64,8 +64,8 @@ void applyChange(std::string_view key, const std::optional<Value>& value, Dictio
 
 }  // namespace
 
-LinuxSettingsStore::LinuxSettingsStore(std::string path)
-    : file_(std::move(path)), writer_([this] { return LinuxSettingsStore::synchronize(); }) {
+LinuxSettingsStore::LinuxSettingsStore(std::string path, SystemLog* log)
+    : file_(std::move(path), log), writer_([this] { return LinuxSettingsStore::synchronize(); }) {
   LiveStores::shared().add(*this);
 }
 
@@ -78,20 +78,25 @@ void LinuxSettingsStore::finish() {
   writer_.finishWithin(longestWaitAtEnd);
 }
 
-bool LinuxSettingsStore::ensureLoaded() {
-  if (isLoaded_) return true;
+/// A file that cannot be read is tried again by the next access.
+void LinuxSettingsStore::ensureLoaded() {
+  if (isLoaded_) return;
   Lock fileLock(fileMutex_);
-  if (isLoaded_) return true;
+  if (isLoaded_) return;
   Dictionary values;
-  if (file_.load(parserInto(values)) == StoreFile::State::unreadable) return false;
-  Lock lock(mutex_);
-  values_ = std::move(values);
+  if (file_.load(parserInto(values)) == StoreFile::State::unreadable) return;
+  takeIn(std::move(values));
   isLoaded_ = true;
-  return true;
+}
+
+void LinuxSettingsStore::takeIn(Dictionary fromFile) {
+  Lock lock(mutex_);
+  for (const auto& [key, value] : pending_) applyChange(key, value, fromFile);
+  values_ = std::move(fromFile);
 }
 
 Value LinuxSettingsStore::object(std::string_view key) {
-  if (!ensureLoaded()) return {};
+  ensureLoaded();
   Lock lock(mutex_);
   const Value* value = findValue(values_, key);
   return value ? *value : Value();
@@ -106,7 +111,7 @@ void LinuxSettingsStore::removeObject(std::string_view key) {
 }
 
 void LinuxSettingsStore::change(std::string_view key, std::optional<Value> value) {
-  if (!ensureLoaded()) return;
+  ensureLoaded();
   {
     Lock lock(mutex_);
     applyChange(key, value, values_);
@@ -131,7 +136,7 @@ bool LinuxSettingsStore::synchronize() {
 
 Value LinuxSettingsStore::setObjectIfAbsent(std::string_view key, const Value& value) {
   Value stored = storableSetting(key, value);
-  if (!ensureLoaded()) return stored;
+  ensureLoaded();
   Lock fileLock(fileMutex_);
   const StoreLock held = file_.lock();
   const bool canWrite = held.isHeld() && refresh();
@@ -151,10 +156,7 @@ bool LinuxSettingsStore::refresh() {
   const StoreFile::State state = file_.loadLocked(parserInto(fromFile));
   if (state == StoreFile::State::unreadable) return false;
   // Of a file that is gone, memory holds the last copy.
-  if (state == StoreFile::State::absent) return true;
-  Lock lock(mutex_);
-  for (const auto& [key, value] : pending_) applyChange(key, value, fromFile);
-  values_ = std::move(fromFile);
+  if (state == StoreFile::State::present) takeIn(std::move(fromFile));
   return true;
 }
 

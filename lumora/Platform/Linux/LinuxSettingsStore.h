@@ -17,10 +17,11 @@ namespace lumora {
 /// A value's life: set in memory → pending → in the file once a flush has succeeded. What nobody flushes is
 /// written a moment later by a thread of the store's own, at the latest when the store or the process ends
 /// (not by a signal or `_exit`). Processes may share the file: a flush carries only this process's changes
-/// into what the file holds by then.
+/// into what the file holds by then. While the file cannot be used, memory holds what is set, and the log
+/// tells why.
 class LinuxSettingsStore : public SettingsStore {
  public:
-  explicit LinuxSettingsStore(std::string path);
+  explicit LinuxSettingsStore(std::string path, SystemLog* log = nullptr);
   ~LinuxSettingsStore() override;
   LinuxSettingsStore(const LinuxSettingsStore&) = delete;
   LinuxSettingsStore& operator=(const LinuxSettingsStore&) = delete;
@@ -38,7 +39,8 @@ class LinuxSettingsStore : public SettingsStore {
   /// The new value of each changed key; nothing for a removed one.
   using Changes = std::map<std::string, std::optional<Value>, std::less<>>;
 
-  bool ensureLoaded();
+  void ensureLoaded();
+  void takeIn(Dictionary fromFile);
   void change(std::string_view key, std::optional<Value> value);
   /// Takes in what other processes wrote. Needs the file's lock; false when the file cannot be read.
   bool refresh() LUMORA_REQUIRES(fileMutex_);

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <map>
-#include <system_error>
 
 #include "lumora/Platform/Linux/Files.h"
 #include "lumora/Platform/Mutex.h"
@@ -18,10 +17,6 @@ namespace {
 /// The system reads a path up to its first NUL, and would take such a one for another.
 bool isPath(const std::string& text) {
   return !text.empty() && text.find('\0') == std::string::npos;
-}
-
-std::string reasonOf(int error) {
-  return std::generic_category().message(error);
 }
 
 /// One lock file of this process. Its descriptor stays open between two holders, since closing any descriptor
@@ -68,9 +63,8 @@ bool setLock(const FileDescriptor& file, short type) {
 
 std::optional<std::string> LinuxSharedFiles::makeFolder(const std::string& path) {
   if (!isPath(path)) return "Not a path";
-  errno = 0;
   if (makeFolders(path)) return std::nullopt;
-  return reasonOf(errno != 0 ? errno : ENOTDIR);
+  return reasonOf(errno);
 }
 
 std::optional<std::string> LinuxSharedFiles::makePrivateFile(const std::string& path) {

@@ -29,9 +29,9 @@ LinuxSystemLog::LinuxSystemLog(Sink sink)
     : sink_(std::move(sink)), isStandardErrorOpen_(::fcntl(STDERR_FILENO, F_GETFD) != -1) {}
 
 void LinuxSystemLog::write(std::string_view message) {
-  if (sink_) {
-    if (!ProcessEnd::hasBegun()) sink_(message);
-  } else if (isStandardErrorOpen_) {
+  if (sink_ && !ProcessEnd::hasBegun()) return sink_(message);
+  if (sink_ && !ProcessEnd::isOver()) return;
+  if (isStandardErrorOpen_) {
     // Message and line feed in one call, so that the lines of several threads do not mix.
     std::string line;
     line.reserve(message.size() + 1);

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "lumora/Platform/Linux/LinuxSerialQueue.h"
+#include "lumora/Platform/Linux/ProcessEnd.h"
 
 namespace lumora {
 
@@ -22,6 +23,10 @@ TaskQueue& LinuxTaskQueues::mainQueue() {
 
 bool LinuxTaskQueues::isMainThread() {
   return mainQueue_.isMainThread();
+}
+
+void LinuxTaskQueues::reportUnfinished(std::function<void(std::size_t tasks)> report) {
+  ProcessEnd::reportUnfinished(std::move(report));
 }
 
 bool LinuxTaskQueues::areSerialQueuesIdle() const {

@@ -8,6 +8,9 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
+#include <exception>
+#include <utility>
+#include <vector>
 
 #include "lumora/Platform/Linux/FileDescriptor.h"
 #include "lumora/Platform/Mutex.h"
@@ -30,6 +33,7 @@ struct State {
   Mutex mutex;
   /// Some count fell to zero after the end had begun.
   std::condition_variable_any cameToRest;
+  std::vector<std::function<void(std::size_t tasks)>> reports LUMORA_GUARDED_BY(mutex);
 
   std::atomic<std::size_t>& counter(ProcessEnd::Work work) {
     return work == ProcessEnd::Work::task ? tasks : transfers;
@@ -41,6 +45,14 @@ struct State {
     while (transfers > 0 || (tasks > 0 && !isLibraryThread)) {
       if (cameToRest.wait_until(mutex, limit) == std::cv_status::timeout) return;
     }
+  }
+
+  void reportUnfinished() {
+    const std::size_t own = isLibraryThread ? 1 : 0;  // The task that ends the process.
+    const std::size_t unfinished = tasks;
+    if (unfinished <= own) return;
+    Lock lock(mutex);
+    for (const auto& report : reports) report(unfinished - own);
   }
 };
 
@@ -58,6 +70,12 @@ void endProcess() {
     state.waitForRest();
   }
   state.isOver = true;
+  if (state.worker != ::getpid()) return;
+  try {
+    state.reportUnfinished();
+  } catch (const std::exception&) {
+    // Memory ran out.
+  }
 }
 
 /// A plugin that this library is linked into may be closed; the library's threads live in its code for good.
@@ -101,6 +119,12 @@ void ProcessEnd::finish(Work work, std::size_t count) noexcept {
   // Under the lock, so that the notice cannot fall between the other side's look and its sleep.
   Lock lock(state.mutex);
   state.cameToRest.notify_all();
+}
+
+void ProcessEnd::reportUnfinished(std::function<void(std::size_t tasks)> report) {
+  State& state = shared();
+  Lock lock(state.mutex);
+  state.reports.push_back(std::move(report));
 }
 
 bool ProcessEnd::acceptsTasks() noexcept {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 
 namespace lumora {
 
@@ -29,6 +30,8 @@ class ProcessEnd {
   static bool isOver() noexcept;
   /// Readable once the process is ending.
   static int descriptor();
+  /// Names who is told, once the wait is over, how many tasks it was not long enough for. Any number of them.
+  static void reportUnfinished(std::function<void(std::size_t tasks)> report);
 
   /// Work that the end waits for. A task counts from the moment it is handed over.
   static void begin(Work work) noexcept;

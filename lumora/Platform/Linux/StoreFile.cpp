@@ -43,7 +43,23 @@ LockResult waitForLock(const FileDescriptor& file, Clock::time_point deadline) {
 
 }  // namespace
 
-StoreFile::StoreFile(std::string path) : path_(std::move(path)) {}
+StoreFile::StoreFile(std::string path, SystemLog* log) : path_(std::move(path)), log_(log) {}
+
+/// Tells that the file cannot be used, once for each reason: until it has been written again.
+void StoreFile::report(const std::string& reason) {
+  if (log_ && reported_.insert(reason).second)
+    log_->write("LumoraSDK-The file " + path_ + " cannot be used: " + reason);
+}
+
+StoreFile::State StoreFile::unreadable(int error) {
+  report(reasonOf(error));
+  return State::unreadable;
+}
+
+StoreLock StoreFile::notLocked(const std::string& reason) {
+  report(reason);
+  return {};
+}
 
 StoreFile::State StoreFile::load(const Parser& parse) {
   if (const std::optional<State> state = tryLoad(parse)) return *state;
@@ -54,7 +70,10 @@ StoreFile::State StoreFile::load(const Parser& parse) {
 
 StoreFile::State StoreFile::loadLocked(const Parser& parse) {
   if (const std::optional<State> state = tryLoad(parse)) return *state;
-  if (!moveAside()) return State::unreadable;
+  if (!moveAside()) {
+    report("it is corrupt and cannot be moved aside: " + reasonOf(errno));
+    return State::unreadable;
+  }
   isKnown_ = true;
   return State::absent;
 }
@@ -75,12 +94,13 @@ std::optional<StoreFile::State> StoreFile::read(const Parser& parse) {
   FileDescriptor file(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   if (!file.isOpen()) {
     isKnown_ = errno == ENOENT;
-    return isKnown_ ? State::absent : State::unreadable;
+    return isKnown_ ? State::absent : unreadable(errno);
   }
-  if (::fstat(file.get(), &knownStatus_) != 0 || !S_ISREG(knownStatus_.st_mode)) return State::unreadable;
+  if (::fstat(file.get(), &knownStatus_) != 0) return unreadable(errno);
+  if (!S_ISREG(knownStatus_.st_mode)) return unreadable(S_ISDIR(knownStatus_.st_mode) ? EISDIR : EINVAL);
   if (knownStatus_.st_size > static_cast<off_t>(kMaximumFileSize)) return std::nullopt;
   const std::optional<std::string> bytes = readAll(file);
-  if (!bytes) return State::unreadable;
+  if (!bytes) return unreadable(errno);
   if (!parse(*bytes)) return std::nullopt;
   known_ = std::move(file);
   isKnown_ = true;
@@ -99,12 +119,13 @@ StoreLock StoreFile::lock() {
   const std::string lockPath = followLinks(path_) + ".lock";
   const Clock::time_point deadline = Clock::now() + (isLockStuck_ ? milliseconds(0) : longestWait);
   for (;;) {
-    if (!makeFolders(parentFolder(lockPath))) return {};
+    if (!makeFolders(parentFolder(lockPath))) return notLocked(reasonOf(errno));
     FileDescriptor file(::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    if (!file.isOpen()) return {};
+    if (!file.isOpen()) return notLocked(lockPath + ": " + reasonOf(errno));
     const LockResult result = waitForLock(file, deadline);
     isLockStuck_ = result == LockResult::busy;
-    if (result != LockResult::taken) return {};
+    if (result == LockResult::busy) return notLocked(lockPath + ": another process holds it");
+    if (result != LockResult::taken) return notLocked(lockPath + ": " + reasonOf(errno));
     // Whoever removed the folder meanwhile took the lock file along: a lock on it would exclude nobody.
     struct stat held {};
     struct stat named {};
@@ -114,9 +135,13 @@ StoreLock StoreFile::lock() {
 }
 
 bool StoreFile::replace(std::string_view bytes, FolderSync sync) {
-  if (bytes.size() > kMaximumFileSize) return false;  // Nobody could read it back.
-  FileDescriptor file = replaceFile(path_, bytes, sync);
-  if (!file.isOpen()) return false;
+  errno = EFBIG;  // Nobody could read it back.
+  FileDescriptor file = bytes.size() > kMaximumFileSize ? FileDescriptor() : replaceFile(path_, bytes, sync);
+  if (!file.isOpen()) {
+    report(reasonOf(errno));
+    return false;
+  }
+  reported_.clear();
   known_ = std::move(file);
   isKnown_ = ::fstat(known_.get(), &knownStatus_) == 0;
   return true;
@@ -125,7 +150,9 @@ bool StoreFile::replace(std::string_view bytes, FolderSync sync) {
 bool StoreFile::moveAside() {
   const std::string target = followLinks(path_);
   const std::string aside = target + ".corrupt-" + LinuxUUIDSource().randomUUID();
-  return std::rename(target.c_str(), aside.c_str()) == 0;
+  if (std::rename(target.c_str(), aside.c_str()) != 0) return false;
+  if (log_) log_->write("LumoraSDK-The file " + target + " is corrupt: it is kept as " + aside);
+  return true;
 }
 
 }  // namespace lumora

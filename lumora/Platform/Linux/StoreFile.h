@@ -4,17 +4,20 @@
 
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
 #include "lumora/Platform/Linux/FileDescriptor.h"
 #include "lumora/Platform/Linux/Files.h"
 #include "lumora/Platform/Linux/StoreLock.h"
+#include "lumora/Platform/SystemLog.h"
 
 namespace lumora {
 
 /// A small file that several processes share; it is read and replaced whole. Readers need no lock, who
-/// replaces the file holds the lock from his last look at it on. A symbolic link stands for its target.
+/// replaces the file holds the lock from his last look at it on. A symbolic link stands for its target. The
+/// log, if there is one, hears that the file cannot be used and why, and what became of one that was moved.
 ///
 /// Thread safety: one thread at a time.
 class StoreFile {
@@ -23,7 +26,7 @@ class StoreFile {
   /// Takes the file's bytes in; false when they are not what the file is to hold.
   using Parser = std::function<bool(const std::string& bytes)>;
 
-  explicit StoreFile(std::string path);
+  explicit StoreFile(std::string path, SystemLog* log = nullptr);
 
   /// Reads the file. One that the parser refuses, or that is too large, is moved aside and counts as absent
   /// from then on. It counts as unreadable when it cannot be moved, and when memory runs out.
@@ -43,8 +46,14 @@ class StoreFile {
   std::optional<State> tryLoad(const Parser& parse);
   std::optional<State> read(const Parser& parse);
   bool moveAside();
+  void report(const std::string& reason);
+  State unreadable(int error);
+  StoreLock notLocked(const std::string& reason);
 
   const std::string path_;
+  SystemLog* const log_;
+  /// Why the file could not be used, as was told since it was written last.
+  std::set<std::string> reported_;
   bool isLockStuck_ = false;
   /// False until something was read or written successfully: who does not know the file never replaces it.
   bool isKnown_ = false;
