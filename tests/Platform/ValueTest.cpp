@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdint>
 #include <tuple>
 
 #include "lumora/Platform/JSON.h"
