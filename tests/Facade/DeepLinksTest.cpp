@@ -124,29 +124,14 @@ TEST_F(DeepLinksTest, onlyASuccessIsStored) {
   EXPECT_EQ(setting("lmro.DeviceName") + setting("lmro.TestDevice"), "\"name\"true");
 }
 
-/// A device that does something when it is asked for its model.
-struct AskedDevice : testing::FakeDevice {
-  std::string model() override {
-    if (const auto action = std::exchange(onModel, nullptr)) action();
-    return FakeDevice::model();
-  }
-  std::function<void()> onModel;
-};
-
-TEST(DeepLinkTokenTest, laterLinkKeepsItsToken) {
-  testing::FakePlatform host;
-  AskedDevice device;
-  installPlatform(platformWith(host.platform(), device));
-  host.settings.setObject("lmro.AppSecret", "secret");
-  const auto open = [](const char* token) {
-    EXPECT_TRUE(Lumora::sharedInstance().applicationOpenURL(*URL::parse(secretGiven + "&token=" + token)));
-  };
-  open("first");
-  host.queues.runAll();
-  device.onModel = [&open] { open("second"); };
-  host.alerts.answer(1, "name");
-  host.queues.runAll();
-  EXPECT_EQ(Lumora::sharedInstance().token(), "second");
+TEST_F(DeepLinksTest, laterLinkKeepsItsToken) {
+  initialise();
+  host.urlLoader.setHandler([this](const URLRequest&) {
+    EXPECT_TRUE(open(secretGiven + "&token=second"));
+    return URLResponse();
+  });
+  registerAs("name", "first");
+  EXPECT_EQ(lumora().token(), "second");
 }
 
 }  // namespace

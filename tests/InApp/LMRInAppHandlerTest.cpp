@@ -77,6 +77,7 @@ TEST_F(LMRInAppHandlerTest, TriggerShowsOneCampaignUntilItIsTapped) {
   LMRTappable view{"c1", 1, 102, screen, "acme.example/a"};
   handler.tapGestureRecognizer().attachTo(&view);
   handler.tapGestureRecognizer().recognize();
+  EXPECT_TRUE(host.application.openedURLs().empty()) << "that is the main queue's";
   EXPECT_EQ(view.lmrMessage.expired() ? screen->notes : "", "c1 style 4 dismissed 0");
   EXPECT_NE(storedEvents().back().find(R"("inapp":{"cid":"c1","subtype":"tapped"})"), std::string::npos);
   logger().reportCheckpoint("other", "custom", std::nullopt);
@@ -212,8 +213,8 @@ class CampaignPicturesTest : public LumoraTest {
 
   LMRInAppHandler& handler = LMRInAppHandler::sharedInstance();
   const Dictionary pictured =
-      campaignWithPictures(R"(cid="p";display_trigger="pic";layout/type="layout2";layout/primary_button/uri;)"
-                           "layout/secondary_button");
+      campaignWithPictures(R"(cid="p";display_trigger="pic";layout/type="layout2";layout/secondary_button;)"
+                           R"(display_frequency="once_per_session_until_cta")");
   bool isOnline = true;
   std::string fetched;
   std::vector<std::future<void>> others;
@@ -221,7 +222,7 @@ class CampaignPicturesTest : public LumoraTest {
 
 TEST_F(CampaignPicturesTest, TapsAndEventsLeaveThemToTheQueueAndSessionsFetchThemFirst) {
   // The background's picture never comes; it has a colour, and is tried once more by each refill.
-  EXPECT_EQ(state(), "open pic | bg img bg | ");
+  EXPECT_EQ(state(), "open pic | bg img b1 bg | ");
   syncAnswer = accepted;
   const auto tap = [this] {
     LMRTappable button{"another", 2, 102, {}, {}};
@@ -233,22 +234,28 @@ TEST_F(CampaignPicturesTest, TapsAndEventsLeaveThemToTheQueueAndSessionsFetchThe
   };
   for (const auto& refill : {std::function<void()>(tap), std::function<void()>(firstEvent), {}}) {
     for (const auto& [evicted, online, before, after] :
-         {std::tuple("none", true, "open pic | | ", "open pic | bg | "),
-          {"img", true, "open | | ", "open pic | bg img | "},
-          {"img", false, "open | | ", "open | bg img | image uri; "},
-          {"none", false, "open | | ", "open | bg img | image uri; "},
-          {"none", true, "open | | ", "open pic | bg img | "}}) {
-      host.files.remove(host.files.cachesDirectory() + "/p_" + evicted);
+         {std::tuple(false, true, "open pic | | ", "open pic | bg | "),
+          {true, true, "open | | ", "open pic | bg img b1 | "},
+          {true, false, "open | | ", "open | bg img | image uri; "},
+          {false, false, "open | | ", "open | bg img | image uri; "},
+          {false, true, "open | | ", "open pic | bg img b1 | "}}) {
+      for (const char* name : {"/p_img", "/p_b1"})
+        if (evicted) host.files.remove(host.files.cachesDirectory() + name);
       isOnline = online;
       if (refill) {
         refill();
         EXPECT_EQ(state(), before) << evicted << online;
+      } else {
+        logger().discardAllSessions();
+        LMRDataManager::sharedInstance().updateResource(
+            LMRResource::initWithCampaignId("p", 0, LMRResource::unchanged));
       }
-      if (!refill) logger().discardAllSessions();
       refill ? host.queues.runAll() : resync(10);
       EXPECT_EQ(state(), after) << evicted << online;
     }
   }
+  resync(10);  // The session is open.
+  EXPECT_EQ(state(), "open pic | | ");
 }
 
 }  // namespace

@@ -149,7 +149,8 @@ TEST_F(LMRInAppMessageTest, StartAndEnd) {
         std::pair("-05:30", 14780088e5), std::pair("GMT+01:00", 14779854e5)})
     EXPECT_EQ(LMRInAppMessage::getTimeStamp(std::string("2016-11-01T08:30:00") + zone), stamp) << zone;
   for (const char* text : {"2015-02-29T00:00:00Z", "2016-11-01T24:00:00Z", "2016-11-01T08:30:00", "", "x",
-                           "2016-11-01T08:30:00Zx", " 2016-11-01T08:30:00Z", "2016-11-01T08:30:00GMT+1"})
+                           "2016-11-01T08:30:00Zx", " 2016-11-01T08:30:00Z", "2016-11-01T08:30:00GMT+1",
+                           "2016-11-01T08:30:00GMT+0100", "2016-11-01T08:30:60Z"})
     EXPECT_EQ(LMRInAppMessage::getTimeStamp(text), std::nullopt) << text;
   const auto message = read(plainCampaign(R"(end_time="2017-06-01T12:00:01Z")"));
   for (const auto& [seconds, isValid] : {std::pair(1.0, true), {1.000001, false}, {0.015625, true}}) {
@@ -197,14 +198,6 @@ TEST_F(LMRInAppMessageTest, SampleCampaignsAreAccepted) {
     const auto message = read(*campaigns.back().asDictionary());
     ASSERT_TRUE(message) << name;
     layoutsAndFrequencies.insert({message->getType(), message->getFrequency()});
-    const Dictionary shown = describeInAppMessage(*message);
-    for (const auto& [part, value] : *shown.at("elements").asDictionary()) {
-      const Value* uri = findValue(*value.asDictionary(), "uri");
-      if (!uri) continue;
-      const std::string picture = uri->asString()->substr(uri->asString()->rfind('/'));
-      EXPECT_TRUE(std::filesystem::exists(examples + "/campaigns/assets" + picture)) << name << ' ' << part;
-      EXPECT_TRUE(findValue(*value.asDictionary(), "file")) << name << ' ' << part;
-    }
   }
   EXPECT_EQ(layoutsAndFrequencies, (std::set<std::int64_t>{1, 2, 3, 4, 5, 101, 102, 103, 104, 105, 106}));
   const Dictionary accounts = *parsedFile("/accounts.json").at("accounts").asDictionary();

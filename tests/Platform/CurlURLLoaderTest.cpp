@@ -90,8 +90,10 @@ TEST_F(CurlURLLoaderTest, UsesOneConnectionForRequestsInARowThatStartedProgramsD
     EXPECT_EQ(errorOf(get(server.url())), 0);
     EXPECT_EQ(errorOf(get(server.url(), "POST", body)), 0);
   }
-  EXPECT_TRUE(server.requests().at(1).ends_with("\r\n\r\n" + body));
-  EXPECT_EQ(server.requests().at(2), "GET / HTTP/1.1\r\nHost: " + server.address() + "\r\n\r\n");
+  const std::string host = " / HTTP/1.1\r\nHost: " + server.address() + "\r\n";
+  const std::string length = "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n";
+  EXPECT_TRUE(server.requests().at(1) == "POST" + host + length + body);
+  EXPECT_EQ(server.requests().at(2), "GET" + host + "\r\n");
   EXPECT_EQ(inherited, "");
 }
 

@@ -1,4 +1,4 @@
-// What the system and its variables say: the locale, the time zone and its offset.
+// What the system and its variables say: the locale, the time zone and its offset, the folders.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -7,9 +7,10 @@
 
 #include "lumora/Platform/Linux/LinuxClock.h"
 #include "lumora/Platform/Linux/LinuxDevice.h"
-#include "lumora/Platform/Linux/LinuxNotifications.h"
+#include "lumora/Platform/Linux/LinuxPlatform.h"
+#include "lumora/Platform/Linux/LinuxTaskQueues.h"
 #include "lumora/Platform/Linux/TimeZoneName.h"
-#include "lumora/Testing/FakeSystemLog.h"
+#include "tests/Support/TemporaryFolder.h"
 
 namespace lumora::testing {
 namespace {
@@ -28,17 +29,9 @@ TEST(LinuxDeviceTest, TakesTheLocaleFromTheEnvironment) {
   ::setenv("LANG", "de_DE.UTF-8", 1);
   EXPECT_EQ(LinuxDevice({}).preferredLanguages(), std::vector<std::string>{"de-DE"});
   EXPECT_GE(std::stoi(LinuxDevice({}).systemVersion()), 10);
-}
-
-TEST(LinuxNotificationsTest, AMissingSchedulerGivesOneLine) {
-  FakeSystemLog log;
-  LinuxNotifications notifications(nullptr, nullptr, log);
-  notifications.addNotificationRequest(
-      {}, [&](const auto& error) { log.write("caller: " + error.value_or("")); });
-  notifications.addNotificationRequest({}, nullptr);
-  notifications.scheduleLocalNotification({});
-  EXPECT_EQ(log.messages(), (std::vector<std::string>{"caller: The host schedules no notifications.",
-                                                      "LumoraSDK-The host schedules no notifications."}));
+  LinuxDevice::Description description;
+  description.carrierName = "";
+  EXPECT_EQ(LinuxDevice(description).carrierName(), std::nullopt);
 }
 
 TEST(TimeZoneNameTest, ComesFromTheVariable) {
@@ -68,6 +61,42 @@ TEST(LinuxClockTest, KnowsTheTimeZonesOffsetAtEveryDate) {
   for (const auto& [seconds, hours] : cases) {
     EXPECT_EQ(LinuxClock().utcOffset(dateFromSeconds(seconds)), std::chrono::hours(hours)) << seconds;
   }
+}
+
+TEST(LinuxPlatformTest, PutsItsFilesWhereTheDesktopWantsThem) {
+  const TemporaryFolder folder;
+  ::setenv("HOME", (folder / "home").c_str(), 1);
+  ::unsetenv("XDG_CACHE_HOME");
+  const std::string program = "/" + std::filesystem::read_symlink("/proc/self/exe").filename().string();
+  const std::string fallback = folder / "home/.local/share";
+  for (const std::string variable : {"", "relative/is/ignored", "/elsewhere/"}) {
+    ::setenv("XDG_DATA_HOME", variable.c_str(), 1);
+    const LinuxPlatform host;
+    EXPECT_EQ(host.platform().files.documentsDirectory(),
+              (variable.starts_with('/') ? "/elsewhere" : fallback) + program + "/Documents")
+        << variable;
+    EXPECT_EQ(host.platform().files.cachesDirectory(), folder / "home/.cache" + program + "/lumora");
+  }
+  LinuxPlatformOptions options;
+  options.documentsDirectory = options.cachesDirectory = "./relative/";
+  const LinuxPlatform host(options);
+  EXPECT_EQ(host.platform().files.documentsDirectory(), "/elsewhere" + program + "/relative");
+  EXPECT_EQ(host.platform().files.cachesDirectory(), folder / "home/.cache" + program + "/relative");
+  EXPECT_EQ(&platform().queues.mainQueue(), &LinuxPlatform::defaultInstance().mainQueue());
+  EXPECT_FALSE(std::filesystem::exists(folder / "home")) << "nothing is written before it is needed";
+}
+
+/// Runs a copy of this program, which replaces its own file.
+TEST(LinuxPlatformTest, AReplacedProgramKeepsItsFolders) {
+  if (const char* program = std::getenv("REPLACED_PROGRAM")) {
+    std::filesystem::remove(program);
+    EXPECT_TRUE(LinuxPlatform().platform().files.documentsDirectory().ends_with("/replaced/Documents"));
+    return;
+  }
+  const TemporaryFolder folder;
+  std::filesystem::copy_file("/proc/self/exe", folder / "replaced");
+  ::setenv("REPLACED_PROGRAM", (folder / "replaced").c_str(), 1);
+  EXPECT_EQ(std::system("$REPLACED_PROGRAM --gtest_filter=LinuxPlatformTest.AReplaced*"), 0);
 }
 
 }  // namespace

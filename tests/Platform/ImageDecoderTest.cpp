@@ -6,9 +6,7 @@
 #include <ctime>
 #include <fstream>
 #include <iterator>
-#include <string>
 #include <tuple>
-#include <vector>
 
 #include "lumora/Platform/Linux/Base64.h"
 #include "lumora/Platform/Linux/LinuxImageDecoder.h"

@@ -3,6 +3,7 @@
 #include "lumora/Platform/Linux/LinuxKeychain.h"
 #include "lumora/Testing/FakeKeychain.h"
 #include "tests/Support/TemporaryFolder.h"
+#include "tests/Support/TestFiles.h"
 
 namespace lumora::testing {
 namespace {
@@ -82,6 +83,13 @@ TEST(LinuxKeychainTest, SeesWhatOthersChange) {
   ASSERT_EQ(keychain.add(item("s", "k", {}, 'a')), Status::success);
   EXPECT_EQ(LinuxKeychain(keychain / "private/keychain").update({}, {'b'}), Status::success);
   EXPECT_EQ(valuesOf(keychain, {}), "b");
+  // The same file with another content of the same size, a moment later.
+  const std::string path = keychain / "private/keychain";
+  const auto changed = std::filesystem::last_write_time(path);
+  std::string text = readFile(path);
+  writeFile(path, text.replace(text.find("Yg=="), 2, "Yw"));
+  std::filesystem::last_write_time(path, changed + std::chrono::nanoseconds(1));
+  EXPECT_EQ(valuesOf(keychain, {}), "c");
 }
 
 }  // namespace

@@ -76,7 +76,8 @@ struct Secrets : LinuxKeychain {
   static inline const Texts brokenFiles = {
       "", "{}", R"({"version": 1, "items": []})" + tooMuch, R"({"version": 1})", R"({"version": 1, "items": [1]})",
       R"({"version": 1, "items": [{"service": "=", "generic": "", "account": "", "value": ""}]})",
-      R"({"version": 1, "items": [{"service": "", "generic": "", "account": ""}]})"};
+      R"({"version": 1, "items": [{"service": "", "generic": "", "account": ""}]})",
+      R"({"version": 1, "items": [{"service": "", "generic": "", "account": "", "value": "", "access_group": "="}]})"};
   // clang-format on
 };
 
@@ -106,7 +107,8 @@ TYPED_TEST(StoreFilesTest, IsTheOwnersAloneAndMadeWhenItIsMissing) {
     ASSERT_TRUE(this->store.put("b", text));
     EXPECT_EQ(synced, TypeParam::syncedByChange);
     EXPECT_EQ(this->stored("a") + this->stored("b"), text + std::string(text));
-    EXPECT_TRUE(modeOf(this->data) == 0700U && modeOf(this->file) == 0600U);
+    EXPECT_EQ(modeOf(this->data), 0700U);
+    EXPECT_EQ(modeOf(this->file) | modeOf(this->file + ".lock"), 0600U);
     EXPECT_THAT(namesIn(this->data), ::testing::ElementsAre(".lumora-tmp-b", "store", "store.lock"));
     fs::remove_all(this->data);
   }

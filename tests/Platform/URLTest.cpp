@@ -19,7 +19,7 @@ TEST(URLTest, TakesValidTextsApart) {
       {"https://a@b:pw@example.com:443?q", "[https][example.com][q]"}, {"http://[::1]:80/x?y", "[http][[::1]][y]"},
       {"l.app-1+x://register?secret=a%20b&c=?", "[l.app-1+x][register][secret=a%20b&c=?]"}, {"//host/path", "-[host]-"},
       {"http://example.com?", "[http][example.com][]"}, {"http://example.com:#?x", "[http][example.com]-"},
-      {"mailto:a@b.c", "[mailto]--"}, {"/path?x=1", "--[x=1]"}, {"a/b:c", "---"}, {"?a:b", "--[a:b]"}, {"http://a/!$&'()*+,;=:@-._~%E2", "[http][a]-"}};
+      {"mailto:a@b.c", "[mailto]--"}, {"/path?x=1", "--[x=1]"}, {"a/b:c", "---"}, {"a#b:c", "---"}, {"?a:b", "--[a:b]"}, {"http://a/!$&'()*+,;=:@-._~%E2", "[http][a]-"}};
   // clang-format on
   for (const auto& [text, parts] : cases) {
     const auto url = URL::parse(text);

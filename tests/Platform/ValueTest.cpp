@@ -4,7 +4,6 @@
 #include <pthread.h>
 
 #include <cmath>
-#include <cstdint>
 #include <tuple>
 
 #include "lumora/Platform/JSON.h"

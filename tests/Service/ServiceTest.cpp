@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <mutex>
-#include <optional>
 #include <semaphore>
 #include <thread>
 #include <tuple>
@@ -246,6 +245,10 @@ TEST_F(ServiceTest, KeepsItsAuthorityAndItsSecretsAndSaysWhyItCannotStart) {
   start();
   EXPECT_EQ(testing::readFile(folder_ / "data/ca.pem"), authority);
   EXPECT_FALSE(sync().error);
+  const URLRequest known{"https://acme.lumora.example/", "GET", {}, {}, {}, {}},
+      other{"https://acme.other.example/", "GET", {}, {}, {}, {}};
+  EXPECT_TRUE(CurlURLLoader("", address()).load(known).error) << "no authority of the system's";
+  EXPECT_TRUE(loader_->load(other).error) << "no name in its certificate";
   EXPECT_EQ(testing::modeOf(folder_ / "data/ca.key"), 0600U);
   EXPECT_EQ(testing::modeOf(folder_ / "data"), 0700U);
   ServiceOptions samePort = options_, badDomain = options_, badFolder = options_;

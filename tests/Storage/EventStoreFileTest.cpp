@@ -111,17 +111,18 @@ TEST_F(EventStoreFileTest, aCorruptFileIsMovedAsideAndWhatCanBeReadCarriedOver) 
     damage();
     std::error_code isFolder;
     const auto size = fs::file_size(path(), isFolder);
-    testing::writeFile(path() + "-shm", "beside it");
+    for (const char* companion : {"-wal", "-shm"}) testing::writeFile(path() + companion, "beside it");
     host.log.clear();
     store().updateResource(LMRResource::initWithCampaignId("c", 1, 1));
     save("new");
+    EXPECT_TRUE(host.log.messages().back().ends_with(" carried over: " + std::to_string(events)));
     EXPECT_EQ(count(), events + 1);
     EXPECT_EQ(queue().ids.back(), events == 0 ? 1 : 10) << "ids stay";
     EXPECT_EQ(SQLiteConnection(path()).texts("SELECT count(*) FROM lmro_inapp"), Lines{campaigns});
     EXPECT_EQ(linesOnTheFile(), 1U);
     EXPECT_TRUE(fs::exists(aside) && fs::file_size(aside, isFolder) == size);
-    EXPECT_EQ(testing::readFile(aside + "-shm"), "beside it");
-    EXPECT_FALSE(fs::exists(path() + "-shm"));
+    EXPECT_EQ(testing::readFile(aside + "-wal") + testing::readFile(aside + "-shm"), "beside itbeside it");
+    EXPECT_EQ(namesIn(folder(), "ostrelab.sqlite-"), Lines());
     aside += '+';  // The clock stands still.
   }
 }

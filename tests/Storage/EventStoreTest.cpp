@@ -98,15 +98,5 @@ TEST_F(EventStoreTest, anEventThatCannotBeStoredPushesNoneOut) {
   EXPECT_EQ(count(), 1000U);
 }
 
-TEST_F(EventStoreTest, crucialEventsMayNotBeDeleted) {
-  for (const char* text : {R"({"event_type":"push"})", R"({"name":"x","event_type":"init"})",
-                           R"({ "event_type" : "\u0075ser" })"})
-    EXPECT_FALSE(store().canDeleteEvent(text)) << text;
-  for (const char* text :
-       {R"({"event_type":"push "})", R"({"event_type":null})", R"({"event_type":["push"]})",
-        R"({"metadata":{"event_type":"push"}})", R"(["push"])", R"({"event_type":"push")", ""})
-    EXPECT_TRUE(store().canDeleteEvent(text)) << text;
-}
-
 }  // namespace
 }  // namespace lumora::tests

@@ -5,7 +5,6 @@
 #include <climits>
 #include <cmath>
 #include <filesystem>
-#include <string>
 
 #include "lumora/Testing/FakePlatform.h"
 #include "tests/Storage/SQLiteConnection.h"
@@ -128,11 +127,11 @@ TEST_F(OstrelSQLiteManagerTest, aTransactionTellsTheFileFaultAndIsUndoneWhole) {
 }
 
 TEST_F(OstrelSQLiteManagerTest, columnsComeBackByTheirType) {
+  // clang-format off
   const std::pair<std::string, Value> cases[] = {
-      {"2147483647", INT_MAX}, {"2147483648", INT_MIN}, {"4294967297", 1}, {"0.1", 0.1F},
-      {"1e300", HUGE_VALF},    {"'it''s'", "it's"},     {"''", ""},        {"x'00ff'", Data{0x00, 0xFF}},
-      {"NULL", Value()},
-  };
+      {"2147483647", INT_MAX}, {"2147483648", INT_MIN}, {"4294967297", 1}, {"0.1", 0.1F}, {"1e300", HUGE_VALF},
+      {"'it''s'", "it's"}, {"''", ""}, {"'a' || char(0)", std::string("a\0", 2)}, {"x'00ff'", Data{0x00, 0xFF}}, {"NULL", Value()}};
+  // clang-format on
   for (const auto& [expression, value] : cases) {
     const Row row = onlyRow("SELECT 1 AS c, x'' AS empty, " + expression + " AS c");
     EXPECT_EQ(row, (Row{{"c", value}})) << expression << " gave " << Value(row).description();

@@ -3,11 +3,10 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <ctime>
 #include <limits>
 #include <map>
-#include <string>
 #include <tuple>
-#include <utility>
 
 #include "lumora/Platform/JSON.h"
 #include "lumora/Testing/FakePlatform.h"
@@ -15,6 +14,7 @@
 #include "lumora/Util/DecimalText.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
+#include "lumora/Util/RunOnMainQueue.h"
 
 namespace lumora::tests {
 namespace {
@@ -53,51 +53,25 @@ TEST_F(CommonUtilitiesTest, escapingForSQLBuildsStepUponStep) {
   EXPECT_TRUE(util().formatString(apostrophes) == apostrophes + apostrophes);
 }
 
-TEST_F(CommonUtilitiesTest, theTimeStampCountsMilliseconds) {
-  host.clock.setNow(dateFromSeconds(1496318400.5));
-  EXPECT_EQ(util().getCurrentTimeStamp(), "1496318400500.000000");
-}
-
-/// Its offset, in hours, changes once.
-struct ChangingClock : ForwardingClock {
-  using ForwardingClock::ForwardingClock;
-  std::chrono::seconds utcOffset(Date date) override {
-    const auto& [moment, before, after] = change;
-    return std::chrono::hours(secondsSince1970(date) < moment ? before : after);
-  }
-  std::tuple<double, int, int> change;
-};
-
 TEST(LocalDayTest, aDayBeginsWithItsFirstMoment) {
-  testing::FakePlatform fakes;
-  ChangingClock clock(fakes.clock);
-  installPlatform(platformWith(fakes.platform(), clock));
   const auto day = [](const char* text) { return LMRUtil::sharedInstance().getUTCDateTime(text); };
   // clang-format off
-  const std::pair<std::tuple<double, int, int>, std::map<const char*, double>> zones[] = {
-      {{1491062400, 11, 10}, {{"2017-04-01", 1490965200}, {"2017-04-02", 1491051600}, {"2017-04-03", 1491141600},
-                              {"1970-01-01", -39600}, {"2016-02-29", 1456664400}}},
-      // From 24 to 1 o'clock: the second day has no midnight.
-      {{1541300400, -3, -2}, {{"2018-11-03", 1541214000}, {"2018-11-04", 1541300400}, {"2018-11-05", 1541383200}}},
-      // From 24 to 23 o'clock, and from 1 to 0 o'clock, which is midnight twice.
-      {{1518919200, -2, -3}, {{"2018-02-17", 1518832800}, {"2018-02-18", 1518922800}, {"2018-02-19", 1519009200}}},
-      {{1541307600, -4, -5}, {{"2018-11-03", 1541217600}, {"2018-11-04", 1541304000}, {"2018-11-05", 1541394000}}}};
-  for (const auto& [change, days] : zones) {
-    clock.change = change;
+  const std::pair<const char*, std::map<const char*, double>> zones[] = {
+      {"AEST-10AEDT,M10.1.0,M4.1.0/3", {{"2017-04-01", 1490965200}, {"2017-04-02", 1491051600}, {"2017-04-03", 1491141600}, {"2016-02-29", 1456664400}}},
+      // From 24 to 1 o'clock: the second day has no midnight. From 24 to 23 o'clock.
+      {"BRT3BRST,M11.1.0/0,M2.3.0/0", {{"2018-11-03", 1541214000}, {"2018-11-04", 1541300400}, {"2018-11-05", 1541383200},
+                                       {"2018-02-17", 1518832800}, {"2018-02-18", 1518922800}, {"2018-02-19", 1519009200}}},
+      // From 1 to 0 o'clock, which is midnight twice.
+      {"CST5CDT,M3.2.0/0,M11.1.0/1", {{"2018-11-03", 1541217600}, {"2018-11-04", 1541304000}, {"2018-11-05", 1541394000}}}};
+  for (const auto& [zone, days] : zones) {
+    ::setenv("TZ", zone, 1);
+    ::tzset();
     for (const auto& [text, seconds] : days) EXPECT_EQ(day(text), dateFromSeconds(seconds)) << text;
   }
   for (const char* text : {"2017-02-29", "2017-13-01", "2017-06-00", "2017-06-01 ", "2017-06-01T00:00:00", "2017-06", "01.06.2017",
                            "today", "", "+2017-06-01", "-2017-06-01", " 2017-06-01", "2017-+6-01", "2017--6-01"})
     EXPECT_FALSE(day(text)) << text;
   // clang-format on
-}
-
-TEST_F(CommonUtilitiesTest, theStoryboardComesFromTheResourceBundle) {
-  EXPECT_EQ(util().getStoryboard(), nullptr);
-  host.bundle.setResource("LMRResources.bundle", "/host/LMRResources.bundle");
-  EXPECT_EQ(util().getStoryboard(), nullptr);
-  EXPECT_EQ(host.log.messages(), (std::vector<std::string>{"LumoraSDK-LMRResources.bundle not found !",
-                                                           "LumoraSDK-LMRInApp Storyboard not found !"}));
 }
 
 TEST_F(CommonUtilitiesTest, theDeviceState) {
@@ -126,6 +100,21 @@ TEST_F(CommonUtilitiesTest, theFamilyIsAPrefixOfTheModelAndMachinesHaveNames) {
     host.device.modelText = host.device.machine = text;
     EXPECT_EQ(LMRUtil::deviceType(), type) << text;
     EXPECT_EQ(LMRUtil::deviceModelName(), name) << text;
+  }
+}
+
+TEST_F(CommonUtilitiesTest, workForTheMainThreadRunsAtOnceOnItAndInTurnFromAnother) {
+  std::string order;
+  host.queues.mainQueue().async([&order] { order += "queued "; });
+  runOnMainQueueWithoutDeadlocking([&order] { order += "atOnce "; });
+  EXPECT_EQ(order, "atOnce ");
+
+  host.queues.setMainThread(false);
+  runOnMainQueueWithoutDeadlocking([&] { order += host.queues.isMainThread() ? "onMain" : "elsewhere"; });
+  EXPECT_EQ(order, "atOnce queued onMain");
+  for (const bool isMain : {true, false}) {
+    host.queues.setMainThread(isMain);
+    EXPECT_NO_THROW(runOnMainQueueWithoutDeadlocking([] { throw std::runtime_error("ends there"); }));
   }
 }
 

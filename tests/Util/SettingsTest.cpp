@@ -1,14 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdint>
-#include <functional>
 #include <limits>
-#include <optional>
 #include <stdexcept>
-#include <string>
 #include <tuple>
-#include <utility>
 
 #include "lumora/Testing/FakePlatform.h"
 #include "lumora/Util/LMRUtil.h"

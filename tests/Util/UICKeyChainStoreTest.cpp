@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "lumora/Testing/FakePlatform.h"
 
 namespace lumora::tests {
@@ -60,8 +58,13 @@ TEST_F(UICKeyChainStoreTest, theDefaultServiceIsTheBundleIdentifierUntilReplaced
 TEST_F(UICKeyChainStoreTest, aServiceIsEmptiedAsAWhole) {
   Store store("s");
   store.setString("waiting", "c");
-  for (const char* group : {"g", "h"})
-    for (const char* service : {"s", "t"}) Store::setString("1", "a", service, group);
+  for (const char* group : {"g", "h"}) {
+    for (const char* service : {"s", "t"}) {
+      Store grouped(service, group);
+      grouped.setString("1", "a");
+      grouped.synchronize();
+    }
+  }
   EXPECT_TRUE(Store::removeAllItemsForService("absent") && Store::removeAllItemsForService("s", "g"));
   EXPECT_EQ(items(), (Texts{"t/a/g=1", "s/a/h=1", "t/a/h=1"}));
   for (const char* key : {"a", "b"}) Store::setString("1", key, "s");

@@ -4,9 +4,7 @@
 
 #include <atomic>
 #include <list>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "lumora/Platform/Linux/LinuxPlatform.h"
 #include "lumora/Testing/FakePlatform.h"
