@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "lumora/Platform/Linux/LinuxImageDecoder.h"
+#include "lumora/Platform/Linux/Images/LinuxImageDecoder.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
   lumora::LinuxImageDecoder().isImage({reinterpret_cast<const char*>(data), size});

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <thread>
 
-#include "lumora/Platform/Linux/BackgroundTasks.h"
-#include "lumora/Platform/Linux/DesktopURLOpener.h"
+#include "lumora/Platform/Linux/Host/BackgroundTasks.h"
+#include "lumora/Platform/Linux/Host/DesktopURLOpener.h"
 #include "lumora/Platform/Linux/LinuxApplication.h"
 #include "lumora/Testing/FakeApplication.h"
 #include "tests/Support/TemporaryFolder.h"

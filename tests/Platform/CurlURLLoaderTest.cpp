@@ -1,4 +1,4 @@
-#include "lumora/Platform/Linux/CurlURLLoader.h"
+#include "lumora/Platform/Linux/Network/CurlURLLoader.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

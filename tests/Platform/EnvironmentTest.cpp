@@ -5,11 +5,11 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "lumora/Platform/Linux/LinuxClock.h"
-#include "lumora/Platform/Linux/LinuxDevice.h"
+#include "lumora/Platform/Linux/Host/LinuxClock.h"
+#include "lumora/Platform/Linux/Host/LinuxDevice.h"
+#include "lumora/Platform/Linux/Host/TimeZoneName.h"
 #include "lumora/Platform/Linux/LinuxPlatform.h"
 #include "lumora/Platform/Linux/LinuxTaskQueues.h"
-#include "lumora/Platform/Linux/TimeZoneName.h"
 #include "tests/Support/TemporaryFolder.h"
 
 namespace lumora::testing {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "lumora/Platform/Linux/LinuxFileSystem.h"
+#include "lumora/Platform/Linux/Files/LinuxFileSystem.h"
 #include "lumora/Testing/FakeFileSystem.h"
 #include "tests/Support/TemporaryFolder.h"
 #include "tests/Support/TestFiles.h"

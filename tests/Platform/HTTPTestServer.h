@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "lumora/Platform/Linux/FileDescriptor.h"
+#include "lumora/Platform/Linux/Files/FileDescriptor.h"
 #include "lumora/Platform/Mutex.h"
 
 namespace lumora::testing {

@@ -8,8 +8,8 @@
 #include <iterator>
 #include <tuple>
 
-#include "lumora/Platform/Linux/Base64.h"
-#include "lumora/Platform/Linux/LinuxImageDecoder.h"
+#include "lumora/Platform/Linux/Files/Base64.h"
+#include "lumora/Platform/Linux/Images/LinuxImageDecoder.h"
 
 namespace lumora::testing {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "lumora/Platform/Linux/LinuxKeychain.h"
+#include "lumora/Platform/Linux/Files/LinuxKeychain.h"
 #include "lumora/Testing/FakeKeychain.h"
 #include "tests/Support/TemporaryFolder.h"
 #include "tests/Support/TestFiles.h"

@@ -24,7 +24,7 @@ int findSystemAccess(const std::string& where) {
 TEST(NoDirectSystemAccessTest, LogicReachesTheSystemOnlyThroughThePlatform) {
   constexpr int found = 0, foundNothing = 1;
   EXPECT_EQ(findSystemAccess("--exclude-dir=Linux --exclude-dir=Testing ."), foundNothing);
-  EXPECT_EQ(findSystemAccess("Platform/Linux/LinuxDevice.cpp"), found);
+  EXPECT_EQ(findSystemAccess("Platform/Linux/Host/LinuxDevice.cpp"), found);
 }
 
 }  // namespace

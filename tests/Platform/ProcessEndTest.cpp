@@ -1,4 +1,4 @@
-#include "lumora/Platform/Linux/ProcessEnd.h"
+#include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 #include <future>
 #include <thread>
 
-#include "lumora/Platform/Linux/CurlURLLoader.h"
+#include "lumora/Platform/Linux/Host/LinuxSystemLog.h"
 #include "lumora/Platform/Linux/LinuxApplication.h"
-#include "lumora/Platform/Linux/LinuxSystemLog.h"
+#include "lumora/Platform/Linux/Network/CurlURLLoader.h"
 #include "tests/Platform/HTTPTestServer.h"
 
 namespace lumora::testing {

@@ -6,8 +6,8 @@
 #include <stdexcept>
 
 #include "lumora/Platform/JSON.h"
-#include "lumora/Platform/Linux/FileDescriptor.h"
-#include "lumora/Platform/Linux/LinuxSettingsStore.h"
+#include "lumora/Platform/Linux/Files/FileDescriptor.h"
+#include "lumora/Platform/Linux/Files/LinuxSettingsStore.h"
 #include "lumora/Testing/FakeSettingsStore.h"
 #include "tests/Support/ChildProcess.h"
 #include "tests/Support/FileSizeLimit.h"

@@ -4,7 +4,7 @@
 #include <tuple>
 
 #include "lumora/Platform/FileLock.h"
-#include "lumora/Platform/Linux/LinuxSharedFiles.h"
+#include "lumora/Platform/Linux/Files/LinuxSharedFiles.h"
 #include "lumora/Testing/FakePlatform.h"
 #include "tests/Support/ChildProcess.h"
 #include "tests/Support/TemporaryFolder.h"

@@ -10,8 +10,8 @@
 #include <new>
 #include <thread>
 
-#include "lumora/Platform/Linux/LinuxKeychain.h"
-#include "lumora/Platform/Linux/LinuxSettingsStore.h"
+#include "lumora/Platform/Linux/Files/LinuxKeychain.h"
+#include "lumora/Platform/Linux/Files/LinuxSettingsStore.h"
 #include "lumora/Testing/FakeSystemLog.h"
 #include "tests/Support/ChildProcess.h"
 #include "tests/Support/FileSizeLimit.h"

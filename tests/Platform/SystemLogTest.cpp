@@ -5,8 +5,8 @@
 
 #include <array>
 
-#include "lumora/Platform/Linux/FileDescriptor.h"
-#include "lumora/Platform/Linux/LinuxSystemLog.h"
+#include "lumora/Platform/Linux/Files/FileDescriptor.h"
+#include "lumora/Platform/Linux/Host/LinuxSystemLog.h"
 #include "tests/Support/TemporaryFolder.h"
 #include "tests/Support/TestFiles.h"
 

@@ -10,7 +10,7 @@
 #include <thread>
 #include <tuple>
 
-#include "lumora/Platform/Linux/CurlURLLoader.h"
+#include "lumora/Platform/Linux/Network/CurlURLLoader.h"
 #include "service/PrivateFile.h"
 #include "tests/Storage/SQLiteConnection.h"
 #include "tests/Support/TemporaryFolder.h"

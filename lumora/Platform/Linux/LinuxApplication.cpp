@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "lumora/Platform/Linux/BackgroundTasks.h"
-#include "lumora/Platform/Linux/DesktopURLOpener.h"
-#include "lumora/Platform/Linux/ProcessEnd.h"
+#include "lumora/Platform/Linux/Host/BackgroundTasks.h"
+#include "lumora/Platform/Linux/Host/DesktopURLOpener.h"
+#include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
 #include "lumora/Platform/Mutex.h"
 
 namespace lumora {

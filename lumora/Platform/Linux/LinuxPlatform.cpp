@@ -3,22 +3,22 @@
 #include <filesystem>
 #include <utility>
 
-#include "lumora/Platform/Linux/CurlURLLoader.h"
-#include "lumora/Platform/Linux/DefaultPaths.h"
-#include "lumora/Platform/Linux/LinuxAlerts.h"
+#include "lumora/Platform/Linux/Files/DefaultPaths.h"
+#include "lumora/Platform/Linux/Files/LinuxFileSystem.h"
+#include "lumora/Platform/Linux/Files/LinuxKeychain.h"
+#include "lumora/Platform/Linux/Files/LinuxSettingsStore.h"
+#include "lumora/Platform/Linux/Files/LinuxSharedFiles.h"
+#include "lumora/Platform/Linux/Host/LinuxAlerts.h"
+#include "lumora/Platform/Linux/Host/LinuxBundle.h"
+#include "lumora/Platform/Linux/Host/LinuxClock.h"
+#include "lumora/Platform/Linux/Host/LinuxDevice.h"
+#include "lumora/Platform/Linux/Host/LinuxNotifications.h"
+#include "lumora/Platform/Linux/Host/LinuxSystemLog.h"
+#include "lumora/Platform/Linux/Host/LinuxUUIDSource.h"
+#include "lumora/Platform/Linux/Images/LinuxImageDecoder.h"
 #include "lumora/Platform/Linux/LinuxApplication.h"
-#include "lumora/Platform/Linux/LinuxBundle.h"
-#include "lumora/Platform/Linux/LinuxClock.h"
-#include "lumora/Platform/Linux/LinuxDevice.h"
-#include "lumora/Platform/Linux/LinuxFileSystem.h"
-#include "lumora/Platform/Linux/LinuxImageDecoder.h"
-#include "lumora/Platform/Linux/LinuxKeychain.h"
-#include "lumora/Platform/Linux/LinuxNotifications.h"
-#include "lumora/Platform/Linux/LinuxSettingsStore.h"
-#include "lumora/Platform/Linux/LinuxSharedFiles.h"
-#include "lumora/Platform/Linux/LinuxSystemLog.h"
 #include "lumora/Platform/Linux/LinuxTaskQueues.h"
-#include "lumora/Platform/Linux/LinuxUUIDSource.h"
+#include "lumora/Platform/Linux/Network/CurlURLLoader.h"
 
 namespace lumora {
 namespace {

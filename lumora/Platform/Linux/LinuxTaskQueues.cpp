@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "lumora/Platform/Linux/LinuxSerialQueue.h"
-#include "lumora/Platform/Linux/ProcessEnd.h"
+#include "lumora/Platform/Linux/Tasks/LinuxSerialQueue.h"
+#include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
 
 namespace lumora {
 

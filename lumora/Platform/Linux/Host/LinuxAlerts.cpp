@@ -1,0 +1,20 @@
+#include "lumora/Platform/Linux/Host/LinuxAlerts.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace lumora {
+
+LinuxAlerts::LinuxAlerts(Presenter presenter, SystemLog& log) : presenter_(std::move(presenter)), log_(log) {}
+
+void LinuxAlerts::show(Alert alert) {
+  if (presenter_) {
+    presenter_(std::move(alert));
+  } else {
+    log_.write(
+        fmt::format("Alert: {}: {} [{}]", alert.title, alert.message, fmt::join(alert.buttons, "] [")));
+  }
+}
+
+}  // namespace lumora

@@ -1,0 +1,28 @@
+#include "lumora/Platform/Linux/Host/LinuxClock.h"
+
+#include <ctime>
+#include <thread>
+
+namespace lumora {
+
+Date LinuxClock::now() {
+  return std::chrono::floor<Date::duration>(std::chrono::system_clock::now());
+}
+
+std::chrono::seconds LinuxClock::utcOffset(Date date) {
+  // localtime_r need not read the time zone's rules itself.
+  [[maybe_unused]] static const bool areRulesRead = [] {
+    ::tzset();
+    return true;
+  }();
+  const std::time_t seconds = std::chrono::floor<std::chrono::seconds>(date).time_since_epoch().count();
+  std::tm local{};
+  if (!::localtime_r(&seconds, &local)) return {};
+  return std::chrono::seconds(local.tm_gmtoff);
+}
+
+void LinuxClock::sleepFor(std::chrono::milliseconds duration) {
+  std::this_thread::sleep_for(duration);
+}
+
+}  // namespace lumora

@@ -1,0 +1,121 @@
+#include "lumora/Platform/Linux/Tasks/DelayedTask.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <array>
+#include <condition_variable>
+#include <cstddef>
+#include <optional>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "lumora/Platform/Linux/Tasks/SignalBlocker.h"
+#include "lumora/Platform/Mutex.h"
+
+namespace lumora {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+/// Before the first run, and after each one that failed.
+constexpr std::array pauses = {milliseconds(100), milliseconds(1'000), milliseconds(10'000),
+                               milliseconds(100'000)};
+
+}  // namespace
+
+struct DelayedTask::State {
+  explicit State(std::function<bool()> work) : task(std::move(work)) {}
+
+  void work() {
+    while (waitUntilDue()) ended(task());
+  }
+
+  /// False once the thread is to end.
+  bool waitUntilDue() {
+    Lock lock(mutex);
+    while (!isEnding) {
+      const std::optional<Clock::time_point> moment = due;
+      if (!moment) {
+        wake.wait(mutex);
+      } else if (Clock::now() < *moment) {
+        wake.wait_until(mutex, *moment);
+      } else {
+        due.reset();
+        isRunning = true;
+        return true;
+      }
+    }
+    return false;
+  }
+
+  void ended(bool succeeded) {
+    Lock lock(mutex);
+    isRunning = false;
+    failures = succeeded ? 0 : failures + 1;
+    if (!succeeded && failures < pauses.size() && !due) due = Clock::now() + pauses[failures];
+    wake.notify_all();
+  }
+
+  void startWorker() LUMORA_REQUIRES(mutex) {
+    try {
+      // Signals are the host's; its handlers must not run on this thread.
+      const SignalBlocker blocker;
+      worker = std::thread([this] { work(); });
+      ::pthread_setname_np(worker.native_handle(), "lumora.writer");
+    } catch (const std::system_error&) {
+      // The system has no thread to give; the next request tries again.
+    }
+  }
+
+  const pid_t process = ::getpid();
+  const std::function<bool()> task;
+  Mutex mutex;
+  std::condition_variable_any wake;
+  std::thread worker;
+  std::optional<Clock::time_point> due LUMORA_GUARDED_BY(mutex);
+  std::size_t failures LUMORA_GUARDED_BY(mutex) = 0;
+  bool isRunning LUMORA_GUARDED_BY(mutex) = false;
+  bool isEnding LUMORA_GUARDED_BY(mutex) = false;
+};
+
+DelayedTask::DelayedTask(std::function<bool()> task) : state_(std::make_unique<State>(std::move(task))) {}
+
+DelayedTask::~DelayedTask() {
+  if (::getpid() != state_->process) {
+    static_cast<void>(state_.release());  // Nobody in a forked child can wait for the thread, or wake it.
+    return;
+  }
+  {
+    Lock lock(state_->mutex);
+    state_->isEnding = true;
+  }
+  state_->wake.notify_all();
+  if (state_->worker.joinable()) state_->worker.join();
+}
+
+void DelayedTask::request() {
+  Lock lock(state_->mutex);
+  const Clock::time_point moment = Clock::now() + pauses.front();
+  state_->failures = 0;
+  if (!state_->worker.joinable()) state_->startWorker();
+  if (state_->due && *state_->due <= moment) return;
+  state_->due = moment;
+  state_->wake.notify_all();
+}
+
+void DelayedTask::finishWithin(milliseconds limit) {
+  if (::getpid() != state_->process) return;
+  Lock lock(state_->mutex);
+  if (!state_->worker.joinable()) return;
+  const Clock::time_point deadline = Clock::now() + limit;
+  if (state_->due || state_->failures > 0) state_->due = Clock::now();
+  state_->wake.notify_all();
+  while ((state_->due || state_->isRunning) && Clock::now() < deadline) {
+    state_->wake.wait_until(state_->mutex, deadline);
+  }
+}
+
+}  // namespace lumora

@@ -1,0 +1,143 @@
+#include "lumora/Platform/Linux/Tasks/LinuxSerialQueue.h"
+
+#include <pthread.h>
+#include <signal.h>
+
+#include <condition_variable>
+#include <deque>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
+#include "lumora/Platform/Linux/Tasks/RunTask.h"
+#include "lumora/Platform/Linux/Tasks/SignalBlocker.h"
+
+namespace lumora {
+
+void TaskCounter::add() noexcept {
+  ++count_;
+  ProcessEnd::begin(ProcessEnd::Work::task);
+}
+
+void TaskCounter::finish(std::size_t count) noexcept {
+  if (count == 0) return;
+  quietSince_ = Clock::now().time_since_epoch().count();
+  count_ -= count;
+  ProcessEnd::finish(ProcessEnd::Work::task, count);
+}
+
+std::chrono::steady_clock::duration TaskCounter::quietTime() const noexcept {
+  if (!isZero()) return {};
+  return Clock::now().time_since_epoch() - Clock::duration(quietSince_);
+}
+
+struct LinuxSerialQueue::State {
+  explicit State(std::shared_ptr<TaskCounter> counter) : unfinishedTasks(std::move(counter)) {}
+
+  void push(Task task) {
+    bool wakeWorker = false;
+    {
+      Lock lock(mutex);
+      if (isEnding) return;
+      unfinishedTasks->add();
+      tasks.push_back(std::move(task));
+      wakeWorker = std::exchange(isWorkerAsleep, false);
+    }
+    // Waking costs a system call, so it happens only when the worker sleeps.
+    if (wakeWorker) wake.notify_one();
+  }
+
+  /// Waits for a task; nothing once the queue ends.
+  std::optional<Task> pop() {
+    Lock lock(mutex);
+    while ((tasks.empty() || ProcessEnd::isOver()) && !isEnding) {
+      isWorkerAsleep = true;
+      wake.wait(mutex);
+    }
+    isWorkerAsleep = false;
+    if (isEnding) return std::nullopt;
+    std::optional<Task> task(std::move(tasks.front()));
+    tasks.pop_front();
+    return task;
+  }
+
+  void work() {
+    ProcessEnd::markLibraryThread();
+    while (std::optional<Task> task = pop()) {
+      runTask(*task);
+      task.reset();  // What the task holds goes before the task counts as finished.
+      unfinishedTasks->finish();
+    }
+  }
+
+  /// Ends the worker's loop and drops the tasks that wait.
+  void end() {
+    std::deque<Task> dropped;
+    {
+      Lock lock(mutex);
+      isEnding = true;
+      dropped.swap(tasks);
+    }
+    wake.notify_one();
+    const std::size_t count = dropped.size();
+    dropped.clear();
+    unfinishedTasks->finish(count);
+  }
+
+  const std::shared_ptr<TaskCounter> unfinishedTasks;
+  Mutex mutex;
+  std::condition_variable_any wake;
+  std::deque<Task> tasks LUMORA_GUARDED_BY(mutex);
+  bool isWorkerAsleep LUMORA_GUARDED_BY(mutex) = false;
+  bool isEnding LUMORA_GUARDED_BY(mutex) = false;
+};
+
+LinuxSerialQueue::LinuxSerialQueue(std::string label, std::shared_ptr<TaskCounter> unfinishedTasks)
+    : label_(std::move(label)), state_(std::make_shared<State>(std::move(unfinishedTasks))) {}
+
+LinuxSerialQueue::~LinuxSerialQueue() {
+  state_->end();
+  Lock lock(workerMutex_);
+  if (!worker_.joinable()) return;
+  if (worker_.get_id() == std::this_thread::get_id()) {
+    worker_.detach();
+  } else {
+    worker_.join();
+  }
+}
+
+std::string LinuxSerialQueue::label() const {
+  return label_;
+}
+
+void LinuxSerialQueue::async(Task task) {
+  if (!task || !ProcessEnd::acceptsTasks()) return;
+  // The task may destroy this queue before the call returns; the state lives on.
+  const std::shared_ptr<State> state = state_;
+  if (!hasWorker_) startWorker();
+  state->push(std::move(task));
+}
+
+void LinuxSerialQueue::sync(const Task& task) {
+  if (!ProcessEnd::acceptsTasks()) return;
+  runTaskAndWait(*this, task);
+}
+
+void LinuxSerialQueue::startWorker() {
+  Lock lock(workerMutex_);
+  if (hasWorker_) return;
+  try {
+    // Signals are the host's; its handlers must not run on this thread.
+    const SignalBlocker blocker;
+    worker_ = std::thread([state = state_] { state->work(); });
+    ProcessEnd::expectThread();
+    hasWorker_ = true;
+    constexpr std::size_t longestName = 15;
+    ::pthread_setname_np(worker_.native_handle(), label_.substr(0, longestName).c_str());
+  } catch (const std::system_error&) {
+    // The system has no thread to give; the next task tries again.
+  }
+}
+
+}  // namespace lumora

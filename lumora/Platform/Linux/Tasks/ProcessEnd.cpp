@@ -1,0 +1,142 @@
+#include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
+
+#include <dlfcn.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <exception>
+#include <utility>
+#include <vector>
+
+#include "lumora/Platform/Linux/Files/FileDescriptor.h"
+#include "lumora/Platform/Mutex.h"
+
+namespace lumora {
+namespace {
+
+constexpr std::chrono::seconds kPatience(1);
+
+thread_local bool isLibraryThread = false;
+
+struct State {
+  std::atomic<bool> hasBegun = false;
+  std::atomic<bool> isOver = false;
+  std::atomic<std::size_t> tasks = 0;
+  std::atomic<std::size_t> transfers = 0;
+  /// The process that the work is done in. A forked child has none of the threads that it would wait for.
+  std::atomic<pid_t> worker = 0;
+  const FileDescriptor event{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+  Mutex mutex;
+  /// Some count fell to zero after the end had begun.
+  std::condition_variable_any cameToRest;
+  std::vector<std::function<void(std::size_t tasks)>> reports LUMORA_GUARDED_BY(mutex);
+
+  std::atomic<std::size_t>& counter(ProcessEnd::Work work) {
+    return work == ProcessEnd::Work::task ? tasks : transfers;
+  }
+
+  void waitForRest() {
+    const auto limit = std::chrono::steady_clock::now() + kPatience;
+    Lock lock(mutex);
+    while (transfers > 0 || (tasks > 0 && !isLibraryThread)) {
+      if (cameToRest.wait_until(mutex, limit) == std::cv_status::timeout) return;
+    }
+  }
+
+  void reportUnfinished() {
+    const std::size_t own = isLibraryThread ? 1 : 0;  // The task that ends the process.
+    const std::size_t unfinished = tasks;
+    if (unfinished <= own) return;
+    Lock lock(mutex);
+    for (const auto& report : reports) report(unfinished - own);
+  }
+};
+
+/// Never destroyed: threads go on while the process ends.
+State& shared() {
+  static auto* const state = new State;
+  return *state;
+}
+
+void endProcess() {
+  State& state = shared();
+  if (state.hasBegun.exchange(true)) return;
+  if (state.worker == ::getpid()) {
+    ::eventfd_write(state.event.get(), 1);
+    state.waitForRest();
+  }
+  state.isOver = true;
+  if (state.worker != ::getpid()) return;
+  try {
+    state.reportUnfinished();
+  } catch (const std::exception&) {
+    // Memory ran out.
+  }
+}
+
+/// A plugin that this library is linked into may be closed; the library's threads live in its code for good.
+void keepLoaded() {
+  Dl_info self{};
+  if (::dladdr(reinterpret_cast<const void*>(&endProcess), &self) == 0) return;
+  // The handle is never closed. A program itself cannot be opened, and need not be.
+  static_cast<void>(::dlopen(self.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE));
+}
+
+}  // namespace
+
+void ProcessEnd::watch() {
+  shared();
+  keepLoaded();
+  // Without a handler the process still ends, only less gently.
+  static_cast<void>(std::atexit(endProcess));
+}
+
+bool ProcessEnd::hasBegun() noexcept {
+  return shared().hasBegun;
+}
+
+bool ProcessEnd::isOver() noexcept {
+  return shared().isOver;
+}
+
+int ProcessEnd::descriptor() {
+  return shared().event.get();
+}
+
+void ProcessEnd::begin(Work work) noexcept {
+  State& state = shared();
+  if (work == Work::transfer) expectThread();
+  ++state.counter(work);
+}
+
+void ProcessEnd::finish(Work work, std::size_t count) noexcept {
+  State& state = shared();
+  if ((state.counter(work) -= count) > 0 || !state.hasBegun) return;
+  // Under the lock, so that the notice cannot fall between the other side's look and its sleep.
+  Lock lock(state.mutex);
+  state.cameToRest.notify_all();
+}
+
+void ProcessEnd::reportUnfinished(std::function<void(std::size_t tasks)> report) {
+  State& state = shared();
+  Lock lock(state.mutex);
+  state.reports.push_back(std::move(report));
+}
+
+bool ProcessEnd::acceptsTasks() noexcept {
+  return !hasBegun() || (isLibraryThread && !isOver());
+}
+
+void ProcessEnd::expectThread() noexcept {
+  shared().worker = ::getpid();
+}
+
+void ProcessEnd::markLibraryThread() noexcept {
+  isLibraryThread = true;
+}
+
+}  // namespace lumora

@@ -1,0 +1,28 @@
+#include "lumora/Platform/Linux/Tasks/RunTask.h"
+
+#include <future>
+#include <memory>
+
+namespace lumora {
+
+void runTask(const Task& task) noexcept {
+  try {
+    task();
+  } catch (...) {
+    // A task has nobody to report to.
+  }
+}
+
+void runTaskAndWait(TaskQueue& queue, const Task& task) {
+  if (!task) return;
+  auto done = std::make_shared<std::promise<void>>();
+  const std::future<void> ended = done->get_future();
+  queue.async([done = std::move(done), &task] {
+    runTask(task);
+    done->set_value();
+  });
+  // A queue that drops the task breaks the promise, which ends the wait too.
+  ended.wait();
+}
+
+}  // namespace lumora
