@@ -56,13 +56,14 @@ TEST_F(EventStoreTest, aFullQueueDropsNewEventsUnlessTheyAreCrucial) {
     if (when == atRest) {
       saveAll();
     } else {
-      store().getEventsDataWith([&, when = when, added = static_cast<std::size_t>(rows) + types.size()](
-                                    const auto&, const List& ids) {
-        if (when == whileUploadAndOthersSave) fill(rows);
-        std::thread(saveAll).join();  // An upload holds up no other thread.
-        EXPECT_EQ(count(), added);
-        if (when == whileAcceptedUpload) store().cleanUpEventsWith(ids);
-      });
+      store().getEventsDataWith(
+          [&, when = when, rows = rows, added = static_cast<std::size_t>(rows) + types.size()](
+              const auto&, const List& ids) {
+            if (when == whileUploadAndOthersSave) fill(rows);
+            std::thread(saveAll).join();  // An upload holds up no other thread.
+            EXPECT_EQ(count(), added);
+            if (when == whileAcceptedUpload) store().cleanUpEventsWith(ids);
+          });
     }
     EXPECT_EQ(count(), expected);
     EXPECT_EQ(host.log.messages(), std::vector<std::string>(crucialLines, crucialLine));
