@@ -26,14 +26,14 @@ inline constexpr long startSecond = 1496318400;
 class LumoraTest : public ::testing::Test {
  protected:
   LumoraTest() {
-    lumora();  // It wires the observers.
     host.urlLoader.setHandler([this](const URLRequest& request) {
       return URLResponse{200, {}, request.method == "GET" ? syncAnswer : accepted, std::nullopt};
     });
   }
 
   static Lumora& lumora() { return Lumora::sharedInstance(); }
-  static LMREventLogger& logger() { return LMREventLogger::sharedInstance(); }
+  /// The facade's, which has wired the observers.
+  static LMREventLogger& logger() { return lumora().eventLogger(); }
 
   void initializeAndRun() {
     lumora().initializeWithTarrowID(account, secret);
