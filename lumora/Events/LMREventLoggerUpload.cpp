@@ -1,7 +1,6 @@
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
-#include "lumora/Facade/Lumora.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/FlagMark.h"
@@ -10,6 +9,7 @@
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
 #include "lumora/Util/MinimumInterval.h"
+#include "lumora/Util/RunSecret.h"
 
 namespace lumora {
 namespace {
@@ -41,7 +41,7 @@ bool LMREventLogger::canReport() const {
 }
 
 std::optional<std::string> LMREventLogger::getReportEndPoint() const {
-  if (!Lumora::sharedInstance().isSecureModeEnabled()) return kLmroReportEndpoint;
+  if (!LMRUtil::getBoolForKey(kLmroSecureMode)) return kLmroReportEndpoint;
   const auto signature = LMRUtil::getSecureSignature();
   if (!signature) {
     logMissingSignature();
@@ -85,12 +85,11 @@ void LMREventLogger::warnWithoutLocks() {
 }
 
 bool LMREventLogger::mayUpload(bool force) const {
-  const Lumora& facade = Lumora::sharedInstance();
-  if (!facade.appSecret()) {
+  if (!RunSecret::sharedInstance().get()) {
     logTrace({operation, 153}, "Lumora is not initlized");
     return false;
   }
-  if (facade.isSecureModeEnabled() && !LMRUtil::getSecureSignature()) {
+  if (LMRUtil::getBoolForKey(kLmroSecureMode) && !LMRUtil::getSecureSignature()) {
     logMissingSignature();
     return false;
   }

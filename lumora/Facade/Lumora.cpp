@@ -15,6 +15,7 @@
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
 #include "lumora/Util/LumoraConstants.h"
+#include "lumora/Util/RunSecret.h"
 #include "lumora/Util/UIDeviceAdditionalInfo.h"
 
 namespace lumora {
@@ -120,10 +121,7 @@ void Lumora::restart(const std::string& appSecret, const LaunchOptions& launchOp
 }
 
 void Lumora::completeInitialization(const std::string& appSecret) {
-  {
-    Lock lock(textMutex_);
-    appSecret_ = appSecret;
-  }
+  RunSecret::sharedInstance().set(appSecret);
   logLine("LumoraSDK-v.{} initialized successfully.", kOstrelSDKVersion);
   startAppSession();
 }
@@ -149,13 +147,11 @@ std::string Lumora::getFormattedDate() const {
 }
 
 std::optional<std::string> Lumora::appSecret() const {
-  Lock lock(textMutex_);
-  return appSecret_;
+  return RunSecret::sharedInstance().get();
 }
 
 bool Lumora::sdkInitialized() const {
-  Lock lock(textMutex_);
-  return !LMRUtil::isStringEmpty(appSecret_);
+  return !LMRUtil::isStringEmpty(appSecret());
 }
 
 void Lumora::sdkInitilizationWarning() const {

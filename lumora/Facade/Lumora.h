@@ -218,7 +218,6 @@ class LUMORA_EXPORT Lumora {
   std::atomic<bool> makingInitCall_ = false;
   std::atomic<bool> isSyncing_ = false;
   mutable Mutex textMutex_;
-  std::optional<std::string> appSecret_ LUMORA_GUARDED_BY(textMutex_);
   /// What the initialisation of this run was given, whether or not it completed.
   std::optional<std::string> givenSecret_ LUMORA_GUARDED_BY(textMutex_);
   std::optional<std::string> token_ LUMORA_GUARDED_BY(textMutex_);

@@ -89,8 +89,8 @@ void Lumora::getLatestConfiguration(const std::string& appSecret) {
 /// other credentials.
 std::optional<std::string> Lumora::secretForSync() const {
   const std::string stored = LMRUtil::getStringForKey(kLmroAppSecret);
+  if (auto secret = appSecret()) return secret;
   Lock lock(textMutex_);
-  if (appSecret_) return appSecret_;
   return givenSecret_ == stored ? givenSecret_ : std::nullopt;
 }
 

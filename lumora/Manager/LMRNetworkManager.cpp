@@ -3,12 +3,12 @@
 #include <cassert>
 #include <utility>
 
-#include "lumora/Facade/Lumora.h"
 #include "lumora/Platform/JSON.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
 #include "lumora/Util/LumoraConstants.h"
+#include "lumora/Util/RunSecret.h"
 #include "lumora/Util/UIDeviceAdditionalInfo.h"
 
 namespace lumora {
@@ -67,7 +67,7 @@ void LMRNetworkManager::setHeaders(URLRequest& request) const {
   addHeader(request, "lc", LMRUtil::getLocal());
   addHeader(request, "tz", LMRUtil::getTimeZone());
   addHeader(request, "p", "ios");
-  addHeader(request, "sec", Lumora::sharedInstance().appSecret());
+  addHeader(request, "sec", RunSecret::sharedInstance().get());
   addHeader(request, "sdkvr", std::string(kOstrelSDKVersionInt));
   addHeader(request, "appbd", bundle.infoValue(kBundleVersionKey));
   addHeader(request, "appver", bundle.infoValue(kBundleShortVersionKey));
