@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   const auto message = lumora::LMRInAppMessage::initWithDictionary(*value->asDictionary());
   if (message && message->isValid()) {
     auto& store = lumora::LMRDataManager::sharedInstance();
-    store.saveCampaign(*message);
+    store.saveCampaign(message->row());
     lumora::LMRInAppHandler::sharedInstance().refill();
     store.clearCampaigns({message->getCampaignId().value_or("")});
   }

@@ -34,7 +34,7 @@ void receive(const std::string& answer) {
   const auto decoded = lumora::parseJSON(answer);
   for (const lumora::Value& campaign : *lumora::findValue(*decoded->asDictionary(), "inapp")->asList()) {
     const auto message = lumora::LMRInAppMessage::initWithDictionary(*campaign.asDictionary());
-    if (message && message->isValid()) store.saveCampaign(*message);
+    if (message && message->isValid()) store.saveCampaign(message->row());
   }
 }
 

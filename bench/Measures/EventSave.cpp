@@ -9,6 +9,7 @@
 #include "bench/TypicalEvent.h"
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/LumoraActionMetaData.h"
+#include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Platform/Platform.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/LMRSettingsKeys.h"
@@ -68,6 +69,7 @@ Report measureInAppStep(const std::string& folder) {
   lumora::LMRDataManager& store = lumora::LMRDataManager::sharedInstance();
   const lumora::Dictionary details = typicalDetails()->actionMetadata();
   lumora::LMRUtil::setBool(true, lumora::kLmroInit);
+  logger.setObserver(lumora::LMRInAppHandler::sharedInstance());
   const auto saveWithoutStep = [&] {
     const lumora::Dictionary record = typicalRecord(details);
     if (!lumora::platform().settings.object(lumora::kLmroInit).boolValue()) return;

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "lumora/Events/EventObserver.h"
 #include "lumora/Platform/Mutex.h"
 #include "lumora/Platform/Value.h"
 
@@ -20,12 +21,15 @@ class LMREventLogger {
  public:
   static LMREventLogger& sharedInstance();
 
+  /// Names who is told of every event and session; it must live as long as the process.
+  void setObserver(EventObserver& observer) noexcept { observer_ = &observer; }
+
   // Records.
 
   /// A new record: the kind of event and the present second.
   Dictionary getEventSkeleton(std::string_view eventType);
-  /// Shows the campaign that waits for the record, then stores the record, and ahead of it the client
-  /// information when that is still due.
+  /// Tells the observer, then stores the record, and ahead of it the client information when that is still
+  /// due.
   void saveEvent(const Dictionary& event);
   /// Without metadata the record has no such entry.
   void reportCheckpoint(const std::string& name, std::string_view type,
@@ -88,6 +92,7 @@ class LMREventLogger {
   /// Whether the client information was recorded, but the settings could not keep that.
   bool isClientInfoMarkLost_ LUMORA_GUARDED_BY(mutex_) = false;
   std::atomic<bool> isReporting_ = false;
+  std::atomic<EventObserver*> observer_ = nullptr;
 };
 
 }  // namespace lumora

@@ -1,6 +1,5 @@
 #include "lumora/Events/CurrentSecond.h"
 #include "lumora/Events/LMREventLogger.h"
-#include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/EventKeys.h"
 #include "lumora/Util/LMRSettingsKeys.h"
@@ -18,7 +17,7 @@ Dictionary LMREventLogger::getEventSkeleton(std::string_view eventType) {
 void LMREventLogger::saveEvent(const Dictionary& event) {
   const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
-  LMRInAppHandler::sharedInstance().currentEvent(event);
+  if (EventObserver* const observer = observer_) observer->currentEvent(event);
   reportClientInfoIfDue();
   LMRDataManager::sharedInstance().saveEventInDB(event);
 }

@@ -2,7 +2,6 @@
 
 #include "lumora/Events/CurrentSecond.h"
 #include "lumora/Events/LMREventLogger.h"
-#include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/EventKeys.h"
 #include "lumora/Util/Log.h"
@@ -22,7 +21,7 @@ bool LMREventLogger::startSession(const std::string& name) {
     return false;
   }
   sessions_.emplace(name, Dictionary{{std::string(KEY_SESSION_START), currentSecond()}});
-  LMRInAppHandler::sharedInstance().currentSession(name);
+  if (EventObserver* const observer = observer_) observer->currentSession(name);
   return true;
 }
 

@@ -40,9 +40,13 @@ Lumora::Lumora()
       dataManager_(LMRDataManager::sharedInstance()),
       eventLogger_(LMREventLogger::sharedInstance()),
       networkManager_(LMRNetworkManager::sharedInstance()) {
+  // Who is told by a lower floor, and where lower floors leave work for later: the whole of it is here.
+  LMRInAppHandler& inAppHandler = LMRInAppHandler::sharedInstance();
+  eventLogger_.setObserver(inAppHandler);
+  dataManager_.setObserver(inAppHandler);
   dataManager_.storeLaterOn(*serialQueue_);
+  inAppHandler.fetchOn(*serialInAppQueue_);
   appStoreEnvironment_ = !platform().bundle.pathForResource("embedded", "mobileprovision");
-  LMRInAppHandler::sharedInstance().fetchOn(*serialInAppQueue_);
 }
 
 void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,

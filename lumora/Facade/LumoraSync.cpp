@@ -50,7 +50,7 @@ void receiveCampaigns(const Value& campaigns) {
   for (const Value& campaign : *list) {
     if (!campaign.asDictionary()) continue;
     const auto message = LMRInAppMessage::initWithDictionary(*campaign.asDictionary());
-    if (message && message->isValid()) store.saveCampaign(*message);
+    if (message && message->isValid()) store.saveCampaign(message->row());
   }
   LMRInAppHandler::sharedInstance().fetchAndRefill();
 }

@@ -8,12 +8,14 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "lumora/Events/EventObserver.h"
 #include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/InApp/LMRTappable.h"
 #include "lumora/Platform/Export.h"
 #include "lumora/Platform/Mutex.h"
 #include "lumora/Platform/TaskQueues.h"
 #include "lumora/Platform/Value.h"
+#include "lumora/Storage/CampaignObserver.h"
 
 namespace lumora {
 
@@ -22,14 +24,14 @@ struct CampaignRow;
 
 /// Decides when a stored campaign is shown and what a tap on it does.
 ///
-/// The event pipeline tells it of every event and session, on the thread that records them; the display layer
-/// tells it of taps, on the main thread. The map from trigger events to campaigns is an immutable snapshot
-/// that each refill publishes whole.
+/// The event pipeline tells it of every event and session, on the thread that records them, and the store of
+/// deleted campaigns; the display layer tells it of taps, on the main thread. The map from trigger events to
+/// campaigns is an immutable snapshot that each refill publishes whole.
 ///
 /// Nothing here waits for the network but `fetchForSession` and `fetchAndRefill`: a campaign whose picture is
 /// not in the cache is left out of the map, the picture is fetched on the queue that was named for it, and
 /// the map is built again.
-class LUMORA_EXPORT LMRInAppHandler {
+class LUMORA_EXPORT LMRInAppHandler : public EventObserver, public CampaignObserver {
  public:
   /// Lets an event's name be looked up without a copy of it.
   struct NameHash {
@@ -44,9 +46,11 @@ class LUMORA_EXPORT LMRInAppHandler {
   static LMRInAppHandler& sharedInstance();
 
   /// An event is about to be stored: shows the campaign that waits for its name, unless one is on screen.
-  void currentEvent(const Dictionary& event);
+  void currentEvent(const Dictionary& event) override;
   /// A session has started: the application's own makes campaigns shown once per session available again.
-  void currentSession(std::string_view name);
+  void currentSession(std::string_view name) override;
+  /// Publishes the map without the first entry of that campaign.
+  void campaignDeleted(const std::string& campaignId) override;
 
   /// What the display layer calls for a tap on a button, and on the view with the tap recognizer.
   void buttonAction(LMRTappable& button) { processAction(button); }
@@ -68,7 +72,7 @@ class LUMORA_EXPORT LMRInAppHandler {
   /// only by the two above. The queue must live as long as the process.
   void fetchOn(TaskQueue& queue) noexcept { queue_ = &queue; }
 
-  /// The snapshot; null until the store first publishes one.
+  /// The snapshot; null until the first refill.
   std::shared_ptr<const EventMap> lmrInappEvents() const;
   void setLmrInappEvents(std::shared_ptr<const EventMap> events);
   /// The campaign last looked up for an event; null when there was none.
@@ -83,7 +87,7 @@ class LUMORA_EXPORT LMRInAppHandler {
   enum class Lacking { isFetched, isGivenUp };
 
   LMRInAppHandler();
-  ~LMRInAppHandler();
+  ~LMRInAppHandler() override;
   void refill(Lacking lacking);
   std::shared_ptr<LMRInAppMessage> messageOf(const CampaignRow& row, Lacking lacking);
   void fetchSoon();

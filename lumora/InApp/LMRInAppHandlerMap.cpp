@@ -19,6 +19,18 @@ void LMRInAppHandler::refill(Lacking lacking) {
       });
 }
 
+void LMRInAppHandler::campaignDeleted(const std::string& campaignId) {
+  const auto events = lmrInappEvents();
+  if (!events) return;
+  for (const auto& [event, message] : *events) {
+    if (message->getCampaignId() != campaignId) continue;
+    auto remaining = std::make_shared<EventMap>(*events);
+    remaining->erase(event);
+    setLmrInappEvents(std::move(remaining));
+    return;
+  }
+}
+
 /// Null when the campaign is bad, or lacks a picture.
 std::shared_ptr<LMRInAppMessage> LMRInAppHandler::messageOf(const CampaignRow& row, Lacking lacking) {
   using Lack = CampaignPictures::Lack;

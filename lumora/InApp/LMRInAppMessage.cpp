@@ -6,13 +6,13 @@
 #include "lumora/InApp/CampaignDate.h"
 #include "lumora/InApp/CampaignLayout.h"
 #include "lumora/InApp/ComponentReader.h"
-#include "lumora/Platform/JSON.h"
+#include "lumora/Platform/Platform.h"
+#include "lumora/Storage/CampaignRow.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Storage/LMRIOManager.h"
 #include "lumora/Util/DecimalText.h"
 #include "lumora/Util/EventKeys.h"
 #include "lumora/Util/LMRUtil.h"
-#include "lumora/Util/Log.h"
 
 namespace lumora {
 namespace {
@@ -191,12 +191,16 @@ std::string LMRInAppMessage::getEndTime() const {
 }
 
 std::optional<std::string> LMRInAppMessage::getJsonData() const {
-  auto text = data_ ? writeJSON(*data_, JSONStyle::pretty) : std::nullopt;
-  if (!text) {
-    logLine("LumoraSDK-Failed to create json strin in InAppNotification");
-    return std::nullopt;
-  }
-  return LMRUtil::sharedInstance().formatString(std::move(*text));
+  return campaignText(data_ ? &*data_ : nullptr);
+}
+
+CampaignRow LMRInAppMessage::row() const {
+  return {.campaignId = campaign_id_.value_or(""),
+          .event = display_trigger_.value_or(""),
+          .campaign = data_.value_or(Dictionary()),
+          .startTime = getStartTime(),
+          .endTime = getEndTime(),
+          .frequency = display_frequency_};
 }
 
 }  // namespace lumora

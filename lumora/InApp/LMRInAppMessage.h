@@ -20,6 +20,8 @@
 
 namespace lumora {
 
+struct CampaignRow;
+
 /// One in-app campaign: a message that the service sends, that is stored, and that is shown when the event it
 /// waits for is recorded.
 ///
@@ -52,6 +54,8 @@ class LUMORA_EXPORT LMRInAppMessage : public std::enable_shared_from_this<LMRInA
   static std::optional<double> getTimeStamp(const std::string& text);
   /// The campaign object as text for the inside of an SQL literal.
   std::optional<std::string> getJsonData() const;
+  /// What the store keeps of it.
+  CampaignRow row() const;
 
   const std::optional<std::string>& getCampaignId() const noexcept { return campaign_id_; }
   const std::optional<std::string>& getDisplayTrigger() const noexcept { return display_trigger_; }

@@ -15,13 +15,12 @@
 #include "lumora/Platform/FileLock.h"
 #include "lumora/Platform/Mutex.h"
 #include "lumora/Platform/TaskQueues.h"
+#include "lumora/Storage/CampaignObserver.h"
 #include "lumora/Storage/CampaignRow.h"
 #include "lumora/Storage/LMRResource.h"
 #include "lumora/Storage/OstrelSQLiteManager.h"
 
 namespace lumora {
-
-class LMRInAppMessage;
 
 /// The storage manager: the queue of event records that wait for upload, and the table of campaigns.
 ///
@@ -95,23 +94,23 @@ class LMRDataManager {
   // Campaigns.
 
   /// Stores a campaign; one that is stored already is replaced and may be shown again.
-  void saveCampaign(const LMRInAppMessage& campaign);
+  void saveCampaign(const CampaignRow& row);
   /// The campaign saved last of those that may be shown now for an event; nothing when there is none.
   std::optional<CampaignRow> getCampaign(const std::string& event);
   /// The same for every event that has one.
   std::vector<CampaignRow> getCampaigns(Enabled enabled);
   /// Changes a campaign's flags, or those of every campaign that is shown once per session.
   void updateResource(const LMRResource& resource);
-  /// Deletes campaigns with their files and their entries in the handler's map. Takes the lock for each
-  /// alone. A resource without an identifier deletes nothing.
+  /// Deletes campaigns with their files, and tells the observer. Takes the lock for each alone. A resource
+  /// without an identifier deletes nothing.
   void clearCampaigns(const std::vector<std::string>& campaignIds);
   void clearCampaign(const LMRResource& resource);
   /// Deletes one expired campaign, however many there are.
   void clearExpiredCampaign();
   void cleanUpInapp();
-  /// Deletes one expired campaign, and calls back, still holding the lock, with the campaigns that the
-  /// handler's map is made of: for each trigger event the newest that may be shown now. Where the database is
-  /// busy this is a change that waits like every other, so the callback owns what it needs.
+  /// Deletes one expired campaign, and calls back, still holding the lock, with the campaigns that may be
+  /// shown now: for each event the newest. Where the database is busy this is a change that waits like every
+  /// other, so the callback owns what it needs.
   void getAllValidMessages(CampaignsCallback callback);
 
   // JSON.
@@ -123,6 +122,8 @@ class LMRDataManager {
   /// The coerced value as compact JSON; nothing, with a line, when it still cannot be written.
   std::optional<std::string> JSONSerializeObject(const Value& object) const;
 
+  /// Names who is told of deleted campaigns; it must live as long as the process.
+  void setObserver(CampaignObserver& observer) noexcept { observer_ = &observer; }
   /// Names the queue that stores what the main thread could not; it must live as long as the process.
   void storeLaterOn(TaskQueue& queue) noexcept { laterQueue_ = &queue; }
   /// Stores what is still waiting for a database that was busy.
@@ -179,6 +180,7 @@ class LMRDataManager {
   /// The changes that are not stored yet, in order.
   std::deque<Change> waiting_ LUMORA_GUARDED_BY(databaseLock_);
   std::uint64_t newestChange_ LUMORA_GUARDED_BY(databaseLock_) = 0;
+  std::atomic<CampaignObserver*> observer_ = nullptr;
   std::atomic<TaskQueue*> laterQueue_ = nullptr;
   /// Whether the main thread has left changes to the queue: nothing more waits on it until they are stored.
   std::atomic<bool> isStoringLater_ = false;

@@ -2,17 +2,14 @@
 
 #include <utility>
 
-#include "lumora/InApp/LMRInAppHandler.h"
-#include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/Platform/JSON.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Storage/LMRIOManager.h"
+#include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
 
 namespace lumora {
 namespace {
-
-using EventMap = LMRInAppHandler::EventMap;
 
 std::optional<std::string> firstText(const std::vector<OstrelSQLiteManager::Row>& rows,
                                      std::string_view column) {
@@ -29,11 +26,13 @@ std::optional<CampaignRow> campaignOf(const OstrelSQLiteManager::Row& row) {
   };
   const auto campaign = parseJSON(text("inapp_msg"));
   if (!campaign || !campaign->asDictionary()) return std::nullopt;
-  return CampaignRow{text("campaignId"), text("event"), *campaign->asDictionary()};
-}
-
-std::string quoted(const std::optional<std::string>& text) {
-  return quotedForSQL(text.value_or(""));
+  const Value* frequency = findValue(row, "inapp_frequency");
+  return CampaignRow{.campaignId = text("campaignId"),
+                     .event = text("event"),
+                     .campaign = *campaign->asDictionary(),
+                     .startTime = text("startTime"),
+                     .endTime = text("endTime"),
+                     .frequency = frequency ? static_cast<std::int32_t>(frequency->integerValue()) : 0};
 }
 
 /// The statement that makes a change of flags; nothing when there is nothing to change.
@@ -45,7 +44,7 @@ std::optional<std::string> statementFor(const LMRResource& resource) {
     return fmt::format("Update lmro_inapp set enable={} where inapp_frequency = {} OR inapp_frequency = {};",
                        resource.enable, 4, 2);
   }
-  const std::string id = quoted(resource.campaignId);
+  const std::string id = quotedForSQL(*resource.campaignId);
   if (changesEnable && changesPaused) {
     return fmt::format("Update lmro_inapp set enable={} , paused={} where campaignId = '{}';",
                        resource.enable, resource.paused, id);
@@ -59,33 +58,27 @@ std::optional<std::string> statementFor(const LMRResource& resource) {
   return std::nullopt;
 }
 
-/// Publishes the handler's map without the first entry of that campaign.
-void removeFromHandlersMap(const std::optional<std::string>& campaignId) {
-  LMRInAppHandler& handler = LMRInAppHandler::sharedInstance();
-  const auto events = handler.lmrInappEvents();
-  if (!events) return;
-  for (const auto& [event, message] : *events) {
-    if (message->getCampaignId() != campaignId) continue;
-    auto remaining = std::make_shared<EventMap>(*events);
-    remaining->erase(event);
-    handler.setLmrInappEvents(std::move(remaining));
-    return;
-  }
-}
-
 }  // namespace
 
-void LMRDataManager::saveCampaign(const LMRInAppMessage& campaign) {
+std::optional<std::string> campaignText(const Dictionary* campaign) {
+  auto text = campaign ? writeJSON(*campaign, JSONStyle::pretty) : std::nullopt;
+  if (!text) {
+    logLine("LumoraSDK-Failed to create json strin in InAppNotification");
+    return std::nullopt;
+  }
+  return LMRUtil::sharedInstance().formatString(std::move(*text));
+}
+
+void LMRDataManager::saveCampaign(const CampaignRow& row) {
   const std::string statement = fmt::format(
       "INSERT OR REPLACE INTO lmro_inapp "
       "(inapp_msg,campaignId,event,startTime,endTime,inapp_frequency) VALUES "
       "('{}','{}','{}','{}','{}','{}');",
-      campaign.getJsonData().value_or(""), quoted(campaign.getCampaignId()),
-      quoted(campaign.getDisplayTrigger()), campaign.getStartTime(), campaign.getEndTime(),
-      campaign.getFrequency());
+      campaignText(&row.campaign).value_or(""), quotedForSQL(row.campaignId), quotedForSQL(row.event),
+      row.startTime, row.endTime, row.frequency);
   const auto error = std::make_shared<std::optional<SQLiteError>>();
   change([statement, error](OstrelSQLiteManager& sql) { *error = sql.doQuery(statement); },
-         [id = textOrNull(campaign.getCampaignId()), error](const DatabaseFault& fault) {
+         [id = row.campaignId, error](const DatabaseFault& fault) {
            constexpr const char* operation = "-[LMRDataManager saveCampaign:]";
            if (fault || *error) {
              logTrace({operation, 270}, "Failed to save CampaignId : {} due to {}", id,
@@ -139,12 +132,13 @@ void LMRDataManager::clearCampaigns(const std::vector<std::string>& campaignIds)
 
 void LMRDataManager::clearCampaign(const LMRResource& resource) {
   if (!resource.campaignId) return;
-  change(
-      [statement = fmt::format("delete from lmro_inapp where campaignId='{}'", quoted(resource.campaignId))](
-          OstrelSQLiteManager& sql) { sql.doQuery(statement); });
+  change([statement = fmt::format("delete from lmro_inapp where campaignId='{}'",
+                                  quotedForSQL(*resource.campaignId))](OstrelSQLiteManager& sql) {
+    sql.doQuery(statement);
+  });
   LMRIOManager::sharedInstance().clearFile(resource);
-  Lock lock(databaseLock_);  // The map is replaced under it alone.
-  removeFromHandlersMap(resource.campaignId);
+  Lock lock(databaseLock_);  // Lists of campaigns are published under it alone.
+  if (CampaignObserver* const observer = observer_) observer->campaignDeleted(*resource.campaignId);
 }
 
 void LMRDataManager::clearExpiredCampaign() {

@@ -32,7 +32,8 @@ class LumoraTest : public ::testing::Test {
   }
 
   static Lumora& lumora() { return Lumora::sharedInstance(); }
-  static LMREventLogger& logger() { return LMREventLogger::sharedInstance(); }
+  /// The facade's, which has wired the observers.
+  static LMREventLogger& logger() { return lumora().eventLogger(); }
 
   void initializeAndRun() {
     lumora().initializeWithTarrowID(account, secret);

@@ -42,7 +42,7 @@ inline std::shared_ptr<LMRInAppMessage> read(const Dictionary& campaign) {
 }
 
 inline void saveCampaign(const std::string& changes = "") {
-  LMRDataManager::sharedInstance().saveCampaign(*read(plainCampaign(changes)));
+  LMRDataManager::sharedInstance().saveCampaign(read(plainCampaign(changes))->row());
 }
 
 /// What the lines that drop a campaign name as the reason, each with "; " behind it; empties the log.

@@ -12,6 +12,8 @@ namespace {
 
 class CampaignStoreTest : public ::testing::Test {
  protected:
+  CampaignStoreTest() { store.setObserver(LMRInAppHandler::sharedInstance()); }
+
   std::string offered() {
     const auto campaign = store.getCampaign("open");
     return campaign ? campaign->campaignId : "none";
@@ -94,7 +96,7 @@ TEST_F(CampaignStoreTest, TextsAreStoredAsTheyAre) {
   for (const std::string& text : texts) {
     Dictionary campaign = plainCampaign();
     for (const char* key : {"cid", "display_trigger", "more"}) campaign[key] = text;
-    store.saveCampaign(*read(campaign));
+    store.saveCampaign(read(campaign)->row());
     const auto found = store.getCampaign(text);
     EXPECT_TRUE(found && Value(found->campaign) == Value(campaign)) << text.substr(0, 99);
     store.clearCampaigns({text});
