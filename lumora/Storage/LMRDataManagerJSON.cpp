@@ -1,3 +1,5 @@
+// Any value as one that JSON can hold. Event records do not come by here: LMRDataManagerEvents.cpp writes
+// them as they are, or not at all.
 #include <date/date.h>
 
 #include <algorithm>
