@@ -43,6 +43,7 @@ void LMREventLogger::reportCheckpoint(const std::string& name, std::string_view 
   Lock lock(mutex_);
   Dictionary event = getEventSkeleton(KEY_CHECKPOINT);
   event.emplace(KEY_NAME, name);
+  // An empty map is recorded too; only its absence is not.
   if (meta) event.emplace(KEY_META, *meta);
   event.emplace(KEY_TYPE, type);
   saveEvent(event);

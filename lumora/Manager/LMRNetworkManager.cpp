@@ -79,6 +79,7 @@ void LMRNetworkManager::setHeaders(URLRequest& request) const {
 }
 
 std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::string& endPoint) {
+  // Held over the request: one at a time, and nothing but a request waits for this lock.
   Lock lock(mutex_);
   const auto url = getBaseUrlWithEndPoint(endPoint);
   if (!url) {
@@ -145,6 +146,7 @@ std::optional<Dictionary> LMRNetworkManager::postDataSync(std::string data, cons
 
 void LMRNetworkManager::printErrorMessage(const std::optional<TransportError>& error) {
   Lock lock(mutex_);
+  // An answer that is merely empty is no error of the transport.
   if (!error) return;
   std::string message = error->description;
   if (error->domain == kURLErrorDomain) {
