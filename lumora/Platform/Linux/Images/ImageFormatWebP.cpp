@@ -1,3 +1,5 @@
+// Whether bytes are one whole WebP: the frames of its container, and of each the lossy picture, which the
+// library decodes, or the lossless one, which WebPLosslessStream.cpp checks within less memory.
 #include <webp/decode.h>
 #include <webp/demux.h>
 
@@ -98,6 +100,7 @@ bool isWholeLossyPicture(std::string_view chunk, ImageCheckBudget& budget) {
   config.options.use_scaling = 1;
   config.options.scaled_width = 1;
   config.options.scaled_height = 1;
+  // How a pixel looks does not matter, only that it is there.
   config.options.bypass_filtering = 1;
   config.options.no_fancy_upsampling = 1;
   config.output.colorspace = MODE_YUV;
