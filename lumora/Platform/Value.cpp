@@ -1,3 +1,5 @@
+// The dynamic value: conversions as the platform makes them, descriptions for log lines, and an end and a
+// comparison without recursion. JSON is JSON.cpp's business, the settings file's form SettingsFormat.cpp's.
 #include "lumora/Platform/Value.h"
 
 #include <fmt/format.h>
@@ -97,6 +99,8 @@ Value::Value(MixedMap map) : storage_(std::make_shared<MixedMap>(std::move(map))
 bool Value::ownsNestedValues() const noexcept {
   const auto isSoleOwner = [this]<typename Held>(std::type_identity<Held>) {
     const auto* held = std::get_if<std::shared_ptr<Held>>(&storage_);
+    // Two threads that let go at once may both see two owners. The members then end by recursion, but by one
+    // level only: each of them is looked at in turn.
     return held && *held && held->use_count() == 1;
   };
   return isSoleOwner(std::type_identity<List>()) || isSoleOwner(std::type_identity<Dictionary>()) ||
@@ -126,6 +130,7 @@ Value::~Value() {
 }
 
 Value::Kind Value::kind() const noexcept {
+  // By the alternatives of `Storage`, in their order.
   constexpr Kind kinds[] = {Kind::null, Kind::number, Kind::number, Kind::string, Kind::date,  Kind::url,
                             Kind::data, Kind::list,   Kind::map,    Kind::map,    Kind::opaque};
   return kinds[storage_.index()];
@@ -260,6 +265,7 @@ std::string Value::kindName() const {
 }
 
 bool Value::isSameNumber(const Value& left, const Value& right) {
+  // As doubles, which do not tell large neighbours apart, where either is one.
   if (left.isFloatingPoint() || right.isFloatingPoint()) return left.doubleValue() == right.doubleValue();
   const auto& one = std::get<Integer>(left.storage_);
   const auto& other = std::get<Integer>(right.storage_);
