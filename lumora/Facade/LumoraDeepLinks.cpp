@@ -42,6 +42,7 @@ Parameters parametersOf(const std::string& query) {
   const std::string decoded = percentDecoded(query).value_or("");
   for (const std::string_view piece : split(decoded, '&')) {
     const auto parts = split(piece, '=');
+    // Of a name given twice the last value holds; what follows a second "=" is left out.
     if (parts.size() >= 2) parameters.insert_or_assign(std::string(parts[0]), std::string(parts[1]));
   }
   return parameters;

@@ -62,6 +62,7 @@ void requestForegroundCopy(const Dictionary& payload) {
   request.categoryIdentifier = KEY_LOCAL_NOTIFICATION;
   request.body = alert.asString() ? Value(platform().bundle.localizedString(*alert.asString())) : alert;
   request.userInfo = payload;
+  // The badge counts this one too; nothing here ever takes it back.
   request.badge = platform().application.iconBadgeNumber() + 1;
   request.delay = secondsBeforeForegroundCopy;
   platform().notifications.addNotificationRequest(request, logSchedulingResult);

@@ -47,6 +47,7 @@ LMRInAppHandler::~LMRInAppHandler() = default;
 
 void LMRInAppHandler::currentEvent(const Dictionary& event) {
   Lock lock(mutex_);
+  // The first event of a run finds no map yet.
   if (!lmrInappEvents()) refill();
   // Before the map is read: a tap first takes its campaign out of the map and then clears this.
   if (onScreen_) return;

@@ -55,6 +55,7 @@ std::shared_ptr<LMRInAppMessage> LMRInAppMessage::initWithoutPictures(
     const std::optional<Dictionary>& campaign) {
   auto message = std::make_shared<LMRInAppMessage>();
   message->data_ = campaign;
+  // No object at all is no bad one: it makes an empty message.
   return !campaign || message->read(*campaign) ? message : nullptr;
 }
 
@@ -112,6 +113,7 @@ bool LMRInAppMessage::readLayout() {
   if (!name) return drop("type");
   const LayoutType* type = layoutTypeNamed(*name);
   if (!type) {
+    // No screen has this code.
     notificationType_ = unknownLayoutCode;
     return drop("type");
   }

@@ -140,6 +140,7 @@ class Writer {
   bool writeNumber(const Value& value) {
     if (value.isBoolean()) {
       text_ += value.boolValue() ? "true" : "false";
+      // `integerValue` would give the end of the signed range.
     } else if (value.numberKind() == Value::NumberKind::unsignedLongLong) {
       text_ += value.description();
     } else if (!value.isFloatingPoint()) {

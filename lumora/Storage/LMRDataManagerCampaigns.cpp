@@ -141,6 +141,7 @@ void LMRDataManager::clearCampaign(const LMRResource& resource) {
                                   quotedForSQL(*resource.campaignId))](OstrelSQLiteManager& sql) {
     sql.doQuery(statement);
   });
+  // At once, also where the row has to wait for a database that is busy.
   LMRIOManager::sharedInstance().clearFile(resource);
   Lock lock(databaseLock_);  // Lists of campaigns are published under it alone.
   if (CampaignObserver* const observer = observer_) observer->campaignDeleted(*resource.campaignId);

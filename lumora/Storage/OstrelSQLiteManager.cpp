@@ -109,6 +109,7 @@ std::vector<std::string> columnNames(sqlite3_stmt* statement) {
   return names;
 }
 
+/// Bytes are printed as their description, so a dump does not bring them back.
 std::string dumpedValue(const Value& value) {
   if (value.isNull()) return "null";
   if (value.isNumber()) return value.description();
@@ -175,6 +176,7 @@ OstrelSQLiteManager::Transaction::~Transaction() {
 }
 
 DatabaseFault OstrelSQLiteManager::Transaction::commit() {
+  // Not after a fault: SQLite may have undone what came before it, and the rest is not to stand alone.
   if (!fault()) sql_.note(sqlite3_exec(sql_.db_, "COMMIT", nullptr, nullptr, nullptr));
   sql_.endTransaction();
   return fault();
@@ -240,6 +242,7 @@ std::optional<SQLiteError> OstrelSQLiteManager::runStatement(const std::string& 
     note(sqlite3_prepare_v2(db_, sql.c_str(), -1, &prepared, nullptr));
     const Statement statement(prepared);
     if (statement && parameters) bindParameters(statement.get(), *parameters);
+    // One step: whatever rows there are, nobody wants them.
     const int result = statement ? sqlite3_step(statement.get()) : SQLITE_OK;
     note(result);
     if (result == SQLITE_ERROR) {

@@ -88,6 +88,7 @@ std::string LMRUtil::deviceType() {
   return "unknown";
 }
 
+/// By the machine, not by the model that the device names itself.
 std::string LMRUtil::deviceModelName() {
   std::string machine = platform().device.machineIdentifier();
   for (const auto& [identifier, name] : modelNames) {

@@ -120,6 +120,7 @@ std::optional<Coder> LMRUtil::getDataObjectForKey(std::string_view key) {
   const auto decoded = parseJSON(text);
   const Dictionary* fields = decoded ? decoded->asDictionary() : nullptr;
   if (!fields) return std::nullopt;
+  // Back to the bytes that went in, whether or not they are a text.
   return holdsBytes ? convertTexts(*fields, bytesFromText, 0) : *fields;
 }
 

@@ -54,6 +54,7 @@ std::optional<Data> bytesOf(const Text& string) {
 Text textOf(const std::optional<Data>& data) {
   if (!data) return std::nullopt;
   std::string text(data->begin(), data->end());
+  // Another program may have stored bytes under this key.
   if (!isUTF8(text)) return std::nullopt;
   return text;
 }
@@ -178,6 +179,7 @@ void UICKeyChainStore::removeAllItems() {
 }
 
 void UICKeyChainStore::synchronize() {
+  // Each by itself: one that is refused keeps no other back.
   for (const auto& [key, data] : itemsToUpdate_) setData(data, key, service_, accessGroup_);
   itemsToUpdate_.clear();
 }

@@ -70,6 +70,7 @@ void LinuxApplication::setState(ApplicationState state) {
 }
 
 void LinuxApplication::post(LifecycleNotification notification) {
+  // What the library would do now is not taken by its queues any more.
   if (ProcessEnd::hasBegun()) return;
   std::vector<std::function<void()>> handlers;
   {

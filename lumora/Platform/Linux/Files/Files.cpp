@@ -44,6 +44,7 @@ class TemporaryFile {
       if (written <= 0) return false;
       bytes.remove_prefix(static_cast<std::size_t>(written));
     }
+    // The bytes before the name: a power cut must not leave the new name with nothing in it.
     return ::fsync(file_.get()) == 0;
   }
 

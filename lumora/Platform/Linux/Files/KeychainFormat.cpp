@@ -40,6 +40,7 @@ std::optional<KeychainItem> decodeItem(const Value& json) {
   auto account = decodeText(*object, "account");
   auto value = decodeBytes(*object, "value");
   auto accessGroup = decodeText(*object, "access_group");
+  // Without a group is something else than with one that cannot be read.
   const bool isGroupBroken = findValue(*object, "access_group") && !accessGroup;
   if (!service || !generic || !account || !value || isGroupBroken) return std::nullopt;
   // The accessibility is not kept: it speaks of a locked screen, which files know nothing of.

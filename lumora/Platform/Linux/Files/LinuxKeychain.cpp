@@ -118,6 +118,7 @@ KeychainStatus LinuxKeychain::add(const KeychainItem& item) {
   return change([&item](Items& items) {
     const bool isTaken =
         std::ranges::any_of(items, [&item](const KeychainItem& other) { return isSameItem(other, item); });
+    // Adding never replaces: whoever wants that updates.
     if (isTaken) return KeychainStatus::failure;
     items.push_back(item);
     return KeychainStatus::success;

@@ -41,6 +41,7 @@ bool readFrame(GifFileType* gif, std::vector<GifPixelType>& row) {
                               frame.Left + frame.Width <= gif->SWidth &&
                               frame.Top + frame.Height <= gif->SHeight;
   auto& budget = static_cast<Source*>(gif->UserData)->budget;
+  // The library would take a frame of any place and size.
   if (!isWithinCanvas ||
       !budget.takeFrame(static_cast<std::uint64_t>(frame.Width), static_cast<std::uint64_t>(frame.Height)))
     return false;

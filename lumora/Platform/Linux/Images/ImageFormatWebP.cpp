@@ -60,6 +60,7 @@ class ChunkReader {
     for (std::size_t i = headerSize; i-- > 4;) size = size << 8 | static_cast<unsigned char>(rest_[i]);
     if (size > rest_.size() - headerSize) return false;
     whole_ = rest_.substr(0, headerSize + size);
+    // Chunks of odd length are followed by a byte of padding, save perhaps the last.
     rest_.remove_prefix(std::min(rest_.size(), whole_.size() + size % 2));
     return true;
   }

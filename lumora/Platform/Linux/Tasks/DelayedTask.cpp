@@ -105,6 +105,7 @@ void DelayedTask::request() {
   // Whoever asks again begins with the shortest pause.
   state_->failures = 0;
   if (!state_->worker.joinable()) state_->startWorker();
+  // A run that comes sooner serves this request too.
   if (state_->due && *state_->due <= moment) return;
   state_->due = moment;
   state_->wake.notify_all();
