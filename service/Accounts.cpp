@@ -1,3 +1,5 @@
+// The accounts as requests need them: read again when the file changes, with the sync answer made ready. What
+// the file may hold is checked in AccountsFile.cpp, what is answered in Endpoints.cpp.
 #include "service/Accounts.h"
 
 #include <fmt/format.h>
@@ -142,6 +144,7 @@ void Accounts::take(const JSON& accounts) {
   misbehaviours_.clear();
   for (const auto& [id, source] : accounts.items()) {
     if (!source.is_object()) continue;
+    // Of two identifiers that differ by case alone the later one holds: host names have no case.
     accounts_[lowerCase(id)] = std::make_shared<const Account>(accountFrom(id, source));
     misbehaviours_[id] = misbehavioursFrom(source);
   }

@@ -1,3 +1,5 @@
+// Reads an accounts file with an eye on the person who wrote it: every oddity is named with its line, and
+// costs no more than its own key. What the keys mean is Accounts' business.
 #include "service/AccountsFile.h"
 
 #include <fmt/format.h>

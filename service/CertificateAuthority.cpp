@@ -1,3 +1,5 @@
+// The service's own certificate authority, and the server certificates that it issues, those included that a
+// client must refuse. Serving by them is HTTPSServer's.
 #include "service/CertificateAuthority.h"
 
 #include <openssl/bio.h>

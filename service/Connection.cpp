@@ -1,3 +1,5 @@
+// One TLS connection as the HTTP library reads and writes it. The head of each request is read here, with
+// limits that the library does not have; what it asks for is for Endpoints to answer.
 #include "service/Connection.h"
 
 #include <openssl/err.h>

@@ -1,3 +1,5 @@
+// What the service answers to each path. It knows accounts and events, but neither connections nor
+// misbehaviour, which Service.cpp sees to.
 #include "service/Endpoints.h"
 
 #include <algorithm>

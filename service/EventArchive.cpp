@@ -1,3 +1,5 @@
+// What was reported, in an SQLite file that a developer may look into. Whether a report is accepted is
+// Endpoints' to say.
 #include "service/EventArchive.h"
 
 #include <chrono>

@@ -1,3 +1,5 @@
+// The HTTP library's server with TLS and threads of our own, and refusals for what never becomes a request.
+// What is answered is decided in Service.cpp.
 #include "service/HTTPSServer.h"
 
 #include <fmt/format.h>

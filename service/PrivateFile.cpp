@@ -1,3 +1,5 @@
+// Writes a file for its owner alone that a reader sees whole or not at all: keys, and the file that says that
+// the service listens.
 #include "service/PrivateFile.h"
 
 #include <fcntl.h>

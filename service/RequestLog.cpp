@@ -1,3 +1,5 @@
+// Each request as a line for people and as one for programs. What is recorded of a request is put together in
+// Service.cpp.
 #include "service/RequestLog.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,5 @@
+// The running service: listens, reads bodies, lets accounts misbehave, records every request. Answers come
+// from Endpoints, connections from HTTPSServer.
 #include "service/Service.h"
 
 #include <sys/socket.h>

@@ -1,3 +1,4 @@
+// The program around the service: options, signals, and the command that prints a deep link.
 #include <pthread.h>
 #include <signal.h>
 #include <sys/stat.h>

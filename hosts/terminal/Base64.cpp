@@ -1,3 +1,5 @@
+// Base64 for the commands that read and write settings: the host shows bytes by it. The library's store files
+// have their own.
 #include "hosts/terminal/Base64.h"
 
 #include <cstdint>

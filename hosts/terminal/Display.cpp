@@ -1,3 +1,5 @@
+// Alerts, notifications and links as lines of output, and the person's answer to an alert. Message screens
+// are in Screens.cpp.
 #include "hosts/terminal/Display.h"
 
 #include <utility>

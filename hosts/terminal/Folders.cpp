@@ -1,3 +1,5 @@
+// The folders of the host's own data, and where its keychain and its resources lie by default. What the files
+// in them hold is the library's business.
 #include "hosts/terminal/Folders.h"
 
 #include <sys/stat.h>

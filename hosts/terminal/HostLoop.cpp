@@ -1,3 +1,5 @@
+// One loop for input, signals and the main queue. What a line means is for CommandRunner to say; lines are
+// cut by LineReader.
 #include "hosts/terminal/HostLoop.h"
 
 #include <poll.h>
@@ -14,6 +16,7 @@ HostLoop::HostLoop(int input, lumora::LinuxMainQueue& mainQueue, lumora::LinuxTa
     : lines_(input), mainQueue_(mainQueue), queues_(queues), signals_(signals) {}
 
 std::optional<std::string> HostLoop::nextLine() {
+  // What waits on the main queue comes before the next line, also before one that has arrived.
   wait(Input::ignored, microseconds(0));
   while (!isTerminated_) {
     if (auto line = lines_.takeLine()) return line;

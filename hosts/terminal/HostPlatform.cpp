@@ -1,3 +1,5 @@
+// The Linux platform with this host's options, and the services that the host brings itself: clock, network,
+// display.
 #include "hosts/terminal/HostPlatform.h"
 
 #include <filesystem>

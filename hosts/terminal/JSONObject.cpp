@@ -1,3 +1,4 @@
+// An output line's object. Its members are written as they come, since a map would sort them.
 #include "hosts/terminal/JSONObject.h"
 
 #include "hosts/terminal/SettingJSON.h"

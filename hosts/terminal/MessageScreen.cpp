@@ -1,3 +1,5 @@
+// One message on screen: its elements, and what a tap on each tells the library. Which screens are shown is
+// in Screens.cpp; what is drawn, LMRInAppDescription says.
 #include "hosts/terminal/MessageScreen.h"
 
 #include <cstdint>

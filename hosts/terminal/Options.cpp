@@ -1,3 +1,5 @@
+// The command line: its options as a table, from which the help is printed too. What they set in the platform
+// is in HostPlatform.cpp.
 #include "hosts/terminal/Options.h"
 
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// The output: whole lines, in one write where the system takes it. Who reads no more is not waited for, and
+// ends nothing.
 #include "hosts/terminal/Output.h"
 
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// The stack of message screens, and the window's bottom screen, which does nothing but present them.
 #include "hosts/terminal/Screens.h"
 
 #include <algorithm>

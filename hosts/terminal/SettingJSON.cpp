@@ -1,3 +1,5 @@
+// Settings as JSON and back. The settings file has another form (SettingsFormat.cpp): this one is for people
+// who type.
 #include "hosts/terminal/SettingJSON.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// Fails requests as a device without a network would, with the platform's own codes and texts; otherwise
+// passes them on.
 #include "hosts/terminal/SwitchableNetwork.h"
 
 #include <string>

@@ -1,3 +1,5 @@
+// SIGTERM and SIGINT as a descriptor that HostLoop waits for, so that the host ends between two commands and
+// by `exit`.
 #include "hosts/terminal/TerminationSignals.h"
 
 #include <sys/signalfd.h>

@@ -1,3 +1,5 @@
+// The terminal host: options, the platform, then commands until the input ends. The commands themselves are
+// in Commands/.
 #include <fcntl.h>
 #include <unistd.h>
 

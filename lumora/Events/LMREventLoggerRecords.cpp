@@ -1,3 +1,6 @@
+// The records of each kind of event, and what comes before one is stored: the observer, then the client
+// information. Rows and the limit of their number are LMRDataManager's; what a host may call is in Lumora's
+// sources.
 #include "lumora/Events/CurrentSecond.h"
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Storage/LMRDataManager.h"
@@ -15,8 +18,10 @@ Dictionary LMREventLogger::getEventSkeleton(std::string_view eventType) {
 }
 
 void LMREventLogger::saveEvent(const Dictionary& event) {
+  // Ahead of the lock: a wait for another process comes after it, when nobody waits for this thread.
   const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
+  // Whether or not the event can be stored, it shows its campaign.
   if (EventObserver* const observer = observer_) observer->currentEvent(event);
   reportClientInfoIfDue();
   LMRDataManager::sharedInstance().saveEventInDB(event);
@@ -38,6 +43,7 @@ void LMREventLogger::reportCheckpoint(const std::string& name, std::string_view 
   Lock lock(mutex_);
   Dictionary event = getEventSkeleton(KEY_CHECKPOINT);
   event.emplace(KEY_NAME, name);
+  // An empty map is recorded too; only its absence is not.
   if (meta) event.emplace(KEY_META, *meta);
   event.emplace(KEY_TYPE, type);
   saveEvent(event);
@@ -71,6 +77,7 @@ void LMREventLogger::reportPushToken(const std::string& token) {
   event.emplace(KEY_EVENT_PUSH, Dictionary{{std::string(KEY_PUSH_SUBTYPE), KEY_PUSH_INIT},
                                            {std::string(KEY_PUSH_TOKEN), token}});
   saveEvent(event);
+  // A test device was registered with the token that it had then.
   reportTestPushToken(token);
 }
 
@@ -99,6 +106,7 @@ void LMREventLogger::reportPushDelivered(const Value& campaignId) {
 
 void LMREventLogger::reportPushOpen(const std::optional<Dictionary>& launchOptions) {
   if (!launchOptions || !findValue(*launchOptions, "UIApplicationLaunchOptionsRemoteNotificationKey")) return;
+  // Looked for beside the notification, not in it.
   if (const Value* campaignId = findValue(*launchOptions, "c")) reportPushOpened(*campaignId);
 }
 

@@ -1,3 +1,6 @@
+// The table of open sessions. It is in memory alone: a session that is open when the process ends is never
+// recorded. What a host may call is in LumoraTracking.cpp, when the application's own session runs in
+// Lumora.cpp.
 #include <vector>
 
 #include "lumora/Events/CurrentSecond.h"
@@ -35,23 +38,28 @@ void LMREventLogger::endSession(const std::string& name) {
   Lock lock(mutex_);
   const auto session = sessions_.find(name);
   if (session == sessions_.end()) {
+    // The application's session is ended whenever the application goes away, open or not: no mistake of the
+    // host's.
     if (name != kLmroSession) logLine("LumoraSDK-{} session not started.", name);
     return;
   }
   const std::int64_t start = session->second.at(std::string(KEY_SESSION_START)).integerValue();
   const std::int64_t duration = currentSecond() - start;
+  // It stays open, also where the clock was set back: a later end can still record it.
   if (duration <= 0) return;
   Dictionary event = getEventSkeleton(KEY_SESSION);
   event.emplace(KEY_SESSION_NAME, name);
   event.emplace(KEY_SESSION_DURATION, static_cast<long long>(duration));
   event.emplace(KEY_TYPE, KEY_TYPE_INTERNAL);
   saveEvent(event);
+  // By its name: the event may have shown a screen, whose code may have discarded the sessions meanwhile.
   sessions_.erase(name);
 }
 
 void LMREventLogger::endAllSessions() {
   const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
+  // A copy, since each end takes an entry out of the table.
   std::vector<std::string> names;
   for (const auto& [name, session] : sessions_) names.push_back(name);
   for (const std::string& name : names) endSession(name);

@@ -1,3 +1,5 @@
+// The upload: who may upload and when, one request with every stored event, and their deletion once the
+// service took them. Rows and their ids are LMRDataManager's, requests LMRNetworkManager's.
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
@@ -16,6 +18,7 @@ namespace {
 
 constexpr const char* kLmroReportEndpoint = "report/events/";
 constexpr std::chrono::milliseconds noWait{0};
+/// A request of another process ends after 10 s; the rest is for its reading and deleting.
 constexpr std::chrono::seconds longestWaitForProcess{15};
 constexpr const char* operation = "-[LMREventLogger reportEvents:]";
 constexpr const char* callbackOperation = "-[LMREventLogger reportEvents:]_block_invoke";
@@ -60,6 +63,7 @@ void LMREventLogger::reportEvents(bool force) {
     logTrace({operation, 144}, "Already reporting the event");
     return;
   }
+  // The attempt counts, not its success: a service that fails is not asked again by the next trigger.
   LMRUtil::setObject(platform().clock.now(), kLmroLastReport);
   if (processes.state() == FileLockState::busy) {
     logLine("LumoraSDK-Another process of this application is still uploading.");
@@ -99,6 +103,7 @@ void LMREventLogger::uploadEvents(const std::string& events, const List& ids) {
     return;
   }
   logTrace({callbackOperation, 185}, " sending data {}", events);
+  // Asked for once more: the signature may have been taken away since `mayUpload`.
   const auto endPoint = getReportEndPoint();
   if (!endPoint) {
     logTrace({callbackOperation, 196}, "Failed to get access token");
@@ -109,6 +114,7 @@ void LMREventLogger::uploadEvents(const std::string& events, const List& ids) {
     return;
   }
   logLine("LumoraSDK-Reported all data successfully.");
+  // Under the upload's locks still, so that nobody reads these rows again before they are gone.
   LMRDataManager::sharedInstance().cleanUpEventsWith(ids);
 }
 

@@ -1,3 +1,6 @@
+// Initialisation, the application's lifecycle, and the two ways in which work reaches the library's queue.
+// What the service answers is in LumoraSync.cpp; tracking, push, links and secure mode have sources of their
+// own.
 #include "lumora/Facade/Lumora.h"
 
 #include <date/date.h>
@@ -90,6 +93,8 @@ void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
   }
   if (makingInitCall_.exchange(true)) return;  // Another thread was first.
   Application& application = platform().application;
+  // By each accepted call again. After an attempt that failed the lifecycle is heard of twice; the second
+  // time finds the session begun or ended already, and nothing left to send.
   application.observe(LifecycleNotification::willEnterForeground, [this] { appWillEnterForeground(); });
   application.observe(LifecycleNotification::didEnterBackground, [this] { appDidEnterBackground(); });
   isSyncing_ = false;
@@ -102,9 +107,11 @@ void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
 void Lumora::initialize(const std::string& tarrowID, const std::string& appSecret,
                         const LaunchOptions& launchOptions) {
   const std::string storedVersion = LMRUtil::getStringForKey(kLmroAppVersion);
+  // Read before the new account takes the stored one's place.
   const std::string storedCredentials =
       LMRUtil::getStringForKey(kLmroTarrowID) + LMRUtil::getStringForKey(kLmroAppSecret);
   accountBlocked_ = LMRUtil::getBoolForKey(kLmroAcountBlocked);
+  // Stored before anything is known of it: the request for the configuration takes the account from there.
   LMRUtil::setObject(tarrowID, kLmroTarrowID);
   // Refused, with the store's line: the new secret must not go out with the account of another run.
   if (LMRUtil::getStringForKey(kLmroTarrowID) != tarrowID) return;
@@ -117,6 +124,7 @@ void Lumora::initialize(const std::string& tarrowID, const std::string& appSecre
     logLine("LumoraSDK-Invalid app version, app version can not be empty.");
     return;
   }
+  // Compared as one text: a character that moves from one to the other makes no difference.
   if (storedVersion != *version || storedCredentials != tarrowID + appSecret) {
     initializeAfresh(appSecret, storedVersion.empty(), launchOptions);
   } else {
@@ -127,16 +135,20 @@ void Lumora::initialize(const std::string& tarrowID, const std::string& appSecre
 /// The first run, an application update, or new credentials.
 void Lumora::initializeAfresh(const std::string& appSecret, bool isFirstRun,
                               const LaunchOptions& launchOptions) {
+  // The client information is due again, ahead of the next event.
   LMRUtil::setBool(false, kLmroInit);
   LMRUtil::setBool(isFirstRun, kLmroNewUser);
   if (isFirstRun) LMRUtil::setObject(getFormattedDate(), kLmroInstallDate);
   getLatestConfiguration(appSecret);
+  // Whether or not that succeeded: without a secret the upload ends at once, and the event waits for a later
+  // one.
   trackPushNotification(launchOptions);
   eventLogger_.reportEvents(true);
 }
 
 /// The same application and credentials as in the last run.
 void Lumora::restart(const std::string& appSecret, const LaunchOptions& launchOptions) {
+  // Not for good: the resync that follows the application's coming and going asks again.
   if (accountBlocked_) {
     logLine("LumoraSDK-account disabled for this app.");
     return;
@@ -148,6 +160,7 @@ void Lumora::restart(const std::string& appSecret, const LaunchOptions& launchOp
 }
 
 void Lumora::completeInitialization(const std::string& appSecret) {
+  // First: requests carry it, and without it nothing is uploaded.
   RunSecret::sharedInstance().set(appSecret);
   logLine("LumoraSDK-v.{} initialized successfully.", kOstrelSDKVersion);
   startAppSession();
@@ -188,6 +201,7 @@ void Lumora::sdkInitilizationWarning() const {
       "method.");
 }
 
+/// Whether an initialisation has succeeded, in this run or an earlier one: only then are both stored.
 bool Lumora::hasStoredCredentials() const {
   const std::string version = LMRUtil::getStringForKey(kLmroAppVersion);
   const std::string secret = LMRUtil::getStringForKey(kLmroAppSecret);
@@ -201,6 +215,7 @@ void Lumora::appDidEnterBackground() {
   *task = application.beginBackgroundTask([&application, task] { application.endBackgroundTask(*task); });
   if (!hasStoredCredentials()) return;
   enqueue([this] {
+    // The session first: its duration goes out with this upload.
     eventLogger_.stopAppSession();
     eventLogger_.reportEvents(false);
     resyncConfiguration();

@@ -63,16 +63,8 @@ class LUMORA_EXPORT Lumora {
                               std::optional<Dictionary> launchOptions = std::nullopt);
   /// Seconds that a configuration request may take; anything below 5 becomes 5. The default is 10.
   void setTimeoutInterval(long seconds);
-  /// Whether an initialisation has completed in this run.
-  bool sdkInitialized() const;
-  /// Logs that the library is not initialised, unless it is or is about to be.
-  void sdkInitilizationWarning() const;
   /// Uploads everything that is stored, on the library's queue.
   void reportAll();
-  /// The identifier of this installation; a reinstallation makes a new one.
-  std::string getDeviceId() const;
-  /// Today's date in the device's time zone, as "yyyy-MM-dd".
-  std::string getFormattedDate() const;
 
   /// The host calls these itself only where the platform posts no lifecycle notifications.
   void appDidEnterBackground();
@@ -100,18 +92,6 @@ class LUMORA_EXPORT Lumora {
 
   /// @}
 
-  /// @name Secure mode
-  /// @{
-
-  /// Replaces the signature that uploads carry, and uploads what was held back for want of one. Works on the
-  /// calling thread, the request included. Null only removes the present signature.
-  void setSecureSignature(const std::shared_ptr<LMRSecuritySignature>& signature);
-  void removeSecureSignature();
-  /// Whether the account requires signed uploads.
-  bool isSecureModeEnabled() const;
-
-  /// @}
-
   /// @name Push
   /// @{
 
@@ -124,27 +104,70 @@ class LUMORA_EXPORT Lumora {
   /// The push token as text, "" when none is registered.
   std::string getPushDeviceToken() const;
   bool isPushRegistered() const;
-  /// Records that the person opened the notification in a payload or in launch options.
-  void trackPushNotification(const std::optional<Dictionary>& notification);
   /// Handles a payload by the application's present state: an arrival in the foreground is shown as a local
   /// notification, anything else is recorded as opened and its link opened.
   void handlePushNotification(const std::optional<Dictionary>& payload);
-  /// The platform delivered a local notification (systems before version 10).
-  void applicationDidReceiveLocalNotification(const LocalNotification& notification);
+  /// Records that the person opened the notification in a payload or in launch options. On another thread
+  /// than the main one the record is made before this returns, and goes out with a later upload.
+  void trackPushNotification(const std::optional<Dictionary>& notification);
   /// The person tapped a notification. The callback is called before this returns.
   void userNotificationCenterDidReceiveNotificationResponse(const NotificationResponse& response,
                                                             const std::function<void()>& completionHandler);
+  /// The platform delivered a local notification (systems before version 10).
+  void applicationDidReceiveLocalNotification(const LocalNotification& notification);
   /// Whether the notification was made from one of the service's, a second ago or longer.
   bool isLumoraNotification(const LocalNotification& notification) const;
 
   /// @}
 
-  /// @name Deep links and test devices, on the main thread
+  /// @name Deep links and test devices
   /// @{
 
-  /// Takes a link that the platform opened in the host. True when it begins a test-device registration; the
-  /// person is then asked for the device's name. A refused link is logged, and shown in an alert.
+  /// Takes a link that the platform opened in the host, on the main thread. True when it begins a test-device
+  /// registration; the person is then asked for the device's name. A refused link is logged, and shown in an
+  /// alert.
   bool applicationOpenURL(const URL& url);
+
+  /// @}
+
+  /// @name Secure mode
+  /// @{
+
+  /// Replaces the signature that uploads carry, and uploads what was held back for want of one. Works on the
+  /// calling thread, the request included. Null only removes the present signature.
+  void setSecureSignature(const std::shared_ptr<LMRSecuritySignature>& signature);
+  void removeSecureSignature();
+  /// Whether the account requires signed uploads.
+  bool isSecureModeEnabled() const;
+
+  /// @}
+
+  /// @name Identifier and state
+  /// @{
+
+  /// The identifier of this installation; a reinstallation makes a new one.
+  std::string getDeviceId() const;
+  /// Whether an initialisation has completed in this run.
+  bool sdkInitialized() const;
+  /// Whether the service has disabled the account for this application.
+  bool accountBlocked() const noexcept { return accountBlocked_; }
+  /// Whether a configuration request, or an upload, would be allowed now.
+  bool canUpdate() const;
+  bool canReport() const;
+  /// True when the host's resources hold no provisioning profile.
+  bool isAppStoreEnvironment() const noexcept { return appStoreEnvironment_; }
+
+  /// @}
+
+  /// @name For the library itself and its tests: a host has no need of these
+  /// @{
+
+  /// Logs that the library is not initialised, unless it is or is about to be.
+  void sdkInitilizationWarning() const;
+  /// Today's date in the device's time zone, as "yyyy-MM-dd".
+  std::string getFormattedDate() const;
+
+  /// Asks for the test device's name; what the person answers; an alert with one button. Main thread.
   void showDialog();
   void alertViewClickedButtonAtIndex(int alertTag, int buttonIndex, const std::string& text);
   void show(const std::string& message, const std::string& withTitle);
@@ -152,28 +175,16 @@ class LUMORA_EXPORT Lumora {
   std::optional<std::string> token() const;
   void setToken(std::optional<std::string> token);
 
-  /// @}
-
-  /// @name State
-  /// @{
-
-  /// Whether a configuration request, or an upload, would be allowed now.
-  bool canUpdate() const;
-  bool canReport() const;
-
   /// The secret of this run; nothing until an initialisation has completed.
   std::optional<std::string> appSecret() const;
-  /// True when the host's resources hold no provisioning profile.
-  bool isAppStoreEnvironment() const noexcept { return appStoreEnvironment_; }
-  /// Whether the service has disabled the account for this application.
-  bool accountBlocked() const noexcept { return accountBlocked_; }
   void setAccountBlocked(bool blocked) noexcept { accountBlocked_ = blocked; }
+  /// Whether an initialisation, or a configuration request, is under way.
   bool makingInitCall() const noexcept { return makingInitCall_; }
   void setMakingInitCall(bool making) noexcept { makingInitCall_ = making; }
   bool isSyncing() const noexcept { return isSyncing_; }
   void setIsSyncing(bool syncing) noexcept { isSyncing_ = syncing; }
 
-  /// The library's own queues and managers; a host has no need of them beyond waiting for the queues.
+  /// The library's own queues and managers. A host may wait for the queues; it hands nothing to them.
   TaskQueue& serialQueue() noexcept { return *serialQueue_; }
   TaskQueue& serialInAppQueue() noexcept { return *serialInAppQueue_; }
   LMREventLogger& eventLogger() noexcept { return eventLogger_; }

@@ -1,3 +1,5 @@
+// The details of a custom action, under the host's keys and the library's. Lumora's queue reads them while
+// the host may still write, hence the lock; what a record looks like is in LMREventLoggerRecords.cpp.
 #include "lumora/Facade/LumoraActionMetaData.h"
 
 #include "lumora/Util/LMRUtil.h"

@@ -1,3 +1,6 @@
+// Links that make this a test device: the link with the account's secret and a token for one registration,
+// the question for the device's name, and the request. URL takes links apart, the platform's Alerts shows
+// what is asked.
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -12,6 +15,7 @@
 namespace lumora {
 namespace {
 
+/// What the scheme begins with; the account's identifier follows.
 constexpr std::string_view linkScheme = "lmro";
 constexpr std::string_view kLmroAddTestDevice = "add_test_device";
 constexpr const char* kLmroApiAddTestDevice = "api/v1/test_device";
@@ -38,6 +42,7 @@ Parameters parametersOf(const std::string& query) {
   const std::string decoded = percentDecoded(query).value_or("");
   for (const std::string_view piece : split(decoded, '&')) {
     const auto parts = split(piece, '=');
+    // Of a name given twice the last value holds; what follows a second "=" is left out.
     if (parts.size() >= 2) parameters.insert_or_assign(std::string(parts[0]), std::string(parts[1]));
   }
   return parameters;
@@ -73,6 +78,7 @@ bool Lumora::acceptDeepLink(const std::string& query) {
     show("Deep link secret query parametere not found!", alertTitle);
     return false;
   }
+  // The stored secret serves a link that starts the application, before this run has initialised.
   if (secret->second != appSecret() && Value(secret->second) != platform().settings.object(kLmroAppSecret)) {
     show("The URL does not match this application.", alertTitle);
     logLine("LumoraSDK-Deep link secretkey not matched");
@@ -107,6 +113,7 @@ void Lumora::alertViewClickedButtonAtIndex(int alertTag, int buttonIndex, const 
   if (alertTag != addDeviceAlertTag || buttonIndex != yesButtonIndex) return;
   logLine("LumoraSDK-Button YES was selected for add test device");
   if (text.empty()) {
+    // Not mixed up: here the title tells what to do.
     show("Error", "Please enter a valid name.");
     showDialog();
     return;
@@ -142,6 +149,7 @@ std::string Lumora::getTestRegistrationForToken(const std::string& registrationT
                                                 const std::string& deviceName) {
   const std::string pushToken = getPushDeviceToken();
   const std::string pushParameter = pushToken.empty() ? "" : fmt::format("&push_token={}", pushToken);
+  // Escaped as a whole: a reserved character in the device's name stays as it is.
   return percentEscaped(fmt::format("{}?name={}{}&token={}&device_type={}", kLmroApiAddTestDevice, deviceName,
                                     pushParameter, registrationToken, LMRUtil::deviceType()));
 }

@@ -1,3 +1,5 @@
+// The attributes of the person who uses the application. Lumora's queue reads them while the host may still
+// write, hence the lock; what counts as an e-mail address is LMRUtil's to say.
 #include "lumora/Facade/LumoraLead.h"
 
 #include "lumora/Util/LMRUtil.h"
@@ -5,6 +7,7 @@
 namespace lumora {
 
 void LumoraLead::setEmail(const Text& email) {
+  // A bad address leaves an earlier good one in place.
   if (email && LMRUtil::sharedInstance().isValidEmail(*email)) setKey(KEY_EMAIL, email);
 }
 

@@ -1,3 +1,6 @@
+// Push: the token, notifications that arrive or are tapped, and what is recorded of them. The platform's
+// Notifications shows the copies that are made here, LMRUtil opens the links, LMREventLogger makes the
+// records.
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
@@ -13,6 +16,7 @@ namespace {
 /// Category and request identifier of the local copy of a notification that arrives in the foreground.
 constexpr const char* KEY_LOCAL_NOTIFICATION = "com.lumora.localnotification";
 constexpr const char* olderCategory = "INVITE_CATEGORY";
+/// Marks a payload that the person has answered, which is not shown as a copy again.
 constexpr const char* checkedKey = "checked";
 constexpr double secondsBeforeForegroundCopy = 1.0;
 
@@ -58,6 +62,7 @@ void requestForegroundCopy(const Dictionary& payload) {
   request.categoryIdentifier = KEY_LOCAL_NOTIFICATION;
   request.body = alert.asString() ? Value(platform().bundle.localizedString(*alert.asString())) : alert;
   request.userInfo = payload;
+  // The badge counts this one too; nothing here ever takes it back.
   request.badge = platform().application.iconBadgeNumber() + 1;
   request.delay = secondsBeforeForegroundCopy;
   platform().notifications.addNotificationRequest(request, logSchedulingResult);
@@ -95,6 +100,7 @@ void Lumora::registerPushDeviceToken(const std::optional<Data>& deviceToken) {
     logLine("LumoraSDK-Push token already registered");
     return;
   }
+  // Stored before it is reported: the same token, given again meanwhile, is registered already.
   LMRUtil::setObject(text, kLmroToken);
   enqueue([this, text] {
     eventLogger_.reportPushToken(text);
@@ -107,6 +113,7 @@ void Lumora::unregisterPushDeviceToken() {
   LMREventLogger& logger = LMREventLogger::sharedInstance();
   logger.clearPushToken();
   logger.reportEvents(true);
+  // Whatever the upload came to: the event is stored, and goes out with a later one.
   SettingsStore& settings = platform().settings;
   settings.removeObject(kLmroToken);
   settings.synchronize();
@@ -123,6 +130,7 @@ bool Lumora::isPushRegistered() const {
 void Lumora::trackPushNotification(const std::optional<Dictionary>& notification) {
   if (!notification) return;
   const Dictionary* payload = &*notification;
+  // One that the library made has the payload that it was made from as its user info.
   if (findValue(*payload, kLaunchOptionsLocalNotificationKey)) {
     const Dictionary* local = findMap(*payload, kLaunchOptionsLocalNotificationKey);
     payload = local ? findMap(*local, kLocalNotificationUserInfoKey) : nullptr;
@@ -157,6 +165,7 @@ void Lumora::trackTracking(const Value& tracking) {
 
 void Lumora::handlePushNotification(const std::optional<Dictionary>& payload) {
   sdkInitilizationWarning();
+  // The state at the call: by the time the task runs a tap may have brought the host to the front.
   const ApplicationState state = platform().application.state();
   enqueue([this, payload, state] {
     if (payload) handlePayload(*payload, state);
@@ -194,11 +203,13 @@ void Lumora::userNotificationCenterDidReceiveNotificationResponse(
   Dictionary payload = response.request.userInfo;
   payload[checkedKey] = checkedKey;
   handlePushNotification(payload);
+  // Without waiting for the queue: the system is told that the answer was taken, not what came of it.
   if (completionHandler) completionHandler();
 }
 
 bool Lumora::isLumoraNotification(const LocalNotification& notification) const {
   const double elapsed = secondsSince1970(platform().clock.now()) - secondsSince1970(notification.fireDate);
+  // A younger one is being delivered to an application in the foreground; nobody has tapped it yet.
   if (elapsed < 1.0) return false;
   if (LMRUtil::isStringEmpty(notification.alertBody)) return false;
   return notification.userInfo && findMap(*notification.userInfo, "vs");

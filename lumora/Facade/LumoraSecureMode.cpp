@@ -1,3 +1,5 @@
+// The signature of an account in secure mode: checked by LMRSecuritySignature, kept in the settings store,
+// sent by LMREventLoggerUpload.cpp. Whether the mode is on is the service's to say (LumoraSync.cpp).
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/Lumora.h"
 #include "lumora/Util/LMRSecuritySignature.h"
@@ -8,6 +10,7 @@
 namespace lumora {
 
 void Lumora::setSecureSignature(const std::shared_ptr<LMRSecuritySignature>& signature) {
+  // First, so that a store that refuses the new one is not left with the old one.
   removeSecureSignature();
   if (!signature) return;
   LMRUtil::setDataObject(signature.get(), kLmroSecureToken);
@@ -17,6 +20,7 @@ void Lumora::setSecureSignature(const std::shared_ptr<LMRSecuritySignature>& sig
 }
 
 void Lumora::removeSecureSignature() {
+  // Not flushed: the next flush, or the store by itself, writes it.
   platform().settings.removeObject(kLmroSecureToken);
   logLine("LumoraSDK-Removed secured signature.");
 }

@@ -1,3 +1,6 @@
+// The configuration that the service gives: when it may be asked for, and what its answer changes: the block,
+// the features, the campaigns. Requests are LMRNetworkManager's, campaigns from there on the in-app
+// handler's.
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
@@ -68,10 +71,12 @@ void Lumora::getLatestConfiguration(const std::string& appSecret) {
   const auto response = networkManager_.getDataFromEndpoint(getSyncUrl(appSecret));
   if (!response) return;
   if (!parseResponseForBlockedAndFeatures(response) || accountBlocked_) {
+    // The host may try again while the rest of this task runs.
     makingInitCall_ = false;
     return;
   }
   completeInitialization(appSecret);
+  // Only now: after an attempt that failed the next run must take the same path again.
   LMRUtil::setObject(platform().bundle.infoValue(kBundleShortVersionKey), kLmroAppVersion);
   LMRUtil::setObject(appSecret, kLmroAppSecret);
   LMRUtil::setObject(platform().clock.now(), kLmroLastUpdate);
@@ -88,11 +93,13 @@ std::optional<std::string> Lumora::secretForSync() const {
 }
 
 void Lumora::resyncConfiguration() {
+  // Before the lock, so that nobody waits for another's request.
   if (isSyncing_) return;
   Lock lock(mutex_);
   const FlagMark syncing(isSyncing_);
   const auto secret = secretForSync();
   if (secret && canUpdate()) {
+    // The attempt counts, not its success.
     LMRUtil::setObject(platform().clock.now(), kLmroLastUpdate);
     logTrace({"-[Lumora resyncConfiguration]", 407}, "Making update call");
     parseResponseForBlockedAndFeatures(networkManager_.getDataFromEndpoint(getSyncUrl(*secret)));
@@ -112,12 +119,14 @@ bool Lumora::canReport() const {
 bool Lumora::parseResponseForBlockedAndFeatures(const std::optional<Dictionary>& response) {
   if (!response) return false;
   const Value* blocked = findValue(*response, "blocked");
+  // An answer that does not say leaves this run as it is; the next one begins without a block.
   if (blocked) accountBlocked_ = blocked->boolValue();
   LMRUtil::setBool(blocked && blocked->boolValue(), kLmroAcountBlocked);
   if (const Value* last = findNumberOrText(*response, "lst")) {
     LMRUtil::setObject(last->doubleValue(), kLmroLastInAppUpdate);
   }
   const Value* campaigns = findValue(*response, "inapp");
+  // On a queue of its own: pictures may take minutes, and no event must wait for them.
   serialInAppQueue_->async([campaigns = campaigns ? *campaigns : Value()] { receiveCampaigns(campaigns); });
   const Value* config = findValue(*response, "config");
   if (config && config->asDictionary()) applyConfiguration(*config->asDictionary());

@@ -1,3 +1,5 @@
+// What a host records: sessions, actions, the person's profile. Arguments are checked on the caller's thread;
+// the records are made on the library's queue, by LMREventLogger.
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
@@ -28,6 +30,7 @@ void Lumora::endSession(const std::optional<std::string>& name) {
   });
 }
 
+/// The type chooses nothing: sessions are not kept by type.
 void Lumora::endAllSessionsWithType(const std::optional<std::string>&) {
   sdkInitilizationWarning();
   enqueueEvents([this] {
@@ -38,6 +41,7 @@ void Lumora::endAllSessionsWithType(const std::optional<std::string>&) {
 
 void Lumora::discardAllSessions() {
   sdkInitilizationWarning();
+  // At once, ahead of what is queued: a session whose start still waits there begins all the same.
   eventLogger_.discardAllSessions();
 }
 
@@ -63,6 +67,7 @@ void Lumora::associateLead(std::shared_ptr<LumoraLead> lead) {
   }
   sdkInitilizationWarning();
   enqueueEvents([this, lead = std::move(lead)] {
+    // The only record here that is sent at once, whatever the pause between uploads.
     eventLogger_.reportUserAttributes(lead->userData());
     eventLogger_.reportEvents(true);
   });

@@ -1,3 +1,5 @@
+// The one form of date that campaigns have. It is read by hand: a stream would follow the host's locale, and
+// take more forms than this.
 #include "lumora/InApp/CampaignDate.h"
 
 #include <date/date.h>
@@ -56,6 +58,7 @@ std::optional<std::chrono::minutes> readZone(Reader& reader) {
   const int hours = reader.digits(2);
   const bool hasColon = reader.take(":");
   const int minutes = reader.digits(2);
+  // Behind GMT the colon is part of the form; elsewhere it is optional.
   if ((isGMT && !hasColon) || hours > 23 || minutes > 59) return std::nullopt;
   const std::chrono::minutes offset = hours * 1h + minutes * 1min;
   return isWest ? -offset : offset;

@@ -1,3 +1,5 @@
+// The layouts as tables: what each is built from, and which pictures its object may name. LMRInAppMessage
+// builds the components, CampaignPictures fetches the pictures.
 #include "lumora/InApp/CampaignLayout.h"
 
 #include <algorithm>

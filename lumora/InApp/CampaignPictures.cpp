@@ -1,3 +1,5 @@
+// Fetches pictures ahead of the refills, and remembers which could not be fetched. The files are
+// LMRIOManager's; when a round begins and what a lack leads to is in LMRInAppHandlerMap.cpp.
 #include "lumora/InApp/CampaignPictures.h"
 
 #include <utility>
@@ -19,10 +21,12 @@ void CampaignPictures::fetch(const std::vector<CampaignRow>& campaigns) {
       // A picture that came but could not be written has failed as well.
       if (cache.isFileExists(picture.uri, row.campaignId)) continue;
       if (auto path = cache.pathForFile(picture.uri, row.campaignId)) failed.insert(std::move(*path));
+      // The campaign cannot be shown: its other pictures would be fetched in vain.
       if (picture.isNeeded) break;
     }
   }
   Lock lock(mutex_);
+  // This round's alone: what failed earlier, and was not asked for now, counts as untried.
   failed_.swap(failed);
 }
 

@@ -1,3 +1,5 @@
+// Reads campaign objects by tables of keys, and writes the line that drops a campaign. Which keys a component
+// has, and in what order, is in the component's own source.
 #include "lumora/InApp/ComponentReader.h"
 
 #include <algorithm>
@@ -18,6 +20,7 @@ bool dropCampaign(const std::string& campaignId, std::string_view reason) {
 
 namespace {
 
+/// JSON's true and false are numbers as well.
 bool isPlainNumber(const Value& value) {
   return value.isNumber() && !value.isBoolean();
 }

@@ -1,3 +1,5 @@
+// The keys of a background, in the order that decides which bad one is named. ComponentReader reads them;
+// what it means when the background is bad is LMRInAppMessage's to say.
 #include "lumora/InApp/LMRIABackground.h"
 
 #include "lumora/InApp/ComponentFactory.h"
@@ -20,6 +22,7 @@ bool LMRIABackground::readData(const Dictionary& data, const std::string& campai
   const ComponentReader reader(data, campaingId);
   if (!reader.read({{"color", Presence::optional, &color_}, {"uri", Presence::optional, &uri_}}))
     return false;
+  // A colour or a picture will do; without both the line names both.
   if (!color_ && !uri_) return reader.drop("color | uri");
   return reader.read({{"radius", Presence::required, Number{radius_}},
                       {"border_color", Presence::required, &borderColor_},

@@ -1,3 +1,5 @@
+// The keys of the close button, in the order that decides which bad one is named. A bad button costs only
+// itself, though the line says that the campaign is dropped (LMRInAppMessage::readCloseButton).
 #include "lumora/InApp/LMRIAClose.h"
 
 #include "lumora/InApp/ComponentFactory.h"

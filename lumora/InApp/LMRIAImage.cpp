@@ -1,3 +1,5 @@
+// The keys of an image, in the order that decides which bad one is named. Its picture is fetched by
+// CampaignPictures, and needed: an image has no colour to fall back to.
 #include "lumora/InApp/LMRIAImage.h"
 
 #include "lumora/InApp/ComponentFactory.h"

@@ -1,3 +1,5 @@
+// The keys of a button, in the order that decides which bad one is named. Which of them are needed depends on
+// whether it has a picture, which CampaignPictures fetches.
 #include "lumora/InApp/LMRIAPrimaryButton.h"
 
 #include "lumora/InApp/ComponentFactory.h"

@@ -1,3 +1,5 @@
+// The keys of a text, in the order that decides which bad one is named. The second text of a layout has the
+// same (LMRIASecondaryText).
 #include "lumora/InApp/LMRIAPrimaryText.h"
 
 #include "lumora/InApp/ComponentFactory.h"

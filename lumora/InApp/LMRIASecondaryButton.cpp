@@ -1,3 +1,4 @@
+// A second button has the keys of the first (LMRIAPrimaryButton); only its type is another.
 #include "lumora/InApp/LMRIASecondaryButton.h"
 
 #include "lumora/InApp/ComponentFactory.h"

@@ -1,3 +1,4 @@
+// A second text has the keys of the first (LMRIAPrimaryText); only its type is another.
 #include "lumora/InApp/LMRIASecondaryText.h"
 
 #include "lumora/InApp/ComponentFactory.h"

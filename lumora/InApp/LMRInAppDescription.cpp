@@ -1,3 +1,5 @@
+// A message as the object from which a screen can draw it. What the fields mean is in the components'
+// headers; where a picture lies is LMRIOManager's to say.
 #include "lumora/InApp/LMRInAppDescription.h"
 
 #include <optional>
@@ -72,6 +74,7 @@ void addTappable(Dictionary& elements, const char* name, std::int32_t type, cons
   if (!part) return;
   Dictionary fields = withoutNulls(describe(*part));
   fields.emplace("type", type);
+  // After the nulls were taken out: an action that is null says that a tap only closes.
   fields.emplace("action", part->action());
   elements.emplace(name, std::move(fields));
 }

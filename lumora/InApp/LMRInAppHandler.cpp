@@ -1,3 +1,5 @@
+// Which campaign an event brings up, and what a tap on it does. The map from events to campaigns is built in
+// LMRInAppHandlerMap.cpp, the screen in LMRInAppMessageDisplay.cpp.
 #include "lumora/InApp/LMRInAppHandler.h"
 
 #include "lumora/Events/LMREventLogger.h"
@@ -45,6 +47,7 @@ LMRInAppHandler::~LMRInAppHandler() = default;
 
 void LMRInAppHandler::currentEvent(const Dictionary& event) {
   Lock lock(mutex_);
+  // The first event of a run finds no map yet.
   if (!lmrInappEvents()) refill();
   // Before the map is read: a tap first takes its campaign out of the map and then clears this.
   if (onScreen_) return;
@@ -54,6 +57,7 @@ void LMRInAppHandler::currentEvent(const Dictionary& event) {
   if (!message_) return;
   LMRDataManager::sharedInstance().storeWaiting();  // What led to a screen outlives what is seen on it.
   message_->show();
+  // Even where nothing could be shown; only a tap, or `setOnScreen`, ends it.
   onScreen_ = true;
 }
 
@@ -61,6 +65,7 @@ void LMRInAppHandler::currentSession(std::string_view name) {
   if (name != kLmroSession) return;
   LMRDataManager::sharedInstance().updateResource(
       LMRResource::initWithCampaignId(std::nullopt, enabled, LMRResource::unchanged));
+  // Its pictures were fetched before the session began, under no lock (Lumora::fetchPicturesBeforeSession).
   refill(Lacking::isGivenUp);
 }
 
@@ -72,6 +77,7 @@ void LMRInAppHandler::processAction(LMRTappable& element) {
   // The element may be a part of its screen, which ends as soon as nobody holds it.
   const LMRTappable tapped = element;
   const std::shared_ptr<ViewController> screen = tapped.lmrMessage.lock();
+  // While the message counts as on screen still: this event brings up no other one.
   LMREventLogger::sharedInstance().reportInappWithSubType(std::string(KEY_INAPP_TAPPED),
                                                           tapped.lmrCampaignId);
   const bool isCallToAction = tapped.lmrButtonType != kLmroNoCallToAction;

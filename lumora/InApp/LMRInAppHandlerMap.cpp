@@ -1,3 +1,6 @@
+// The map from events to campaigns: built from the store's rows, published whole, built again when pictures
+// have come. What is shown by it is decided in LMRInAppHandler.cpp, what a campaign lacks is
+// CampaignPictures' to say.
 #include <utility>
 
 #include "lumora/InApp/CampaignPictures.h"
@@ -57,6 +60,7 @@ void LMRInAppHandler::fetchForSession() {
 
 void LMRInAppHandler::fetchSoon() {
   TaskQueue* queue = queue_;
+  // One round waits at most: it fetches whatever is missing when it begins.
   if (!queue || isFetchQueued_.exchange(true)) return;
   queue->async([this] {
     isFetchQueued_ = false;  // What is missed from now on has another round.

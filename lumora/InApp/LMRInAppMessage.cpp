@@ -1,3 +1,5 @@
+// One campaign, read and checked: the first thing that is bad drops it, with a line. Components read their
+// own keys, showing is in LMRInAppMessageDisplay.cpp, storing in LMRDataManagerCampaigns.cpp.
 #include "lumora/InApp/LMRInAppMessage.h"
 
 #include <algorithm>
@@ -53,6 +55,7 @@ std::shared_ptr<LMRInAppMessage> LMRInAppMessage::initWithoutPictures(
     const std::optional<Dictionary>& campaign) {
   auto message = std::make_shared<LMRInAppMessage>();
   message->data_ = campaign;
+  // No object at all is no bad one: it makes an empty message.
   return !campaign || message->read(*campaign) ? message : nullptr;
 }
 
@@ -79,6 +82,7 @@ bool LMRInAppMessage::readIdentity(const Dictionary& campaign) {
   if (!campaign_id_) return drop("campaingId");
   const std::string* status = findText(campaign, "status");
   if (!status) return drop("status");
+  // A status that is not known counts as active.
   status_ = codeForText(statusCodes, *status).value_or(active);
   return true;
 }
@@ -89,11 +93,13 @@ bool LMRInAppMessage::readDisplayRules(const Dictionary& campaign) {
   display_trigger_ = *trigger;
   const std::string* frequency = findText(campaign, "display_frequency");
   if (!frequency) return drop("display_frequency");
+  // One that is not known limits nothing.
   display_frequency_ = codeForText(frequencyCodes, *frequency).value_or(0);
   return true;
 }
 
 bool LMRInAppMessage::readTimes(const Dictionary& campaign) {
+  // The end comes first: its line is written when both are bad.
   const std::string* end = findText(campaign, "end_time");
   if (end) end_time_ = getTimeStamp(*end);
   if (!end_time_) return drop("end_time");
@@ -107,6 +113,7 @@ bool LMRInAppMessage::readLayout() {
   if (!name) return drop("type");
   const LayoutType* type = layoutTypeNamed(*name);
   if (!type) {
+    // No screen has this code.
     notificationType_ = unknownLayoutCode;
     return drop("type");
   }
@@ -179,6 +186,7 @@ std::optional<double> LMRInAppMessage::getTimeStamp(const std::string& text) {
 
 std::string LMRInAppMessage::getStartTime() const {
   if (start_time_) return wholeMilliseconds(*start_time_);
+  // Without a start it has begun: at the moment at which it is stored.
   return decimalText(secondsSince1970(platform().clock.now()) * 1000.0);
 }
 

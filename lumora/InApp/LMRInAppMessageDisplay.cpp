@@ -1,3 +1,5 @@
+// A message on its way to the screen: the container is made on the thread that recorded the event and
+// presented on the main queue. Screens and their layouts are the host's (LMRInAppViewController.h).
 #include <utility>
 
 #include "lumora/InApp/LMRInAppMessage.h"
@@ -59,6 +61,7 @@ std::shared_ptr<ViewController> LMRInAppMessage::inAppViewController() const {
 
 void LMRInAppMessage::present(const std::shared_ptr<ViewController>& container) const {
   const auto root = platform().application.rootViewController();
+  // The handler counts the message as shown all the same.
   if (!root) return;
   logTrace({"-[LMRInAppMessage show]_block_invoke", 340}, "showing campaign {}", textOrNull(campaign_id_));
   if (compareVersions(platform().device.systemVersion(), "8") >= 0) {

@@ -1,3 +1,6 @@
+// Requests to the service: their URLs and headers, and which answers count as accepted. The transport is the
+// platform's URLLoader; what is asked and what an answer changes is for LumoraSync.cpp, LumoraDeepLinks.cpp
+// and LMREventLoggerUpload.cpp.
 #include "lumora/Manager/LMRNetworkManager.h"
 
 #include <cassert>
@@ -76,6 +79,7 @@ void LMRNetworkManager::setHeaders(URLRequest& request) const {
 }
 
 std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::string& endPoint) {
+  // Held over the request: one at a time, and nothing but a request waits for this lock.
   Lock lock(mutex_);
   const auto url = getBaseUrlWithEndPoint(endPoint);
   if (!url) {
@@ -88,12 +92,14 @@ std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::stri
   request.url = *url;
   request.timeout = std::chrono::seconds(timeoutInterval_);
   request.ignoresLocalCache = true;
+  // Not the tag that is remembered below: only one that an earlier installation left under this key is sent.
   const Value etag = platform().settings.object(kOstrelEtagDefaultsKey);
   if (!etag.isNull()) addHeader(request, "If-None-Match", etag.description());
   addHeader(request, "Content-type", "text/plain");
   setHeaders(request);
 
   const URLResponse response = platform().urlLoader.load(request);
+  // No other status matters: what the answer says of itself decides.
   if (!hasBody(response)) {
     if (response.statusCode == 304) {
       logLine("LumoraSDK-No update available");
@@ -104,8 +110,10 @@ std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::stri
   }
   const auto decoded = decodedAnswer(response.body);
   if (!decoded) return std::nullopt;
+  // Only for an answer that could be read: without a network the main thread is let off.
   assert(!platform().queues.isMainThread() && "the service must not be asked on the main thread");
   auto answer = acceptedAnswer(*decoded);
+  // An answer without a tag leaves the earlier one.
   if (answer) LMRUtil::setObject(response.header("Etag"), kLmroEtag);
   return answer;
 }
@@ -138,6 +146,7 @@ std::optional<Dictionary> LMRNetworkManager::postDataSync(std::string data, cons
 
 void LMRNetworkManager::printErrorMessage(const std::optional<TransportError>& error) {
   Lock lock(mutex_);
+  // An answer that is merely empty is no error of the transport.
   if (!error) return;
   std::string message = error->description;
   if (error->domain == kURLErrorDomain) {

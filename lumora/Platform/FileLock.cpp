@@ -1,3 +1,5 @@
+// Waits for a file's lock by trying again; the lock itself is the platform's SharedFiles' to take. Time is
+// counted by pauses, so that a clock that is set meanwhile neither ends nor prolongs the wait.
 #include "lumora/Platform/FileLock.h"
 
 #include <algorithm>

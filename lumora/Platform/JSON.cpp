@@ -1,3 +1,5 @@
+// JSON to values and back, in one pass each: the parser's events build them, a writer of our own prints them.
+// What a value must look like to be stored or sent is for the callers to say.
 #include "lumora/Platform/JSON.h"
 
 #include <algorithm>
@@ -19,8 +21,10 @@ class ValueBuilder {
   bool boolean(bool value) { return add(Value(value)); }
   bool number_integer(std::int64_t value) { return add(Value(static_cast<long long>(value))); }
   bool number_unsigned(std::uint64_t value) { return add(Value(value)); }
+  // A number beyond every double could not be written again.
   bool number_float(double value, const std::string&) { return std::isfinite(value) && add(Value(value)); }
   bool string(std::string& value) { return add(Value(std::move(value))); }
+  // No JSON text has any; the interface asks for it.
   bool binary(std::vector<std::uint8_t>&) { return false; }
   bool start_object(std::size_t) { return open(true); }
   bool key(std::string& value) {
@@ -51,6 +55,8 @@ class ValueBuilder {
   };
 
   bool open(bool isMap) {
+    // The builder itself needs no limit, but the writer goes down by recursion, and so may the tree's
+    // readers.
     if (open_.size() >= static_cast<std::size_t>(kMaximumJSONDepth)) return false;
     open_.push_back({isMap, {}, {}, {}});
     return true;
@@ -134,6 +140,7 @@ class Writer {
   bool writeNumber(const Value& value) {
     if (value.isBoolean()) {
       text_ += value.boolValue() ? "true" : "false";
+      // `integerValue` would give the end of the signed range.
     } else if (value.numberKind() == Value::NumberKind::unsignedLongLong) {
       text_ += value.description();
     } else if (!value.isFloatingPoint()) {
@@ -153,6 +160,7 @@ class Writer {
   }
 
   bool writeText(const std::string& text) {
+    // Nothing is replaced or left out: a changed text would be another one.
     if (!isUTF8(text)) return false;
     text_ += '"';
     for (const char c : text) writeCharacter(c);

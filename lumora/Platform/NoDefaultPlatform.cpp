@@ -1,3 +1,5 @@
+// Linked by who takes the core without a platform, in place of Platform/Linux/DefaultPlatform.cpp. Ending the
+// program is the one place where the library may: nothing could be logged, stored or sent.
 #include <cstdio>
 #include <cstdlib>
 

@@ -1,3 +1,5 @@
+// The one installed platform. The services are elsewhere (Platform/Linux, Testing); the default is made only
+// when the library is used before a host has installed one.
 #include "lumora/Platform/Platform.h"
 
 #include <cassert>
@@ -43,6 +45,7 @@ void installPlatform(const Platform& platform) {
 }
 
 const Platform& platform() {
+  // Asked for once: from then on nothing is locked.
   static const Platform& current = installation().get();
   return current;
 }

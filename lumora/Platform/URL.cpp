@@ -1,3 +1,5 @@
+// URLs as texts that were checked once, and percent escapes. Nothing is normalised: a URL goes out as it was
+// written. Which links are opened is LMRUtil's and the host's business.
 #include "lumora/Platform/URL.h"
 
 #include <algorithm>
@@ -53,6 +55,7 @@ std::optional<std::string_view> authority(std::string_view text) {
 
 /// An IPv6 address keeps its brackets here.
 std::string_view hostOf(std::string_view authority) {
+  // The last one: a password may hold others.
   if (const auto at = authority.rfind('@'); at != std::string_view::npos) authority.remove_prefix(at + 1);
   if (authority.starts_with('[')) return authority.substr(0, authority.find(']') + 1);
   return authority.substr(0, authority.find(':'));
@@ -114,6 +117,7 @@ std::string percentEscaped(std::string_view text) {
   std::string escaped;
   escaped.reserve(text.size());
   for (const char c : text) {
+    // "#" would cut the text off, and brackets may only enclose an address.
     if (mayStandInURL(c) && c != '#' && c != '[' && c != ']') {
       escaped.push_back(c);
       continue;

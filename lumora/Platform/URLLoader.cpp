@@ -1,3 +1,4 @@
+// What answers have in common, whichever loader they come from; loading is CurlURLLoader's, or the host's.
 #include "lumora/Platform/URLLoader.h"
 
 #include "lumora/Platform/ASCII.h"

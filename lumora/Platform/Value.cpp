@@ -1,3 +1,5 @@
+// The dynamic value: conversions as the platform makes them, descriptions for log lines, and an end and a
+// comparison without recursion. JSON is JSON.cpp's business, the settings file's form SettingsFormat.cpp's.
 #include "lumora/Platform/Value.h"
 
 #include <fmt/format.h>
@@ -20,6 +22,7 @@ thread_local std::vector<Value>* dismantling = nullptr;
 /// Converts as the platform does: toward zero, the range's end for what lies outside, 0 for what is no
 /// number.
 std::int64_t truncated(double value) {
+  // The largest number of 64 bits is none that a double can hold; the next one is.
   constexpr double limit = 9223372036854775808.0;  // 2^63
   if (std::isnan(value)) return 0;
   if (value >= limit) return std::numeric_limits<std::int64_t>::max();
@@ -97,6 +100,8 @@ Value::Value(MixedMap map) : storage_(std::make_shared<MixedMap>(std::move(map))
 bool Value::ownsNestedValues() const noexcept {
   const auto isSoleOwner = [this]<typename Held>(std::type_identity<Held>) {
     const auto* held = std::get_if<std::shared_ptr<Held>>(&storage_);
+    // Two threads that let go at once may both see two owners. The members then end by recursion, but by one
+    // level only: each of them is looked at in turn.
     return held && *held && held->use_count() == 1;
   };
   return isSoleOwner(std::type_identity<List>()) || isSoleOwner(std::type_identity<Dictionary>()) ||
@@ -126,6 +131,7 @@ Value::~Value() {
 }
 
 Value::Kind Value::kind() const noexcept {
+  // By the alternatives of `Storage`, in their order.
   constexpr Kind kinds[] = {Kind::null, Kind::number, Kind::number, Kind::string, Kind::date,  Kind::url,
                             Kind::data, Kind::list,   Kind::map,    Kind::map,    Kind::opaque};
   return kinds[storage_.index()];
@@ -168,6 +174,7 @@ const Value::Integer* Value::asUnsigned() const noexcept {
 }
 
 std::int64_t Value::integerValue() const noexcept {
+  // Beyond the signed range, whose end holds.
   if (asUnsigned()) return std::numeric_limits<std::int64_t>::max();
   if (const auto* integer = std::get_if<Integer>(&storage_)) return integer->value;
   if (const auto* real = std::get_if<Real>(&storage_)) return truncated(real->value);
@@ -184,6 +191,7 @@ double Value::doubleValue() const noexcept {
 }
 
 bool Value::boolValue() const noexcept {
+  // Of any stored kind, a fraction below one included.
   if (isNumber()) return doubleValue() != 0;
   if (const auto* text = asString()) return leadingTruth(*text);
   return false;
@@ -194,6 +202,7 @@ std::string Value::description() const {
 }
 
 std::string Value::numberText() const {
+  // With the digits that a float has: as a double 0.1 would end in digits that nobody wrote.
   if (numberKind() == NumberKind::floating) return fmt::format("{}", static_cast<float>(doubleValue()));
   if (isFloatingPoint()) return fmt::format("{}", doubleValue());
   if (const auto* large = asUnsigned()) return fmt::format("{}", static_cast<std::uint64_t>(large->value));
@@ -260,6 +269,7 @@ std::string Value::kindName() const {
 }
 
 bool Value::isSameNumber(const Value& left, const Value& right) {
+  // As doubles, which do not tell large neighbours apart, where either is one.
   if (left.isFloatingPoint() || right.isFloatingPoint()) return left.doubleValue() == right.doubleValue();
   const auto& one = std::get<Integer>(left.storage_);
   const auto& other = std::get<Integer>(right.storage_);
@@ -269,6 +279,7 @@ bool Value::isSameNumber(const Value& left, const Value& right) {
 bool Value::isSameMap(const Value& left, const Value& right, Pairs& members) {
   if (left.asMixedMap() && right.asMixedMap()) {
     return std::ranges::equal(*left.asMixedMap(), *right.asMixedMap(), [&](const auto& a, const auto& b) {
+      // In order: two maps with the same members in another order differ.
       members.insert(members.end(), {{&a.first, &b.first}, {&a.second, &b.second}});
       return true;
     });

@@ -1,3 +1,5 @@
+// The tables, and how a file that was found compares with them. What becomes of a file that is not ours is
+// decided in LMRDataManagerFile.cpp.
 #include "lumora/Storage/DatabaseTables.h"
 
 #include <algorithm>
@@ -10,6 +12,7 @@ constexpr const char* eventColumns[] = {"event", "_id"};
 constexpr const char* campaignColumns[] = {"inapp_msg", "_id",    "campaignId", "event",          "startTime",
                                            "endTime",   "enable", "paused",     "inapp_frequency"};
 
+/// The events come first: what is carried over from a corrupt file is counted by the first table.
 constexpr DatabaseTable tables[] = {
     {"ostrel_events",
      "CREATE TABLE IF NOT EXISTS ostrel_events (_id INTEGER PRIMARY KEY, event TEXT NOT NULL);",

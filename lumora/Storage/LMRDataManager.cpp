@@ -1,3 +1,6 @@
+// How work reaches the database: operations and changes, their order, bursts, and the wait for another
+// process. What is stored is in LMRDataManagerEvents.cpp and LMRDataManagerCampaigns.cpp, what becomes of the
+// file in LMRDataManagerFile.cpp, the SQL of one connection in OstrelSQLiteManager.cpp.
 #include "lumora/Storage/LMRDataManager.h"
 
 #include <algorithm>
@@ -12,6 +15,7 @@ namespace lumora {
 namespace {
 
 constexpr std::chrono::seconds longestWaitForProcess{10};
+/// These two bound what is lost when the process is killed.
 constexpr std::size_t mostChangesOfBurst = 64;
 constexpr std::chrono::milliseconds longestBurst{5};
 
@@ -47,6 +51,7 @@ LMRDataManager::WaitLater::~WaitLater() {
 }
 
 LMRDataManager::Burst::Burst(std::atomic<int>* tasks) noexcept : tasks_(tasks) {
+  // One level only: the end of an inner burst would be that of the outer one.
   burst = {true, tasks};
 }
 
@@ -90,6 +95,7 @@ bool LMRDataManager::transact(Access access, const Operation& operation) {
   DatabaseFault fault;
   const bool isOver = tryUntilFree([&] {
     Lock lock(databaseLock_);
+    // What waits goes first: a reading sees what was saved before it.
     if (!sql_.isInTransaction() && !storeUpTo(newestChange_)) return false;
     fault = attempt(access, operation);
     return fault.kind != DatabaseFault::Kind::busy;
@@ -141,9 +147,11 @@ bool LMRDataManager::tryUntilFree(const std::function<bool()>& attempt) {
   constexpr std::chrono::milliseconds pause(5);
   if (attempt()) return true;
   if (postponement.depth > 0) return false;
+  // Its changes wait on the queue already; not every further one is to cost it the full wait.
   if (isStoringLater_ && platform().queues.isMainThread()) return false;
   const auto limit = longestWait(longestWaitForProcess);
   const FlagMark waiting(isWaitingForProcess_);
+  // Counted by pauses: the clock may be set meanwhile.
   for (std::chrono::milliseconds waited(0); waited < limit; waited += pause) {
     platform().clock.sleepFor(pause);
     if (attempt()) return true;
@@ -175,6 +183,7 @@ bool LMRDataManager::storeUpTo(std::uint64_t number) {
 DatabaseFault LMRDataManager::storeTogether(std::uint64_t number) {
   const auto isWithin = [number](const Change& change) { return change.number <= number; };
   const auto count = std::ranges::find_if_not(waiting_, isWithin) - waiting_.begin();
+  // A single one is stored as well by the caller.
   if (count < 2) return {};
   const auto storeAll = [this, count](OstrelSQLiteManager& sql) {
     Lock lock(databaseLock_);
@@ -197,6 +206,8 @@ DatabaseFault LMRDataManager::storeTogether(std::uint64_t number) {
   return {};
 }
 
+/// Who holds a lock that others need is told at its release, a queue's thread has waited long enough, and the
+/// main thread leaves the rest to the queue. Without one the changes wait for the next operation.
 void LMRDataManager::giveUp(std::uint64_t number) {
   if (postponement.depth > 0) {
     postponement.hasLeftChanges = true;
@@ -239,6 +250,7 @@ DatabaseFault LMRDataManager::attempt(Access access, const Operation& operation)
 
 DatabaseFault LMRDataManager::runTransaction(Access access, const Operation& operation) {
   if (DatabaseFault fault = provideTables()) return fault;
+  // Another process may have saved or sent events since.
   storedEvents_.reset();
   OstrelSQLiteManager::Transaction transaction(sql_, access);
   if (transaction.fault()) return transaction.fault();
@@ -248,6 +260,7 @@ DatabaseFault LMRDataManager::runTransaction(Access access, const Operation& ope
     return {DatabaseFault::Kind::corrupt, "its tables are not there"};
   const bool hasChanged = sql_.changedRows() > 0;
   DatabaseFault fault = transaction.commit();
+  // A reading proves little: it succeeds on a full disk too.
   if (!fault && hasChanged) lastFault_.clear();
   return fault;
 }

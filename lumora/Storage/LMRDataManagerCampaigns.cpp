@@ -1,3 +1,6 @@
+// The table of campaigns: saving, flags, deletion, and the choice of those that may be shown now.
+// LMRInAppMessage makes the rows and is made from them, LMRIOManager keeps the pictures, and the in-app
+// handler hears what was deleted.
 #include <fmt/format.h>
 
 #include <utility>
@@ -39,6 +42,7 @@ std::optional<std::string> statementFor(const LMRResource& resource) {
   const bool changesPaused = resource.paused != LMRResource::unchanged;
   if (!resource.campaignId) {
     if (!changesEnable) return std::nullopt;
+    // Once per session, with and without a call to action: the two that a new session brings back.
     return fmt::format("Update lmro_inapp set enable={} where inapp_frequency = {} OR inapp_frequency = {};",
                        resource.enable, 4, 2);
   }
@@ -68,6 +72,9 @@ std::optional<std::string> campaignText(const Dictionary* campaign) {
 }
 
 void LMRDataManager::saveCampaign(const CampaignRow& row) {
+  // Replacing gives a new row id and the flags' defaults: of an event's campaigns the one saved last is
+  // shown, and it may be shown again. A paused one is marked again as soon as a refill reads it
+  // (LMRInAppMessage::updateStateIfNeeded). The campaign's text is escaped already.
   const std::string statement = fmt::format(
       "INSERT OR REPLACE INTO lmro_inapp "
       "(inapp_msg,campaignId,event,startTime,endTime,inapp_frequency) VALUES "
@@ -88,6 +95,7 @@ void LMRDataManager::saveCampaign(const CampaignRow& row) {
          Due::withItsBurst);
 }
 
+/// "Now" is SQLite's own clock, in whole seconds, not the platform's.
 std::optional<CampaignRow> LMRDataManager::getCampaign(const std::string& event) {
   std::vector<OstrelSQLiteManager::Row> rows;
   transact(Access::reads, [&](OstrelSQLiteManager& sql) {
@@ -133,6 +141,7 @@ void LMRDataManager::clearCampaign(const LMRResource& resource) {
                                   quotedForSQL(*resource.campaignId))](OstrelSQLiteManager& sql) {
     sql.doQuery(statement);
   });
+  // At once, also where the row has to wait for a database that is busy.
   LMRIOManager::sharedInstance().clearFile(resource);
   Lock lock(databaseLock_);  // Lists of campaigns are published under it alone.
   if (CampaignObserver* const observer = observer_) observer->campaignDeleted(*resource.campaignId);
@@ -148,6 +157,7 @@ void LMRDataManager::cleanUpInapp() {
       "select * from lmro_inapp where datetime(endTime /1000,'unixepoch') < datetime('now')");
 }
 
+/// One at a time: those that are left are shown by no query, and go with later calls.
 void LMRDataManager::clearFirstCampaignOf(const char* query) {
   change([this, query](OstrelSQLiteManager& sql) {
     LMRResource resource;

@@ -1,3 +1,6 @@
+// The queue of event records: saving within the limit, reading for an upload, deleting what was sent. Freed
+// row ids are given out again, which is why ids alone decide nothing here. When and how they are sent is
+// LMREventLoggerUpload.cpp's to say.
 #include <fmt/format.h>
 
 #include <utility>
@@ -38,8 +41,10 @@ void LMRDataManager::saveEventInDB(const Dictionary& event) {
     if (sql.changedRows() == before) return;  // What was not stored must not push another event out.
     Lock lock(databaseLock_);
     if (storedEvents_) ++*storedEvents_;
+    // The id is a new event's from now on.
     sent_.erase(sql.getLastInsertRowID());
     if (runningUploads_ > 0) {
+      // The upload is about to make room, so whether there is any is asked at its end.
       savedDuringUpload_.insert(sql.getLastInsertRowID());
     } else {
       checkEventsThreshold();
@@ -70,6 +75,7 @@ LMRDataManager::EventRows LMRDataManager::beginUpload() {
   bool hasBegun = false;
   const auto begin = [this, &hasBegun] {
     Lock lock(databaseLock_);
+    // Once: on a corrupt file the reading runs twice.
     if (!std::exchange(hasBegun, true)) ++runningUploads_;
     if (runningUploads_ == 1) savedDuringUpload_.clear();
   };
@@ -79,6 +85,7 @@ LMRDataManager::EventRows LMRDataManager::beginUpload() {
     begin();  // Under the lock still.
   });
   if (!isRead) rows.clear();
+  // Its end is counted either way.
   if (!hasBegun) begin();
   return rows;
 }
@@ -178,6 +185,7 @@ void LMRDataManager::deleteSentFirst() {
     sent_.clear();
     lastLineOnSent_.clear();
   };
+  // Only put in line: the reading that follows has it stored before itself.
   waiting_.push_back({++newestChange_, deleteRows, whenOver});
 }
 

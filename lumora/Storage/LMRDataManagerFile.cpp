@@ -168,6 +168,7 @@ DatabaseFault LMRDataManager::replaceCorruptFile(const std::string& reason) {
 
 /// Stores the rows of an earlier file in a new one; gives the number of events.
 int LMRDataManager::carryOver(const SavedRows& saved) {
+  // What fails from here on loses nothing for good: the old file is kept.
   if (provideTables()) return 0;
   OstrelSQLiteManager::Transaction transaction(sql_, Access::writes);
   if (transaction.fault()) return 0;

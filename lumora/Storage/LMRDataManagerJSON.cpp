@@ -1,3 +1,5 @@
+// Any value as one that JSON can hold. Event records do not come by here: LMRDataManagerEvents.cpp writes
+// them as they are, or not at all.
 #include <date/date.h>
 
 #include <algorithm>
@@ -58,6 +60,7 @@ std::optional<Value> coercedMap(int depth, const Value& map) {
   Dictionary coerced;
   const auto add = [&](std::string key, const Value& item) {
     auto value = coercedAt(depth, item);
+    // Keys that become the same text: the last one holds.
     if (value) coerced.insert_or_assign(std::move(key), std::move(*value));
     return value.has_value();
   };
@@ -109,6 +112,7 @@ Value LMRDataManager::JSONSerializableObjectForObject(const Value& object) const
 std::optional<std::string> LMRDataManager::JSONSerializeObject(const Value& object) const {
   const auto coerced = coercedOrLogged(object);
   if (!coerced) return std::nullopt;
+  // Stricter than the writer, which prints a bare number or text as well.
   if (!coerced->asDictionary() && !coerced->asList()) {
     logLine("LumoraSDK-{} exception encoding api data: {}", managerDescription,
             "a JSON text must be a list or a map");

@@ -1,3 +1,6 @@
+// The cache of campaign pictures: names, downloads, removal. Which pictures there are is CampaignLayout's to
+// say, when they are fetched CampaignPictures', and whether bytes are a picture the platform's
+// ImageDecoder's.
 #include "lumora/Storage/LMRIOManager.h"
 
 #include <cstddef>
@@ -41,6 +44,7 @@ std::string download(const std::string& url) {
   URLRequest request;
   request.url = url;
   request.maximumRedirects = maximumRedirects;
+  // A server that trickles must not hold the queue for ever.
   request.longestTransfer = std::chrono::minutes(5);
   URLResponse response = platform().urlLoader.load(request);
   return response.error ? std::string() : std::move(response.body);
@@ -76,6 +80,7 @@ LMRIOManager::Text LMRIOManager::saveFileFromServer(const Text& url, const Text&
   if (!path || !URL::parse(*url)) return std::nullopt;
   LMRDataManager::sharedInstance().storeWaiting();  // A download may take minutes.
   logLine("LumoraSDK-Dowloading resource from: {}", *url);
+  // Looked at before it is kept: what lies in the cache is never fetched again.
   std::string bytes = download(*url);
   if (!platform().imageDecoder.isImage(bytes) || !platform().files.writeAtomically(*path, bytes)) {
     logLine("LumoraSDK-Dowloading failed for resource : {}", *url);
@@ -108,6 +113,7 @@ void LMRIOManager::clearFile(const LMRResource& resource) const {
   for (const std::string& name : *names) {
     const auto end = name.find('_');
     if (end == std::string::npos) continue;
+    // Up to the first underscore: an id that holds one finds its files here only where the name has its hash.
     const std::string owner = name.substr(0, end);
     if (owner == id || owner == shortIdOf(id)) removeEntry(name);
   }

@@ -1,3 +1,5 @@
+// One SQLite file: connections, transactions, statements, rows. Locks, what a fault leads to, and when to try
+// again are LMRDataManager's; nothing here waits, no busy handler is set.
 #include "lumora/Storage/OstrelSQLiteManager.h"
 
 #include <sqlite3.h>
@@ -64,6 +66,7 @@ void bindParameters(sqlite3_stmt* statement, const List& parameters) {
   for (const Value& parameter : parameters) {
     ++index;
     if (const auto* text = parameter.asString()) {
+      // Up to a NUL, if the text has one.
       sqlite3_bind_text(statement, index, text->c_str(), -1, SQLITE_TRANSIENT);
     } else if (parameter.isNumber()) {
       bindNumber(statement, index, parameter);
@@ -106,6 +109,7 @@ std::vector<std::string> columnNames(sqlite3_stmt* statement) {
   return names;
 }
 
+/// Bytes are printed as their description, so a dump does not bring them back.
 std::string dumpedValue(const Value& value) {
   if (value.isNull()) return "null";
   if (value.isNumber()) return value.description();
@@ -144,6 +148,7 @@ std::string OstrelSQLiteManager::getDatabasePath() const {
 
 std::optional<SQLiteError> OstrelSQLiteManager::openDatabase() {
   closeDatabase();
+  // A handle that could not be opened is kept: it knows the reason, and it is closed like any other.
   if (sqlite3_open(getDatabasePath().c_str(), &db_) != SQLITE_OK) {
     return createDBErrorWithDescription(
         fmt::format("The database could not be opened: {}", sqlite3_errmsg(db_)), kSQLiteOpenError);
@@ -171,6 +176,7 @@ OstrelSQLiteManager::Transaction::~Transaction() {
 }
 
 DatabaseFault OstrelSQLiteManager::Transaction::commit() {
+  // Not after a fault: SQLite may have undone what came before it, and the rest is not to stand alone.
   if (!fault()) sql_.note(sqlite3_exec(sql_.db_, "COMMIT", nullptr, nullptr, nullptr));
   sql_.endTransaction();
   return fault();
@@ -180,6 +186,7 @@ void OstrelSQLiteManager::beginTransaction(Access access) {
   isInTransaction_ = true;
   hasFailedStatement_ = false;
   fault_ = {};
+  // A file that is merely busy or corrupt opens well; that comes out with the first statement.
   if (openDatabase()) {
     fault_ = {DatabaseFault::Kind::unusable, db_ ? reasonOf(db_) : "out of memory"};
   } else if (access == Access::writes) {
@@ -235,6 +242,7 @@ std::optional<SQLiteError> OstrelSQLiteManager::runStatement(const std::string& 
     note(sqlite3_prepare_v2(db_, sql.c_str(), -1, &prepared, nullptr));
     const Statement statement(prepared);
     if (statement && parameters) bindParameters(statement.get(), *parameters);
+    // One step: whatever rows there are, nobody wants them.
     const int result = statement ? sqlite3_step(statement.get()) : SQLITE_OK;
     note(result);
     if (result == SQLITE_ERROR) {

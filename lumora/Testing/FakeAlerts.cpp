@@ -1,3 +1,5 @@
+// Alerts that wait until the test answers them, the newest first. An answer is given without the lock, since
+// its handler may show the next alert.
 #include "lumora/Testing/FakeAlerts.h"
 
 #include <utility>

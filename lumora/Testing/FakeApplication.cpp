@@ -1,3 +1,5 @@
+// The application as the test plays it: lifecycle, background time, links, badge and screen. Handlers are
+// called without the lock, as they call back.
 #include "lumora/Testing/FakeApplication.h"
 
 #include <utility>

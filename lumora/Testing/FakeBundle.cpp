@@ -1,3 +1,5 @@
+// The host's information and resources, with an identifier and versions from the start: without a version no
+// initialisation succeeds.
 #include "lumora/Testing/FakeBundle.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// A clock that only the test moves. Sleeping moves it too and returns at once, so that waits pass without
+// taking time.
 #include "lumora/Testing/FakeClock.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// Real files in a temporary folder, since databases need them, with failures at the test's wish. Locks and
+// rights between processes are FakeSharedFiles'.
 #include "lumora/Testing/FakeFileSystem.h"
 
 #include <cstdint>

@@ -1,3 +1,5 @@
+// Takes any bytes for an image until the test says otherwise: no test needs real pictures to follow a
+// campaign.
 #include "lumora/Testing/FakeImageDecoder.h"
 
 #include <utility>

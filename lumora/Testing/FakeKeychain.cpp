@@ -1,3 +1,5 @@
+// The keychain's matching rules, written once more in memory: the suite that the Linux keychain runs keeps
+// the two alike.
 #include "lumora/Testing/FakeKeychain.h"
 
 #include <algorithm>

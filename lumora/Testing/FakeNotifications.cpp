@@ -1,3 +1,5 @@
+// Remembers what was scheduled, for both services, and answers a request at once, with the error that the
+// test has set if there is one.
 #include "lumora/Testing/FakeNotifications.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// Makes one set of fakes for the process and installs it. Each fake is in a file of its own; nothing takes
+// them down, as the library itself is never taken down.
 #include "lumora/Testing/FakePlatform.h"
 
 #include <cstdlib>

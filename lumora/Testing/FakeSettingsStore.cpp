@@ -1,3 +1,5 @@
+// Settings in memory, with what was flushed apart, so that a test can lose the rest. It refuses what the
+// Linux store's file cannot hold (SettingsFormat.cpp).
 #include "lumora/Testing/FakeSettingsStore.h"
 
 #include <algorithm>

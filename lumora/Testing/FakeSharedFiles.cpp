@@ -1,3 +1,5 @@
+// Folders and files are real, locks a table: one process is all that a test has. Waiting for a lock is
+// FileLock's, by the fake clock.
 #include "lumora/Testing/FakeSharedFiles.h"
 
 #include <filesystem>

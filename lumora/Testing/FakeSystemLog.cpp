@@ -1,3 +1,4 @@
+// Keeps every line, in the order in which it was written.
 #include "lumora/Testing/FakeSystemLog.h"
 
 #include <algorithm>

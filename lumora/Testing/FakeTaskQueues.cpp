@@ -1,3 +1,5 @@
+// Queues whose tasks run when the test says so, on its own thread: which thread a task believes to be on is a
+// flag here, not a fact.
 #include "lumora/Testing/FakeTaskQueues.h"
 
 #include <deque>

@@ -1,3 +1,5 @@
+// Answers from the test's script, and requests that it holds up. The only fake that really blocks: a test for
+// two threads needs a request that lasts.
 #include "lumora/Testing/FakeURLLoader.h"
 
 namespace lumora::testing {

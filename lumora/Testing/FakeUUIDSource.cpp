@@ -1,3 +1,4 @@
+// Identifiers that count from 1, so that a test knows the next one.
 #include "lumora/Testing/FakeUUIDSource.h"
 
 namespace lumora::testing {

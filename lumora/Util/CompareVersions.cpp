@@ -1,3 +1,5 @@
+// Version texts in order: runs of digits by what they count, everything else by its characters. What needs
+// which version is for the callers to say.
 #include "lumora/Util/CompareVersions.h"
 
 #include <algorithm>
@@ -32,6 +34,7 @@ std::strong_ordering compareVersions(std::string_view left, std::string_view rig
       right.remove_prefix(1);
     }
   }
+  // Equal up to the end of one: the longer is the newer, "10.0" after "10".
   return left.size() <=> right.size();
 }
 

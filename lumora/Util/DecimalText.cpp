@@ -1,3 +1,5 @@
+// Numbers as requests and stored campaigns hold them. Value::description, which is for log lines, may use an
+// exponent; this text never does.
 #include "lumora/Util/DecimalText.h"
 
 #include <array>

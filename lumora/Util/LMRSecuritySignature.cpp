@@ -1,3 +1,5 @@
+// The four fields of a signature and what makes them good. Whether they were signed rightly only the service
+// can tell; LMRUtil keeps the archive, LMREventLoggerUpload.cpp sends the fields.
 #include "lumora/Util/LMRSecuritySignature.h"
 
 #include <string_view>
@@ -39,6 +41,7 @@ std::shared_ptr<LMRSecuritySignature> LMRSecuritySignature::initWithAccessKey(co
 
 std::shared_ptr<LMRSecuritySignature> LMRSecuritySignature::initWithCoder(const Coder& coder) {
   std::shared_ptr<LMRSecuritySignature> record(new LMRSecuritySignature);
+  // Not checked: LMRUtil::getSecureSignature does, whenever it is needed, and its lines tell what is missing.
   record->accessKey_ = decodedText(coder, "accessKey");
   record->signature_ = decodedText(coder, "signature");
   record->timeStamp_ = decodedText(coder, "timeStamp");
@@ -54,6 +57,7 @@ void LMRSecuritySignature::encodeWithCoder(Coder& coder) const {
 }
 
 bool LMRSecuritySignature::isValid() const {
+  // The order decides which line is written where several fields are bad.
   if (!isGiven(accessKey_, "LumoraSDK- Nil or Emplty AccessKey in security Token .") ||
       !isGiven(timeStamp_, "LumoraSDK-Nil or Emplty Time Stamp in security Token .") ||
       !isGiven(signature_, "LumoraSDK-Nil or Emplty Signature in security Token .") ||

@@ -1,3 +1,5 @@
+// The toolbox's checks, texts, dates and links. Settings are in LMRUtilSettings.cpp, what is told of the
+// device in LMRUtilDevice.cpp. Patterns are matched by hand: std::regex overflows the stack on long input.
 #include <date/date.h>
 
 #include <algorithm>
@@ -115,6 +117,7 @@ std::string LMRUtil::getDeviceName() {
 std::shared_ptr<LMRSecuritySignature> LMRUtil::getSecureSignature() {
   const auto archive = getDataObjectForKey(kLmroSecureToken);
   auto signature = archive ? LMRSecuritySignature::initWithCoder(*archive) : nullptr;
+  // An archive that another version wrote, or that was damaged, counts as none.
   return signature && signature->isValid() ? signature : nullptr;
 }
 
@@ -145,6 +148,7 @@ void LMRUtil::openUrl(const std::optional<URL>& url) const {
     logLine("LumoraSDK-Failed to launch action due to NULL url");
     return;
   }
+  // The platform opens links on the main thread only.
   platform().queues.mainQueue().async([url = *url] {
     if (!platform().application.openURL(url))
       logLine("LumoraSDK-Failed to launch action:{}", url.absoluteString());

@@ -1,3 +1,5 @@
+// What the service is told of this device. The answers are the platform's Device's; their shape and names are
+// those that the service knows, on every system that the library runs on.
 #include <array>
 #include <utility>
 
@@ -61,6 +63,7 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 42> modelNam
 Dictionary LMRUtil::deviceState() {
   Device& device = platform().device;
   const std::string model = device.model();
+  // The model stands for the size of its screen.
   Dictionary screen{{"screen-size", model}, {"device_type", deviceType()}};
   Dictionary hardware{{"screen", std::move(screen)}};
   Dictionary software{
@@ -85,6 +88,7 @@ std::string LMRUtil::deviceType() {
   return "unknown";
 }
 
+/// By the machine, not by the model that the device names itself.
 std::string LMRUtil::deviceModelName() {
   std::string machine = platform().device.machineIdentifier();
   for (const auto& [identifier, name] : modelNames) {

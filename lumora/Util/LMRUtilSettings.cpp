@@ -1,3 +1,5 @@
+// The settings store as the library uses it: every write is flushed, a refusal is logged and not thrown. What
+// the keys mean is in LMRSettingsKeys.h, where values are kept is the platform's SettingsStore's business.
 #include <stdexcept>
 
 #include "lumora/Platform/JSON.h"
@@ -10,6 +12,7 @@ namespace {
 void storeAndFlush(std::string_view key, const Value& value) {
   SettingsStore& settings = platform().settings;
   settings.setObject(key, value);
+  // A flush that fails is not repeated here: the store keeps the change for its next one.
   settings.synchronize();
 }
 
@@ -65,6 +68,7 @@ Value convertTexts(const Value& value, Conversion convert, int depth) {
 Value archiveOf(const Archivable& object) {
   Coder coder;
   object.encodeWithCoder(coder);
+  // Plain JSON wherever it will do; the mark is only for what it cannot hold.
   std::optional<std::string> archive = writeJSON(coder);
   if (!archive) {
     archive = writeJSON(convertTexts(coder, textFromBytes, 0));
@@ -116,6 +120,7 @@ std::optional<Coder> LMRUtil::getDataObjectForKey(std::string_view key) {
   const auto decoded = parseJSON(text);
   const Dictionary* fields = decoded ? decoded->asDictionary() : nullptr;
   if (!fields) return std::nullopt;
+  // Back to the bytes that went in, whether or not they are a text.
   return holdsBytes ? convertTexts(*fields, bytesFromText, 0) : *fields;
 }
 

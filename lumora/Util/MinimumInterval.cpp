@@ -1,3 +1,5 @@
+// The pause between two syncs or two uploads. It is measured between dates of the wall clock in the settings,
+// so that it outlives a restart; the keys and the minima are the callers'.
 #include "lumora/Util/MinimumInterval.h"
 
 #include "lumora/Util/LMRSettingsKeys.h"
@@ -13,6 +15,7 @@ bool hasMinimumPassed(std::string_view lastKey, double minimum, TracePoint origi
   // The clock stood wrong then, and nobody waits until it is right.
   if (elapsed < -secondsPerDay) return true;
   const Value timeout = current.settings.object(kLmroSyncTimepout);
+  // Beside the minimum, not instead of it: the shorter of the two decides.
   if (!timeout.isNull() && elapsed > static_cast<double>(timeout.integerValue())) return true;
   if (elapsed >= minimum) return true;
   logTrace(origin, "lapsed from last {}{:f}", what, elapsed);

@@ -1,3 +1,5 @@
+// A callback on the main thread, for callers that may be on it themselves: waiting there for the main queue
+// would never end. The queue itself is the platform's.
 #include "lumora/Util/RunOnMainQueue.h"
 
 #include "lumora/Platform/Platform.h"

@@ -1,3 +1,5 @@
+// The secret of this run, apart from the stored one: nothing is sent with a secret that this run's
+// initialisation has not accepted. Lumora.cpp sets it.
 #include "lumora/Util/RunSecret.h"
 
 namespace lumora {

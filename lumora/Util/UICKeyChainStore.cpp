@@ -1,3 +1,6 @@
+// A key-value store over the platform's Keychain, which has items with a service, an account and a generic
+// attribute: the key stands in the latter two. The identifier that survives a reinstallation is
+// UIDeviceAdditionalInfo's.
 #include "lumora/Util/UICKeyChainStore.h"
 
 #include <utility>
@@ -51,6 +54,7 @@ std::optional<Data> bytesOf(const Text& string) {
 Text textOf(const std::optional<Data>& data) {
   if (!data) return std::nullopt;
   std::string text(data->begin(), data->end());
+  // Another program may have stored bytes under this key.
   if (!isUTF8(text)) return std::nullopt;
   return text;
 }
@@ -96,9 +100,11 @@ bool UICKeyChainStore::setData(const std::optional<Data>& data, const Text& key,
   if (!key) return false;
   Keychain& keychain = platform().keychain;
   const KeychainQuery query = itemQuery(*key, service, accessGroup);
+  // Looked up first: a keychain adds no item over one that is there, and updates none that is not.
   const KeychainStatus found = keychain.copyMatching(query, nullptr);
   if (found == KeychainStatus::failure) return false;
   if (!data) {
+    // Its failure is not told: removing is true as soon as the keychain answers.
     removeItemForKey(key, service, accessGroup);
     return true;
   }
@@ -122,6 +128,7 @@ std::optional<std::vector<KeychainItem>> UICKeyChainStore::itemsForService(const
 
 bool UICKeyChainStore::removeAllItemsForService(const Text& service, const Text& accessGroup) {
   const auto items = itemsForService(service, accessGroup);
+  // None, or none that could be listed: the two are not told apart.
   if (!items) return true;
   for (const KeychainItem& item : *items) {
     const KeychainQuery query{item.service, item.generic, item.account, item.accessGroup};
@@ -147,6 +154,7 @@ void UICKeyChainStore::setData(const std::optional<Data>& data, const Text& key)
 
 std::optional<Data> UICKeyChainStore::dataForKey(const Text& key) const {
   if (!key) return std::nullopt;
+  // What waits hides what is stored.
   const auto waiting = itemsToUpdate_.find(*key);
   if (waiting != itemsToUpdate_.end()) return waiting->second;
   return dataForKey(key, service_, accessGroup_);
@@ -171,6 +179,7 @@ void UICKeyChainStore::removeAllItems() {
 }
 
 void UICKeyChainStore::synchronize() {
+  // Each by itself: one that is refused keeps no other back.
   for (const auto& [key, data] : itemsToUpdate_) setData(data, key, service_, accessGroup_);
   itemsToUpdate_.clear();
 }

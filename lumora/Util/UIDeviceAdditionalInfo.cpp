@@ -1,3 +1,6 @@
+// The two identifiers of this installation: read from where an earlier run left them, or made. Both lie in
+// the settings store, the device's in the keychain too (UICKeyChainStore), which a reinstallation does not
+// empty.
 #include "lumora/Util/UIDeviceAdditionalInfo.h"
 
 #include "lumora/Util/LMRSettingsKeys.h"
@@ -49,6 +52,7 @@ std::string loadOrMakeDeviceIdentifier() {
 UIDeviceAdditionalInfo& UIDeviceAdditionalInfo::sharedInstance() {
   static auto* const instance = [] {
     auto* const made = new UIDeviceAdditionalInfo;
+    // The line that names the identifier comes with the first use of either.
     made->installIdentifier();
     return made;
   }();

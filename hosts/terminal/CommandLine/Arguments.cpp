@@ -1,3 +1,5 @@
+// The words of a command as the kinds of value that it wants. Every refusal is a CommandError, before
+// anything has been done.
 #include "hosts/terminal/CommandLine/Arguments.h"
 
 #include <charconv>

@@ -1,3 +1,5 @@
+// Bytes from a descriptor, cut into lines. It never waits by itself: HostLoop knows when there is something
+// to read.
 #include "hosts/terminal/CommandLine/LineReader.h"
 
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// A line's words by the shell's rules of quoting, without its expansions. What the words mean is for
+// Arguments and CommandRunner to say.
 #include "hosts/terminal/CommandLine/ShellWords.h"
 
 #include <utility>

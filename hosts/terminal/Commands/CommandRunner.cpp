@@ -1,3 +1,5 @@
+// One line of input: split, looked up, carried out, and answered by one line of output. The commands
+// are in the sources beside this one.
 #include "hosts/terminal/Commands/CommandRunner.h"
 
 #include <utility>

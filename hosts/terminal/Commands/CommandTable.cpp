@@ -1,3 +1,4 @@
+// All commands by their words; each topic brings its own.
 #include "hosts/terminal/Commands/Command.h"
 
 namespace lumora_host {

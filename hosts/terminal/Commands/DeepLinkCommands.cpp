@@ -1,3 +1,5 @@
+// Links that the system opens in the host, and the person's answers to the alerts that follow
+// (LumoraDeepLinks.cpp).
 #include "hosts/terminal/Commands/Command.h"
 #include "lumora/Facade/Lumora.h"
 

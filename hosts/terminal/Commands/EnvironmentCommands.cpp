@@ -1,3 +1,4 @@
+// Time, network and waiting: what surrounds the host, as far as a script can move it.
 #include <array>
 #include <chrono>
 

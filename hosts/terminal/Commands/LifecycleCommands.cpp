@@ -1,3 +1,4 @@
+// Initialisation, the application's coming and going, and what can be asked of the library (Lumora.cpp).
 #include "hosts/terminal/Commands/Command.h"
 #include "lumora/Facade/Lumora.h"
 #include "lumora/Util/LMRUtil.h"

@@ -1,3 +1,5 @@
+// The push token, notifications as the system hands them over, and a tap on the last one that was shown
+// (LumoraPush.cpp).
 #include "hosts/terminal/Commands/Command.h"
 #include "lumora/Facade/Lumora.h"
 #include "lumora/Platform/ASCII.h"

@@ -1,3 +1,4 @@
+// The signature of an account in secure mode (LumoraSecureMode.cpp).
 #include "hosts/terminal/Commands/Command.h"
 #include "lumora/Facade/LMRSecuritySignature.h"
 #include "lumora/Facade/Lumora.h"

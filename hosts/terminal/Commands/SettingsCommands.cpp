@@ -1,3 +1,5 @@
+// Reads and writes single settings, which the host shares with the library. Every write is flushed, so that
+// another process sees it.
 #include <exception>
 
 #include "hosts/terminal/Commands/Command.h"

@@ -1,3 +1,4 @@
+// Sessions, actions and the person's profile (LumoraTracking.cpp).
 #include <map>
 #include <memory>
 #include <string>

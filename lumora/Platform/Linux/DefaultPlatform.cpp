@@ -1,3 +1,5 @@
+// The platform of hosts that install none, made by the first use with default options. A core without Linux
+// has NoDefaultPlatform.cpp instead.
 #include "lumora/Platform/DefaultPlatform.h"
 
 #include "lumora/Platform/Linux/LinuxPlatform.h"

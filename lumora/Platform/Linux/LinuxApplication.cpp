@@ -1,3 +1,5 @@
+// The application as its host tells of it: state, lifecycle, screens, links. Background time is
+// BackgroundTasks' business; links go to DesktopURLOpener when the host opens none itself.
 #include "lumora/Platform/Linux/LinuxApplication.h"
 
 #include <atomic>
@@ -55,6 +57,7 @@ bool LinuxApplication::openURL(const URL& url) {
 }
 
 int LinuxApplication::iconBadgeNumber() {
+  // There is no badge to be read.
   return 0;
 }
 
@@ -67,10 +70,12 @@ void LinuxApplication::setState(ApplicationState state) {
 }
 
 void LinuxApplication::post(LifecycleNotification notification) {
+  // What the library would do now is not taken by its queues any more.
   if (ProcessEnd::hasBegun()) return;
   std::vector<std::function<void()>> handlers;
   {
     Lock lock(state_->mutex);
+    // A copy, called without the lock: a handler may take its time, or add another.
     handlers = state_->observers[notification];
   }
   for (const auto& handler : handlers) handler();

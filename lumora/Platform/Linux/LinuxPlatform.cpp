@@ -1,3 +1,5 @@
+// Puts the services together and gives every path its default. Each service is in a folder below this one, by
+// what one looks for: files, network, images, tasks, host.
 #include "lumora/Platform/Linux/LinuxPlatform.h"
 
 #include <filesystem>
@@ -36,6 +38,7 @@ LinuxPlatformOptions withPaths(LinuxPlatformOptions options) {
   settle(options.settingsFile, userDataFolder() + "/" + name, "settings.json");
   settle(options.keychainFile, userDataFolder() + "/lumora", "keychain");
   settle(options.resourcesDirectory, program.parent_path().string(), "resources");
+  // Empty stays empty: then the system's authorities are trusted.
   if (!options.certificateAuthorityFile.empty()) {
     settle(options.certificateAuthorityFile, options.resourcesDirectory, "");
   }
@@ -68,6 +71,7 @@ struct LinuxPlatform::Services {
         device(describeDevice(options)),
         files(options.documentsDirectory, options.cachesDirectory) {}
 
+  // In this order: each is made with those above it, and ends before them.
   LinuxSystemLog log;
   LinuxMainQueue mainQueue;
   LinuxTaskQueues queues;

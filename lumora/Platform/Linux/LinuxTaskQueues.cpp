@@ -1,3 +1,5 @@
+// Makes serial queues that share one count of what is unfinished. The queues are in Tasks/, and so is what
+// the end of the process means to them (ProcessEnd).
 #include "lumora/Platform/Linux/LinuxTaskQueues.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// Base64 for the store files, whose JSON holds no bytes. Decoding is strict: what the encoder cannot have
+// written is a damaged file (KeychainFormat.cpp, SettingsFormat.cpp).
 #include "lumora/Platform/Linux/Files/Base64.h"
 
 #include <algorithm>

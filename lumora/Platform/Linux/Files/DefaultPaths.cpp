@@ -1,3 +1,5 @@
+// Where files lie when the host does not say: in the person's folders, by the XDG variables. What lies in
+// which is decided in LinuxPlatform.cpp; nothing here depends on the working directory.
 #include "lumora/Platform/Linux/Files/DefaultPaths.h"
 
 #include <pwd.h>
@@ -14,6 +16,8 @@ namespace {
 
 std::string homeFolder() {
   if (const char* home = std::getenv("HOME"); home && *home == '/') return home;
+  // A HOME that is missing or relative says nothing; the user database does. Its entries are far smaller than
+  // this.
   std::vector<char> texts(16384);
   passwd entry{};
   passwd* found = nullptr;
@@ -39,6 +43,7 @@ std::string programPath() {
   if (path.ends_with(removedMark) && !std::filesystem::equivalent(path, link, error)) {
     path.resize(path.size() - removedMark.size());
   }
+  // Without /proc the name alone has to do: folders are called after it.
   return path.empty() ? "/" + std::string(program_invocation_short_name) : path;
 }
 

@@ -1,3 +1,5 @@
+// Reading and replacing whole files, and making folders. Who may replace a file, and when, is for StoreFile
+// and LinuxFileSystem to say.
 #include "lumora/Platform/Linux/Files/Files.h"
 
 #include <fcntl.h>
@@ -42,11 +44,13 @@ class TemporaryFile {
       if (written <= 0) return false;
       bytes.remove_prefix(static_cast<std::size_t>(written));
     }
+    // The bytes before the name: a power cut must not leave the new name with nothing in it.
     return ::fsync(file_.get()) == 0;
   }
 
   FileDescriptor moveTo(const std::string& path) {
     if (std::rename(path_.c_str(), path.c_str()) != 0) return {};
+    // Only under its final name, where nobody takes it for one that was left behind.
     ::flock(file_.get(), LOCK_UN);
     return std::move(file_);
   }
@@ -74,6 +78,7 @@ void removeAbandonedFiles(const std::string& folder) {
   }
 }
 
+/// A failure is ignored: the file is in its place, and only a power cut could still bring the old one back.
 void syncFolder(const std::string& folder) {
   const FileDescriptor file(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (file.isOpen()) ::fsync(file.get());
@@ -111,6 +116,7 @@ bool makeFolders(const std::string& folder) {
   if (errno != ENOENT || folder == "." || folder == "/") return false;
   const std::string parent = parentFolder(folder);
   if (!makeFolders(parent)) return false;
+  // Another process may have made it just now.
   if (::mkdir(folder.c_str(), 0700) != 0) return errno == EEXIST;
   syncFolder(parent);
   return true;

@@ -1,3 +1,5 @@
+// The keychain file's text. One item that cannot be read makes the whole file unreadable: left out, it would
+// be lost with the next change. Matching and locks are in LinuxKeychain.cpp.
 #include "lumora/Platform/Linux/Files/KeychainFormat.h"
 
 #include <utility>
@@ -38,8 +40,10 @@ std::optional<KeychainItem> decodeItem(const Value& json) {
   auto account = decodeText(*object, "account");
   auto value = decodeBytes(*object, "value");
   auto accessGroup = decodeText(*object, "access_group");
+  // Without a group is something else than with one that cannot be read.
   const bool isGroupBroken = findValue(*object, "access_group") && !accessGroup;
   if (!service || !generic || !account || !value || isGroupBroken) return std::nullopt;
+  // The accessibility is not kept: it speaks of a locked screen, which files know nothing of.
   return KeychainItem{std::move(*service),    std::move(*generic),     std::move(*account),
                       std::move(accessGroup), KeychainAccessibility{}, std::move(*value)};
 }

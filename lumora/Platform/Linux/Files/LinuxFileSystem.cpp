@@ -1,3 +1,5 @@
+// Plain files, such as the pictures in the cache. Files that several processes change are in StoreFile.cpp
+// and LinuxSharedFiles.cpp, the replacing of a file in Files.cpp.
 #include "lumora/Platform/Linux/Files/LinuxFileSystem.h"
 
 #include <fcntl.h>
@@ -60,6 +62,7 @@ std::optional<std::string> LinuxFileSystem::read(const std::string& path) {
 }
 
 bool LinuxFileSystem::writeAtomically(const std::string& path, std::string_view bytes) {
+  // Without a sync of the folder: what is written here can be fetched again.
   return isPath(path) && replaceFile(path, bytes, FolderSync::never).isOpen();
 }
 

@@ -1,3 +1,6 @@
+// The keychain's matching rules over one file that other processes change too: every access looks first
+// whether it is still the file that is known. The file and its lock are StoreFile's, the text
+// KeychainFormat's.
 #include "lumora/Platform/Linux/Files/LinuxKeychain.h"
 
 #include <algorithm>
@@ -21,6 +24,7 @@ auto matching(const KeychainQuery& query) {
   return [&query](const KeychainItem& item) { return matches(query, item); };
 }
 
+/// The generic attribute does not tell items apart, as in the keychain that this stands for.
 bool isSameItem(const KeychainItem& left, const KeychainItem& right) {
   return left.service == right.service && left.account == right.account &&
          left.accessGroup == right.accessGroup;
@@ -51,6 +55,7 @@ bool LinuxKeychain::refresh(Access access) {
   };
   const StoreFile::State state = access == Access::locked ? file_.loadLocked(parse) : file_.load(parse);
   if (state == StoreFile::State::unreadable) return false;
+  // Other processes' items come in; those that the file has not taken stay above them.
   for (const KeychainItem& item : unsaved_) putItem(items, item);
   items_ = std::move(items);
   return true;
@@ -62,6 +67,7 @@ KeychainStatus LinuxKeychain::change(const std::function<KeychainStatus(Items& i
     const StoreLock held = file_.lock();
     const bool canWrite = held.isHeld() && refresh(Access::locked);
     Items items = items_;
+    // Also where it cannot be written: what was added is then known for this run at least.
     const KeychainStatus status = edit(items);
     if (status != KeychainStatus::success) return status;
     // Who has been told an identifier must find it again, after a power cut too.
@@ -83,6 +89,7 @@ void LinuxKeychain::keep(Items changed) {
       return isSameItem(other, item) && other.value == item.value;
     });
   };
+  // What was removed, or changed once more, is kept no longer.
   std::erase_if(unsaved_, [&](const KeychainItem& item) { return !isIn(changed, item); });
   for (const KeychainItem& item : changed) {
     if (!isIn(items_, item)) putItem(unsaved_, item);
@@ -111,6 +118,7 @@ KeychainStatus LinuxKeychain::add(const KeychainItem& item) {
   return change([&item](Items& items) {
     const bool isTaken =
         std::ranges::any_of(items, [&item](const KeychainItem& other) { return isSameItem(other, item); });
+    // Adding never replaces: whoever wants that updates.
     if (isTaken) return KeychainStatus::failure;
     items.push_back(item);
     return KeychainStatus::success;

@@ -1,3 +1,5 @@
+// Settings in memory, with those changes that the file does not have yet. The file and its lock are
+// StoreFile's, the text SettingsFormat's; DelayedTask writes what nobody flushed.
 #include "lumora/Platform/Linux/Files/LinuxSettingsStore.h"
 
 #include <cstdlib>
@@ -82,6 +84,7 @@ void LinuxSettingsStore::finish() {
 void LinuxSettingsStore::ensureLoaded() {
   if (isLoaded_) return;
   Lock fileLock(fileMutex_);
+  // Another thread may have loaded it meanwhile.
   if (isLoaded_) return;
   Dictionary values;
   if (file_.load(parserInto(values)) == StoreFile::State::unreadable) return;
@@ -91,6 +94,7 @@ void LinuxSettingsStore::ensureLoaded() {
 
 void LinuxSettingsStore::takeIn(Dictionary fromFile) {
   Lock lock(mutex_);
+  // What is pending was set later than what the file holds.
   for (const auto& [key, value] : pending_) applyChange(key, value, fromFile);
   values_ = std::move(fromFile);
 }
@@ -146,6 +150,7 @@ Value LinuxSettingsStore::setObjectIfAbsent(std::string_view key, const Value& v
     applyChange(key, stored, values_);
     pending_.insert_or_assign(std::string(key), stored);
   }
+  // The name too must survive a power cut: other processes act on this value from now on.
   if (!canWrite || !writePending(FolderSync::always)) writer_.request();
   return stored;
 }
@@ -170,6 +175,7 @@ bool LinuxSettingsStore::writePending(FolderSync sync) {
       values = values_;
       changes = std::exchange(pending_, {});
     }
+    // Without the lock: who reads a setting does not wait for this.
     const std::optional<std::string> bytes = encodeSettings(values);
     isWritten = bytes && file_.replace(*bytes, sync);
   } catch (const std::exception&) {

@@ -1,3 +1,6 @@
+// Folders and files for their owner alone, and locks between processes: record locks, which a child made by
+// fork does not inherit, unlike the flock of the store files (StoreLock). Who locks what is FileLock's
+// business.
 #include "lumora/Platform/Linux/Files/LinuxSharedFiles.h"
 
 #include <fcntl.h>
@@ -81,6 +84,7 @@ std::optional<std::string> LinuxSharedFiles::makePrivateFile(const std::string& 
 std::optional<std::string> LinuxSharedFiles::moveAside(const std::string& path, const std::string& newPath) {
   if (!isPath(path) || !isPath(newPath)) return "Not a path";
   struct stat status {};
+  // Two steps, so the caller has to keep others from making that name in between.
   if (::lstat(newPath.c_str(), &status) == 0) return reasonOf(EEXIST);
   if (std::rename(path.c_str(), newPath.c_str()) == 0) return std::nullopt;
   return reasonOf(errno);
@@ -99,6 +103,7 @@ FileLockState LinuxSharedFiles::tryLock(const std::string& path) {
     if (!own.file.isOpen()) return stateAfter(errno);
     if (!setLock(own.file, F_WRLCK))
       return errno == EAGAIN || errno == EACCES ? FileLockState::busy : stateAfter(errno);
+    // Removed while it was being locked: another one has to be made.
     if (!names(path, own.file)) continue;
     own.holder = ::getpid();
     return FileLockState::taken;

@@ -1,3 +1,5 @@
+// The settings file's text, in which every value keeps its kind. What it cannot hold is refused by an
+// exception, as SettingsStore allows; when it is read and written is LinuxSettingsStore's business.
 #include "lumora/Platform/Linux/Files/SettingsFormat.h"
 
 #include <cmath>
@@ -80,6 +82,7 @@ std::optional<Dictionary> decodeMembers(const Dictionary& members) {
 }
 
 std::optional<Value> decodeTagged(const Dictionary& object) {
+  // A host's own map never stands here bare: it is the content of a "map".
   if (object.size() != 1) return std::nullopt;
   const auto& [tag, content] = *object.begin();
   if (tag == "date" && content.numberKind() == Value::NumberKind::longLong) {
@@ -119,6 +122,7 @@ std::optional<Value> decode(const Value& json) {
 
 Value storableSetting(std::string_view key, const Value& value) {
   if (!isUTF8(key)) refuse("a key that is not UTF-8 cannot be stored");
+  // Through the file's form and back, so that this run sees what the next one will.
   return *decode(encode(value, kLevelsOfFile));
 }
 

@@ -1,3 +1,5 @@
+// A small file that processes share: reading it, its lock, replacing it, moving a corrupt one aside. What is
+// in it the parsers know. It waits by the steady clock: the platform's is made beside it, not below it.
 #include "lumora/Platform/Linux/Files/StoreFile.h"
 
 #include <fcntl.h>
@@ -25,6 +27,7 @@ bool isSameFile(const struct stat& left, const struct stat& right) {
   return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
 }
 
+/// Who replaces the file changes its inode; size and time tell of an editor that writes into it.
 bool isUnchanged(const struct stat& left, const struct stat& right) {
   return isSameFile(left, right) && left.st_size == right.st_size &&
          left.st_mtim.tv_sec == right.st_mtim.tv_sec && left.st_mtim.tv_nsec == right.st_mtim.tv_nsec;
@@ -62,6 +65,7 @@ StoreLock StoreFile::notLocked(const std::string& reason) {
 }
 
 StoreFile::State StoreFile::load(const Parser& parse) {
+  // Without the lock: the file is only ever replaced whole.
   if (const std::optional<State> state = tryLoad(parse)) return *state;
   // Another process may have put a good file in its place by now; only the lock's holder can tell.
   const StoreLock held = lock();
@@ -98,6 +102,7 @@ std::optional<StoreFile::State> StoreFile::read(const Parser& parse) {
   }
   if (::fstat(file.get(), &knownStatus_) != 0) return unreadable(errno);
   if (!S_ISREG(knownStatus_.st_mode)) return unreadable(S_ISDIR(knownStatus_.st_mode) ? EISDIR : EINVAL);
+  // Not read at all, so neither is memory spent on it.
   if (knownStatus_.st_size > static_cast<off_t>(kMaximumFileSize)) return std::nullopt;
   const std::optional<std::string> bytes = readAll(file);
   if (!bytes) return unreadable(errno);
@@ -123,6 +128,7 @@ StoreLock StoreFile::lock() {
     FileDescriptor file(::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     if (!file.isOpen()) return notLocked(lockPath + ": " + reasonOf(errno));
     const LockResult result = waitForLock(file, deadline);
+    // Who kept it for the whole wait is not waited for again, until it was free once.
     isLockStuck_ = result == LockResult::busy;
     if (result == LockResult::busy) return notLocked(lockPath + ": another process holds it");
     if (result != LockResult::taken) return notLocked(lockPath + ": " + reasonOf(errno));
@@ -141,6 +147,7 @@ bool StoreFile::replace(std::string_view bytes, FolderSync sync) {
     report(reasonOf(errno));
     return false;
   }
+  // It can be used again, so what fails later is told again.
   reported_.clear();
   known_ = std::move(file);
   isKnown_ = ::fstat(known_.get(), &knownStatus_) == 0;

@@ -1,3 +1,5 @@
+// Background time that runs out by itself, watched by a thread that lives only while there are tasks. How
+// long nothing was done is told by the task queues; LinuxApplication hands it on.
 #include "lumora/Platform/Linux/Host/BackgroundTasks.h"
 
 #include <algorithm>
@@ -50,6 +52,7 @@ struct BackgroundTasks::State : std::enable_shared_from_this<State> {
     if (isClosed) return next;
     const Clock::time_point now = Clock::now();
     for (const auto& [id, task] : tasks) {
+      // Its handler is on its way, and ends it or leaves it.
       if (task.isExpired) continue;
       const auto left = time.left(now - task.begun, quietTime());
       next = std::min(next.value_or(left), left);
@@ -80,6 +83,7 @@ struct BackgroundTasks::State : std::enable_shared_from_this<State> {
 
   void startWatching() LUMORA_REQUIRES(mutex) {
     try {
+      // Signals are the host's. The thread is not joined: who ends this waits for `isWatched`.
       const SignalBlocker blocker;
       std::thread([self = shared_from_this()] { self->watch(); }).detach();
       isWatched = true;

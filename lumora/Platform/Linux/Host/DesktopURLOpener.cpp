@@ -1,3 +1,5 @@
+// Hands a URL to the desktop, by xdg-open and never through a shell. A host that opens links itself gives an
+// opener of its own (LinuxPlatformOptions), and nothing here runs.
 #include "lumora/Platform/Linux/Host/DesktopURLOpener.h"
 
 #include <fcntl.h>
@@ -70,6 +72,7 @@ bool openURLOnDesktop(const URL& url) {
   std::future<bool> result = started.get_future();
   try {
     const SignalBlocker blocker;
+    // A thread, since somebody must wait for the program's end; the caller waits only for its start.
     std::thread(runOpener, url.absoluteString(), std::move(started)).detach();
   } catch (const std::system_error&) {
     return false;

@@ -1,3 +1,5 @@
+// Alerts go to the host's presenter. Without one they end in the log, so that a person at a terminal sees
+// them at least; nobody presses a button then.
 #include "lumora/Platform/Linux/Host/LinuxAlerts.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,5 @@
+// The host's information, texts and resources, as it gave them to the Linux platform (LinuxPlatformOptions).
+// What a layout file holds only the host's loader knows.
 #include "lumora/Platform/Linux/Host/LinuxBundle.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,5 @@
+// The system's clock and the zone of this process. TimeZoneName finds the zone's name; pauses that are no
+// dates go by the steady clock where they are needed.
 #include "lumora/Platform/Linux/Host/LinuxClock.h"
 
 #include <ctime>
@@ -17,6 +19,7 @@ std::chrono::seconds LinuxClock::utcOffset(Date date) {
   }();
   const std::time_t seconds = std::chrono::floor<std::chrono::seconds>(date).time_since_epoch().count();
   std::tm local{};
+  // A year that no calendar here can hold counts as UTC.
   if (!::localtime_r(&seconds, &local)) return {};
   return std::chrono::seconds(local.tm_gmtoff);
 }

@@ -1,3 +1,5 @@
+// The device as the host describes it, and where it does not, as the system and the environment do. What the
+// service is told of it is put together in LMRUtilDevice.cpp.
 #include "lumora/Platform/Linux/Host/LinuxDevice.h"
 
 #include <sys/utsname.h>

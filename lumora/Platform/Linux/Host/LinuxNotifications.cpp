@@ -1,3 +1,5 @@
+// Notifications go to the host's schedulers: one for the notification center, one for the older service.
+// Which of them a notification takes is LumoraPush.cpp's to say; without one a line in the log is all.
 #include "lumora/Platform/Linux/Host/LinuxNotifications.h"
 
 #include <string>

@@ -1,3 +1,5 @@
+// Log lines to the host's sink, or else to standard error. It is called under the library's locks and to the
+// very end of the process, so it takes no lock itself and fails silently.
 #include "lumora/Platform/Linux/Host/LinuxSystemLog.h"
 
 #include <fcntl.h>
@@ -30,6 +32,7 @@ LinuxSystemLog::LinuxSystemLog(Sink sink)
 
 void LinuxSystemLog::write(std::string_view message) {
   if (sink_ && !ProcessEnd::hasBegun()) return sink_(message);
+  // Between the two moments a host's line goes nowhere: its sink is not called any more.
   if (sink_ && !ProcessEnd::isOver()) return;
   if (isStandardErrorOpen_) {
     // Message and line feed in one call, so that the lines of several threads do not mix.

@@ -1,3 +1,5 @@
+// Random identifiers, in capital letters as the platform writes them. Who keeps them is for
+// UIDeviceAdditionalInfo to say.
 #include "lumora/Platform/Linux/Host/LinuxUUIDSource.h"
 
 #include <uuid/uuid.h>

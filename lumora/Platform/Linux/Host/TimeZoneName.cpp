@@ -1,3 +1,5 @@
+// The name of the zone that this process is in, which the C library applies but does not tell. Offsets are
+// LinuxClock's.
 #include "lumora/Platform/Linux/Host/TimeZoneName.h"
 
 #include <algorithm>
@@ -22,6 +24,7 @@ std::string_view zoneInPath(std::string_view path) {
   const auto position = path.find(folder);
   if (position == std::string_view::npos) return {};
   std::string_view zone = path.substr(position + folder.size());
+  // The same zones once more, without and with leap seconds.
   for (const std::string_view variant : {"posix/", "right/"}) {
     if (zone.starts_with(variant)) zone.remove_prefix(variant.size());
   }
@@ -59,6 +62,7 @@ std::optional<std::string> timeZoneNameFromVariable(std::string_view value) {
 std::string currentTimeZoneName() {
   const char* variable = std::getenv("TZ");
   if (!variable) return zoneOfSystem();
+  // Rules that name no zone hold all the same; only the name is wanting.
   return timeZoneNameFromVariable(variable).value_or(std::string(kUTC));
 }
 

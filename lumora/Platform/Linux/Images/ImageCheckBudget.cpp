@@ -1,3 +1,5 @@
+// The time and the pixels that one check may take. The formats' sources ask it wherever few bytes can ask for
+// much work; the size of a single picture is limited in ImageFormats.h.
 #include "lumora/Platform/Linux/Images/ImageCheckBudget.h"
 
 #include <ctime>
@@ -28,6 +30,7 @@ bool ImageCheckBudget::hasTimeAfter(std::size_t bytes) noexcept {
 }
 
 bool ImageCheckBudget::takeFrame(std::uint64_t width, std::uint64_t height) noexcept {
+  // Twice the largest picture: an animation may repaint all of it.
   constexpr std::uint64_t maximumPixels = std::uint64_t{128} * 1000 * 1000;
   pixels_ += width * height;
   return pixels_ <= maximumPixels;

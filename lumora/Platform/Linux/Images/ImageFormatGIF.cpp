@@ -1,3 +1,5 @@
+// Whether bytes are one whole GIF: every frame is decoded by rows into one buffer, and thrown away. The time
+// that this takes is ImageCheckBudget's to limit.
 #include <gif_lib.h>
 
 #include <algorithm>
@@ -39,6 +41,7 @@ bool readFrame(GifFileType* gif, std::vector<GifPixelType>& row) {
                               frame.Left + frame.Width <= gif->SWidth &&
                               frame.Top + frame.Height <= gif->SHeight;
   auto& budget = static_cast<Source*>(gif->UserData)->budget;
+  // The library would take a frame of any place and size.
   if (!isWithinCanvas ||
       !budget.takeFrame(static_cast<std::uint64_t>(frame.Width), static_cast<std::uint64_t>(frame.Height)))
     return false;
@@ -65,6 +68,7 @@ bool readRecords(GifFileType* gif) {
   for (;;) {
     GifRecordType record = UNDEFINED_RECORD_TYPE;
     if (DGifGetRecordType(gif, &record) != GIF_OK) return false;
+    // Without a frame there is nothing to draw.
     if (record == TERMINATE_RECORD_TYPE) return hasFrame;
     if (record == IMAGE_DESC_RECORD_TYPE) {
       if (!readFrame(gif, row)) return false;

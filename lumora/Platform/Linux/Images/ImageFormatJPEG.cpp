@@ -1,3 +1,6 @@
+// Whether bytes are one whole JPEG: every coefficient is decoded, at an eighth of the size, and thrown away.
+// The time that this takes is ImageCheckBudget's to limit.
+
 // The library's header needs FILE and size_t declared before it.
 #include <cstdio>
 

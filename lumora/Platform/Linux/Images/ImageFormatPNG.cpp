@@ -1,3 +1,5 @@
+// Whether bytes are one whole PNG: its chunks are fed to the library by pieces, those that hold no pixels
+// left out, and its rows counted. The time that this takes is ImageCheckBudget's to limit.
 #include <png.h>
 
 #include <algorithm>
@@ -33,6 +35,7 @@ class PNGReader {
         feed(size);
       }
     }
+    // The end may come too early: the library does not mind missing rows.
     return rowsLeft_ == 0;
   }
 

@@ -1,3 +1,5 @@
+// Whether bytes are one whole WebP: the frames of its container, and of each the lossy picture, which the
+// library decodes, or the lossless one, which WebPLosslessStream.cpp checks within less memory.
 #include <webp/decode.h>
 #include <webp/demux.h>
 
@@ -58,6 +60,7 @@ class ChunkReader {
     for (std::size_t i = headerSize; i-- > 4;) size = size << 8 | static_cast<unsigned char>(rest_[i]);
     if (size > rest_.size() - headerSize) return false;
     whole_ = rest_.substr(0, headerSize + size);
+    // Chunks of odd length are followed by a byte of padding, save perhaps the last.
     rest_.remove_prefix(std::min(rest_.size(), whole_.size() + size % 2));
     return true;
   }
@@ -98,6 +101,7 @@ bool isWholeLossyPicture(std::string_view chunk, ImageCheckBudget& budget) {
   config.options.use_scaling = 1;
   config.options.scaled_width = 1;
   config.options.scaled_height = 1;
+  // How a pixel looks does not matter, only that it is there.
   config.options.bypass_filtering = 1;
   config.options.no_fancy_upsampling = 1;
   config.output.colorspace = MODE_YUV;

@@ -1,3 +1,5 @@
+// Walks through a lossless WebP stream to see whether it holds all its pixels, without keeping them. Codes
+// are read in WebPPrefixCodes.cpp, the container around the stream in ImageFormatWebP.cpp.
 #include "lumora/Platform/Linux/Images/WebPLosslessStream.h"
 
 #include <algorithm>
@@ -69,6 +71,7 @@ class LosslessStream {
       picture.blockBits = static_cast<int>(bits_.read(3)) + 2;
       if (!readImage(size.inBlocks(picture.blockBits), &picture.groups)) return false;
       for (std::uint32_t& group : picture.groups) {
+        // The format writes the number into red and green.
         group = group >> 8 & 0xFFFF;
         groupCount = std::max(groupCount, group + 1);
       }
@@ -153,6 +156,7 @@ class Canvas {
   void add(std::uint32_t color) {
     if (pixels_) {
       pixels_->push_back(color);
+      // The hash is the format's own.
       if (image_.cacheBits > 0) cache_[0x1E35A7BDU * color >> (32 - image_.cacheBits)] = color;
     }
     advance(1);
@@ -199,6 +203,7 @@ bool LosslessStream::readPixels(const EntropyImage& image, Pixels* pixels) {
       const std::uint32_t length = readCopyValue(symbol - literals);
       const std::uint32_t distanceCode = readCopyValue(image.codes.readSymbol(bits_, code + 4));
       const std::size_t distance = distanceOf(distanceCode, image.size.width);
+      // A copy from before the first pixel, or beyond the last, is no picture's.
       if (distance > canvas.count() || length > canvas.pixelsLeft()) return false;
       canvas.copy(distance, length);
     } else {

@@ -1,3 +1,5 @@
+// The bits of a lossless WebP stream, and the prefix codes that its pixels are written in. Which code holds
+// for which pixel is decided in WebPLosslessStream.cpp.
 #include "lumora/Platform/Linux/Images/WebPPrefixCodes.h"
 
 #include <algorithm>
@@ -36,8 +38,10 @@ bool WebPPrefixCodes::add(std::span<const std::uint8_t> lengths) {
   for (std::size_t length = 1; length <= longestCode; ++length) {
     offsets[length + 1] = offsets[length] + code.counts[length];
     open = open * 2 - code.counts[length];
+    // More codes than there are words of that length.
     if (open < 0) return false;
   }
+  // Words without a symbol; only a code of a single symbol may leave any.
   if (open != 0 && used > 1) return false;
 
   code.firstSymbol = static_cast<std::uint32_t>(symbols_.size());

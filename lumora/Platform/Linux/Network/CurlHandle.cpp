@@ -1,3 +1,5 @@
+// One handle of libcurl with its connections. It runs by the multi interface, whose wait the end of the
+// process can break off. Options, callbacks and what errors mean are in CurlURLLoader.cpp.
 #include "lumora/Platform/Linux/Network/CurlHandle.h"
 
 #include <fcntl.h>
@@ -103,6 +105,7 @@ CURLcode CurlHandle::run() {
   }
   int left = 0;
   const CURLMsg* const message = curl_multi_info_read(multi_, &left);
+  // The loop itself has failed where there is no message; memory is what it fails for.
   return message != nullptr ? message->data.result : CURLE_OUT_OF_MEMORY;
 }
 

@@ -1,3 +1,6 @@
+// Requests by libcurl: options, headers and bodies on their way, and what its errors mean. Connections and
+// the wait are CurlHandle's, SIGPIPE is BrokenPipeGuard's, what an answer says is LMRNetworkManager's
+// business.
 #include "lumora/Platform/Linux/Network/CurlURLLoader.h"
 
 #include <ifaddrs.h>
@@ -162,6 +165,7 @@ void setTimeouts(CURL* handle, const URLRequest& request) {
   curl_easy_setopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
   curl_easy_setopt(handle, CURLOPT_LOW_SPEED_TIME, kSilenceLimitSeconds);
   curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, kSilenceLimitSeconds);
+  // Against a server that always sends just enough not to be silent.
   if (request.longestTransfer)
     curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, milliseconds(*request.longestTransfer));
 }
@@ -206,6 +210,7 @@ void setCallbacks(Transfer& transfer) {
 
 void setDestination(CURL* handle, const URLRequest& request) {
   curl_easy_setopt(handle, CURLOPT_URL, request.url.c_str());
+  // Dots in a path are not for curl to resolve: a URL goes out as it was written.
   curl_easy_setopt(handle, CURLOPT_PATH_AS_IS, 1L);
   curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, request.maximumRedirects > 0 ? 1L : 0L);
@@ -221,6 +226,7 @@ void setDestination(CURL* handle, const URLRequest& request) {
 /// Whether this machine has an address by which anything but itself can be reached.
 bool hasNetwork() {
   ifaddrs* first = nullptr;
+  // What cannot be told is not claimed.
   if (getifaddrs(&first) != 0) return true;
   bool found = false;
   for (const ifaddrs* entry = first; entry != nullptr && !found; entry = entry->ifa_next) {
@@ -329,6 +335,7 @@ void CurlURLLoader::keepHandle(std::unique_ptr<CurlHandle> handle) {
   // Forgets this request's options, and with them the pointers to it; the connection stays open.
   handle->reset();
   const Lock lock(mutex_);
+  // Of two requests at once one gives its connection up.
   if (!keptHandle_) keptHandle_ = std::move(handle);
 }
 
@@ -353,6 +360,7 @@ URLResponse CurlURLLoader::load(const URLRequest& request) try {
   setMethod(handle->easy(), request);
   setTimeouts(handle->easy(), request);
   if (!connectTo_.empty()) {
+    // For every host and port; a proxy of the environment would come in between.
     append(connectTo, "::" + connectTo_);
     curl_easy_setopt(handle->easy(), CURLOPT_CONNECT_TO, connectTo.get());
     curl_easy_setopt(handle->easy(), CURLOPT_NOPROXY, "*");

@@ -1,3 +1,5 @@
+// A thread for one task that may wait a moment, such as writing settings that nobody flushed
+// (LinuxSettingsStore). It goes by the steady clock and not by the platform's, of which it is a part.
 #include "lumora/Platform/Linux/Tasks/DelayedTask.h"
 
 #include <pthread.h>
@@ -55,6 +57,7 @@ struct DelayedTask::State {
     Lock lock(mutex);
     isRunning = false;
     failures = succeeded ? 0 : failures + 1;
+    // A request that came meanwhile has set a moment of its own.
     if (!succeeded && failures < pauses.size() && !due) due = Clock::now() + pauses[failures];
     wake.notify_all();
   }
@@ -99,8 +102,10 @@ DelayedTask::~DelayedTask() {
 void DelayedTask::request() {
   Lock lock(state_->mutex);
   const Clock::time_point moment = Clock::now() + pauses.front();
+  // Whoever asks again begins with the shortest pause.
   state_->failures = 0;
   if (!state_->worker.joinable()) state_->startWorker();
+  // A run that comes sooner serves this request too.
   if (state_->due && *state_->due <= moment) return;
   state_->due = moment;
   state_->wake.notify_all();

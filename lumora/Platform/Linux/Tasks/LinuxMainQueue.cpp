@@ -1,3 +1,5 @@
+// The main queue: any thread hands tasks over, the host's loop runs them, woken by a condition or by an
+// eventfd. Serial queues are in LinuxSerialQueue.cpp; what a throwing task does, in RunTask.cpp.
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -99,6 +101,7 @@ void LinuxMainQueue::async(Task task) {
 }
 
 void LinuxMainQueue::sync(const Task& task) {
+  // The task would never run, and its caller wait for ever.
   if (ProcessEnd::hasBegun()) return;
   if (isMainThread()) {
     runTask(task);  // Waiting for itself, the thread would never come to it.

@@ -1,3 +1,5 @@
+// A serial queue's tasks and its thread, and the count that tells whether any queue has work. Which tasks
+// still run when the process ends is ProcessEnd's to say.
 #include "lumora/Platform/Linux/Tasks/LinuxSerialQueue.h"
 
 #include <pthread.h>
@@ -22,6 +24,7 @@ void TaskCounter::add() noexcept {
 
 void TaskCounter::finish(std::size_t count) noexcept {
   if (count == 0) return;
+  // The time first: who finds the count at zero must not find an older time with it.
   quietSince_ = Clock::now().time_since_epoch().count();
   count_ -= count;
   ProcessEnd::finish(ProcessEnd::Work::task, count);
@@ -39,6 +42,7 @@ struct LinuxSerialQueue::State {
     bool wakeWorker = false;
     {
       Lock lock(mutex);
+      // Dropped like the tasks that wait when a queue is destroyed.
       if (isEnding) return;
       unfinishedTasks->add();
       tasks.push_back(std::move(task));
@@ -51,6 +55,7 @@ struct LinuxSerialQueue::State {
   /// Waits for a task; nothing once the queue ends.
   std::optional<Task> pop() {
     Lock lock(mutex);
+    // When the end's wait is over nothing begins any more: the thread sleeps until the process is gone.
     while ((tasks.empty() || ProcessEnd::isOver()) && !isEnding) {
       isWorkerAsleep = true;
       wake.wait(mutex);
@@ -101,6 +106,7 @@ LinuxSerialQueue::~LinuxSerialQueue() {
   Lock lock(workerMutex_);
   if (!worker_.joinable()) return;
   if (worker_.get_id() == std::this_thread::get_id()) {
+    // A queue that its own task destroys cannot wait for that task.
     worker_.detach();
   } else {
     worker_.join();

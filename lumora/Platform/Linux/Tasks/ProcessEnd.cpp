@@ -1,3 +1,6 @@
+// The end of the process: the work that it waits for is counted here, and its two moments, the begin and the
+// end of the wait, are told to whoever asks. Queues, the URL loader, the log and the application heed them by
+// themselves.
 #include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
 
 #include <dlfcn.h>
@@ -18,6 +21,7 @@
 namespace lumora {
 namespace {
 
+/// For the last calls to be stored; nobody takes the program for hung within it.
 constexpr std::chrono::seconds kPatience(1);
 
 thread_local bool isLibraryThread = false;
@@ -64,6 +68,7 @@ State& shared() {
 
 void endProcess() {
   State& state = shared();
+  // Registered as often as `watch` was called; the first call does it all.
   if (state.hasBegun.exchange(true)) return;
   if (state.worker == ::getpid()) {
     ::eventfd_write(state.event.get(), 1);

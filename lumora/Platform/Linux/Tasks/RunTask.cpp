@@ -1,3 +1,5 @@
+// Runs a task so that nothing that it throws leaves the queue, and waits for one that another thread runs.
+// Both kinds of queue use it.
 #include "lumora/Platform/Linux/Tasks/RunTask.h"
 
 #include <future>
