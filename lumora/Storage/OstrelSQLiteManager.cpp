@@ -234,7 +234,10 @@ std::optional<SQLiteError> OstrelSQLiteManager::doQuery(const std::string& sql,
 
 std::optional<SQLiteError> OstrelSQLiteManager::runStatement(const std::string& sql, const List* parameters) {
   if (!db_) {
-    if (auto error = openDatabase()) return error;
+    if (auto error = openDatabase()) {
+      finishStatement();  // SQLite gives a connection that can only be closed.
+      return error;
+    }
   }
   std::optional<SQLiteError> stepError;
   {

@@ -89,12 +89,16 @@ void LinuxKeychain::keep(Items changed) {
       return isSameItem(other, item) && other.value == item.value;
     });
   };
-  // What was removed, or changed once more, is kept no longer.
+  // What was removed, or changed once more, is kept no longer. A removal that the file does not take has
+  // failed: its item is still there.
+  std::erase_if(items_,
+                [&](const KeychainItem& item) { return isIn(unsaved_, item) && !isIn(changed, item); });
   std::erase_if(unsaved_, [&](const KeychainItem& item) { return !isIn(changed, item); });
   for (const KeychainItem& item : changed) {
-    if (!isIn(items_, item)) putItem(unsaved_, item);
+    if (isIn(items_, item)) continue;
+    putItem(unsaved_, item);
+    putItem(items_, item);
   }
-  items_ = std::move(changed);
 }
 
 KeychainStatus LinuxKeychain::copyMatching(const KeychainQuery& query, KeychainItem* item) {

@@ -1,5 +1,5 @@
-// The image check of the shared library: asks the module beside it, which is loaded with the first picture and
-// stays. Only this source and ImageModuleEntry.cpp know that there are two files.
+// The image check of the shared library: asks the module beside it, which is loaded with the first picture
+// and stays. Only this source and ImageModuleEntry.cpp know that there are two files.
 #include <dlfcn.h>
 
 #include <string>
@@ -24,7 +24,8 @@ ImageCheckFunction* loadImageCheck() {
   void* const check = module ? ::dlsym(module, imageCheckSymbol) : nullptr;
   if (!check) {
     const char* const reason = ::dlerror();
-    platform().log.write(std::string("LumoraSDK-Pictures cannot be read: ") + (reason ? reason : "no reason"));
+    platform().log.write(std::string("LumoraSDK-Pictures cannot be read: ") +
+                         (reason ? reason : "no reason"));
   }
   return reinterpret_cast<ImageCheckFunction*>(check);
 }

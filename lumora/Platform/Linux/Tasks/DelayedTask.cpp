@@ -57,8 +57,8 @@ struct DelayedTask::State {
     Lock lock(mutex);
     isRunning = false;
     failures = succeeded ? 0 : failures + 1;
-    // A request that came meanwhile has set a moment of its own.
-    if (!succeeded && failures < pauses.size() && !due) due = Clock::now() + pauses[failures];
+    // A request that came meanwhile has set a moment of its own. The end waits for one attempt, not for more.
+    if (!succeeded && !isFinishing && failures < pauses.size() && !due) due = Clock::now() + pauses[failures];
     wake.notify_all();
   }
 
@@ -81,6 +81,7 @@ struct DelayedTask::State {
   std::optional<Clock::time_point> due LUMORA_GUARDED_BY(mutex);
   std::size_t failures LUMORA_GUARDED_BY(mutex) = 0;
   bool isRunning LUMORA_GUARDED_BY(mutex) = false;
+  bool isFinishing LUMORA_GUARDED_BY(mutex) = false;
   bool isEnding LUMORA_GUARDED_BY(mutex) = false;
 };
 
@@ -116,11 +117,13 @@ void DelayedTask::finishWithin(milliseconds limit) {
   Lock lock(state_->mutex);
   if (!state_->worker.joinable()) return;
   const Clock::time_point deadline = Clock::now() + limit;
+  state_->isFinishing = true;
   if (state_->due || state_->failures > 0) state_->due = Clock::now();
   state_->wake.notify_all();
   while ((state_->due || state_->isRunning) && Clock::now() < deadline) {
     state_->wake.wait_until(state_->mutex, deadline);
   }
+  state_->isFinishing = false;
 }
 
 }  // namespace lumora

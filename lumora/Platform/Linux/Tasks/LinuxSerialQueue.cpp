@@ -44,8 +44,8 @@ struct LinuxSerialQueue::State {
       Lock lock(mutex);
       // Dropped like the tasks that wait when a queue is destroyed.
       if (isEnding) return;
-      unfinishedTasks->add();
       tasks.push_back(std::move(task));
+      unfinishedTasks->add();  // Only now: memory for the task may have run out.
       wakeWorker = std::exchange(isWorkerAsleep, false);
     }
     // Waking costs a system call, so it happens only when the worker sleeps.
