@@ -72,7 +72,7 @@ KeychainStatus LinuxKeychain::change(const std::function<KeychainStatus(Items& i
     if (status != KeychainStatus::success) return status;
     // Who has been told an identifier must find it again, after a power cut too.
     if (!canWrite || !file_.replace(encodeKeychain(items), FolderSync::always)) {
-      keep(std::move(items));
+      keep(items);
       return KeychainStatus::failure;
     }
     items_ = std::move(items);
@@ -83,7 +83,7 @@ KeychainStatus LinuxKeychain::change(const std::function<KeychainStatus(Items& i
   }
 }
 
-void LinuxKeychain::keep(Items changed) {
+void LinuxKeychain::keep(const Items& changed) {
   const auto isIn = [](const Items& items, const KeychainItem& item) {
     return std::ranges::any_of(items, [&item](const KeychainItem& other) {
       return isSameItem(other, item) && other.value == item.value;

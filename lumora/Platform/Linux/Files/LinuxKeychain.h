@@ -31,7 +31,7 @@ class LinuxKeychain : public Keychain {
   /// Changes the items under the file's lock.
   KeychainStatus change(const std::function<KeychainStatus(Items& items)>& edit);
   /// Takes over a change that the file has not taken.
-  void keep(Items changed) LUMORA_REQUIRES(mutex_);
+  void keep(const Items& changed) LUMORA_REQUIRES(mutex_);
 
   Mutex mutex_;
   StoreFile file_ LUMORA_GUARDED_BY(mutex_);
