@@ -211,7 +211,10 @@ int OstrelSQLiteManager::changedRows() const {
 /// Takes in how a call of SQLite ended.
 void OstrelSQLiteManager::note(int result) {
   if (result == SQLITE_OK || result == SQLITE_ROW || result == SQLITE_DONE) return;
-  const DatabaseFault::Kind kind = faultOf(sqlite3_extended_errcode(db_));
+  DatabaseFault::Kind kind = faultOf(sqlite3_extended_errcode(db_));
+  // A statement that undid the whole transaction: what follows would stand outside of it.
+  if (kind == DatabaseFault::Kind::none && isInTransaction_ && sqlite3_get_autocommit(db_) != 0)
+    kind = DatabaseFault::Kind::unusable;
   if (kind == DatabaseFault::Kind::none)
     hasFailedStatement_ = true;
   else if (!fault_)

@@ -48,7 +48,7 @@ class EventStoreTest : public ::testing::Test {
 
   /// Puts so many rows into the empty queue at once.
   void fill(int rows) {
-    store();
+    count();  // Makes the tables.
     SQLiteConnection(path()).run(
         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n LIMIT " + std::to_string(rows) +
         ") INSERT INTO ostrel_events (event) SELECT '{\"event_type\":\"checkpoint\"}' FROM n");

@@ -1,3 +1,4 @@
+#include <atomic>
 #include <thread>
 #include <tuple>
 
@@ -9,6 +10,7 @@ namespace lumora::tests {
 namespace {
 
 using Ids = std::vector<std::int64_t>;
+using Texts = std::vector<std::string>;
 
 constexpr const char* crucialLine =
     "LumoraSDK-Event delete opration prevented, Can not delete crucial events .";
@@ -68,6 +70,34 @@ TEST_F(EventStoreTest, aFullQueueDropsNewEventsUnlessTheyAreCrucial) {
     EXPECT_EQ(count(), expected);
     EXPECT_EQ(host.log.messages(), std::vector<std::string>(crucialLines, crucialLine));
   }
+}
+
+TEST_F(EventStoreTest, theEventsOfABurstShareATransaction) {
+  std::atomic<int> tasks = 1000;
+  const auto saveInTask = [&tasks](const std::string& name) {
+    const LMRDataManager::Burst burst(tasks);
+    save(name);
+  };
+  const auto stored = [this] { return SQLiteConnection(path()).texts("SELECT count(*) FROM ostrel_events"); };
+  EXPECT_EQ(count(), 0U);
+  saveInTask("followed by others");
+  EXPECT_EQ(stored(), Texts{"0"});
+  std::thread([] { save("of another thread"); }).join();
+  EXPECT_EQ(stored(), Texts{"2"});
+  for (int i = 0; i < 64; ++i) saveInTask("one of many");
+  EXPECT_EQ(stored(), Texts{"66"});
+  saveInTask("old");
+  host.clock.advance(std::chrono::milliseconds(5));
+  saveInTask("new");
+  EXPECT_EQ(stored(), Texts{"68"});
+  SQLiteConnection(path()).run(
+      "CREATE TRIGGER bad BEFORE INSERT ON ostrel_events WHEN NEW.event LIKE '%bad%' "
+      "BEGIN SELECT RAISE(ROLLBACK, 'bad'); END");
+  for (const char* name : {"good", "bad", "good"}) saveInTask(name);
+  EXPECT_EQ(count(), 70U) << "a bad one takes no other along";
+  tasks = 1;
+  saveInTask("last");
+  EXPECT_EQ(stored(), Texts{"71"});
 }
 
 TEST_F(EventStoreTest, onlyTheNamedEventsAreDeleted) {
