@@ -81,10 +81,10 @@ std::string unusedPath(std::string path) {
 std::string stampOf(Date moment) {
   const auto day = std::chrono::floor<date::days>(moment);
   const date::year_month_day calendar(day);
-  const date::hh_mm_ss time(std::chrono::floor<std::chrono::seconds>(moment - day));
+  const date::hh_mm_ss timeOfDay(std::chrono::floor<std::chrono::seconds>(moment - day));
   return fmt::format("{:04}{:02}{:02}T{:02}{:02}{:02}Z", static_cast<int>(calendar.year()),
                      static_cast<unsigned>(calendar.month()), static_cast<unsigned>(calendar.day()),
-                     time.hours().count(), time.minutes().count(), time.seconds().count());
+                     timeOfDay.hours().count(), timeOfDay.minutes().count(), timeOfDay.seconds().count());
 }
 
 }  // namespace

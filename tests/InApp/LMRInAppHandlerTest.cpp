@@ -245,12 +245,14 @@ TEST_F(CampaignPicturesTest, TapsAndEventsLeaveThemToTheQueueAndSessionsFetchThe
       if (refill) {
         refill();
         EXPECT_EQ(state(), before) << evicted << online;
+        host.queues.runAll();
       } else {
         logger().discardAllSessions();
         LMRDataManager::sharedInstance().updateResource(
             LMRResource::initWithCampaignId("p", 0, LMRResource::unchanged));
+        lumora().appWillEnterForeground();
+        lumora().serialQueue().sync([] {});
       }
-      refill ? host.queues.runAll() : resync(10);
       EXPECT_EQ(state(), after) << evicted << online;
     }
   }

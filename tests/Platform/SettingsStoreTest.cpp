@@ -148,6 +148,7 @@ TEST_F(LinuxSettingsStoreTest, AFlushCarriesOnlyItsOwnChangesIntoTheSharedFile) 
   EXPECT_EQ(first.object("both"), Value("second")) << "the flush brings in what others wrote";
   for (const char* key : {"both", "removed", "of first"}) EXPECT_EQ(stored(key), first.object(key)) << key;
   EXPECT_TRUE(stored("removed").isNull());
+  EXPECT_EQ(stored("of first"), Value(1));
   writeFile(file, "broken");
   first.setObject("new", 2);
   EXPECT_TRUE(first.synchronize());

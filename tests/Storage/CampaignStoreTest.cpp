@@ -14,13 +14,20 @@ class CampaignStoreTest : public ::testing::Test {
  protected:
   CampaignStoreTest() { store.setObserver(LMRInAppHandler::sharedInstance()); }
 
+  /// With its tables, which the first operation makes.
+  static LMRDataManager& openedStore() {
+    LMRDataManager& opened = LMRDataManager::sharedInstance();
+    opened.cleanUpInapp();
+    return opened;
+  }
+
   std::string offered() {
     const auto campaign = store.getCampaign("open");
     return campaign ? campaign->campaignId : "none";
   }
 
   testing::FakePlatform& host = testing::FakePlatform::install();
-  LMRDataManager& store = LMRDataManager::sharedInstance();
+  LMRDataManager& store = openedStore();
   SQLiteConnection database{host.files.documentsDirectory() + "/ostrelab.sqlite"};
 };
 

@@ -155,7 +155,7 @@ TEST_F(HostContractTest, TrackingCommandsStoreTheirRecordsInOrder) {
 
 TEST_F(HostContractTest, TellsWhatAnotherProcessKeptItFromStoringAtItsEnd) {
   HostProcess host = start();
-  host.runAll("network offline\ninit account secret\ndrain");
+  host.runAll("network offline\ninit account secret\naction first nil\ndrain");
   lumora::tests::SQLiteConnection other(folder_ / "data/Documents/ostrelab.sqlite");
   other.run("BEGIN EXCLUSIVE");
   host.runAll("action a nil\naction b nil\naction c nil");
