@@ -11,7 +11,7 @@ namespace lumora {
 /// progressive JPEGs of more than some 20 megapixels in colour (10 without subsampling), animations whose
 /// frames have more than 128 megapixels together or that have more than 10,000 chunks (WebP), and whatever
 /// takes longer, such as a PNG of 64 megapixels in 16 bits a channel.
-class LUMORA_EXPORT LinuxImageDecoder : public ImageDecoder {
+class LinuxImageDecoder : public ImageDecoder {
  public:
   bool isImage(std::string_view bytes) override;
 };

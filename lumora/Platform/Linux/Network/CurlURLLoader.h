@@ -19,7 +19,7 @@ class CurlHandle;
 ///
 /// When the process ends by `exit`, a request under way fails as cancelled, a new one fails at once, and the
 /// exit waits for them, one second at most, before the TLS library is taken down.
-class LUMORA_EXPORT CurlURLLoader : public URLLoader {
+class CurlURLLoader : public URLLoader {
  public:
   /// `certificateAuthorityFile` is a PEM file to trust instead of the system's authorities; empty: the
   /// system's. `connectTo` is `HOST:PORT`: every connection goes there, while host name, SNI and certificate
