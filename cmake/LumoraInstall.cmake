@@ -8,7 +8,7 @@ set(resources_dir "${CMAKE_INSTALL_DATADIR}/lumora")
 
 install(TARGETS lumora lumora_testing EXPORT LumoraTargets FILE_SET HEADERS)
 if(TARGET lumora_images)
-  install(TARGETS lumora_images NAMELINK_SKIP)
+  install(TARGETS lumora_images LIBRARY NAMELINK_SKIP)
 endif()
 # A package of its own: its archive needs the development files of its dependencies, a shared lumora does not.
 install(TARGETS lumora_core EXPORT LumoraCoreTargets)
