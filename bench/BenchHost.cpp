@@ -1,10 +1,12 @@
 #include "bench/BenchHost.h"
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 
 #include "bench/LocalService.h"
 #include "lumora/Facade/Lumora.h"
+#include "lumora/Util/LMRSettingsKeys.h"
 
 namespace lumora_bench {
 namespace {
@@ -85,6 +87,14 @@ void BenchHost::setFlushesSettings(bool flushes) {
 void BenchHost::initializeLibrary() const {
   lumora::Lumora::sharedInstance().initializeWithTarrowID(kAccount, kSecret);
   settle();
+}
+
+void BenchHost::putUploadsOff() const {
+  // The pause between two uploads counts from the last one.
+  lumora::SettingsStore& settings = lumora::platform().settings;
+  settings.setObject(lumora::kLmroLastReport,
+                     lumora::Value(lumora::platform().clock.now() + std::chrono::hours(1)));
+  settings.synchronize();
 }
 
 void BenchHost::settle() const {

@@ -31,6 +31,9 @@ class BenchHost {
   /// Waits until the tasks that are on the library's queues have run.
   void settle() const;
 
+  /// Keeps the uploads away that events ask for, for an hour.
+  void putUploadsOff() const;
+
   const std::string& databaseFile() const noexcept { return databaseFile_; }
   const std::string& cachesFolder() const noexcept { return cachesFolder_; }
 

@@ -59,6 +59,7 @@ std::string campaignInsertion(const lumora::LMRInAppMessage& message) {
 }
 
 void removeCampaigns(const std::string& databaseFile) {
+  createTables(databaseFile);
   PlainSQLite database(databaseFile);
   database.run("delete from lmro_inapp");
   database.run("VACUUM");

@@ -24,7 +24,7 @@ void cacheImages(const std::string& cachesFolder, int count);
 std::string statusUpdate(const std::string& id);
 std::string campaignInsertion(const lumora::LMRInAppMessage& message);
 
-/// Empties the table.
+/// Empties the table, which is made where it is missing: the library opens its database with the first use.
 void removeCampaigns(const std::string& databaseFile);
 /// The campaigns as rows of the table, stored by plain SQLite. Their images must be in the cache.
 void storeCampaigns(const std::string& databaseFile, const lumora::List& campaigns);

@@ -24,26 +24,27 @@ std::array<int, 2> makePipe() {
 }
 
 /// Runs after fork: only what is safe there.
-[[noreturn]] void becomeRole(const char* role, const char* arguments, int input, int output) {
+[[noreturn]] void becomeRole(const char* program, const char* role, const char* arguments, int input,
+                             int output) {
   ::dup2(input, STDIN_FILENO);
   if (output == kResultDescriptor) {
     ::fcntl(output, F_SETFD, 0);
   } else {
     ::dup2(output, kResultDescriptor);
   }
-  ::execl("/proc/self/exe", "lumora-bench", "--role", role, arguments, nullptr);
+  ::execl(program, "lumora-bench", "--role", role, arguments, nullptr);
   ::_exit(127);
 }
 
 }  // namespace
 
-Child::Child(const std::string& role, const json& arguments) : role_(role) {
+Child::Child(const std::string& role, const json& arguments, const std::string& program) : role_(role) {
   const std::string text = arguments.dump();
   const auto input = makePipe();
   const auto output = makePipe();
   id_ = ::fork();
   if (id_ < 0) throw std::runtime_error("no process can be made");
-  if (id_ == 0) becomeRole(role_.c_str(), text.c_str(), input[0], output[1]);
+  if (id_ == 0) becomeRole(program.c_str(), role_.c_str(), text.c_str(), input[0], output[1]);
   ::close(input[0]);
   ::close(output[1]);
   input_ = input[1];

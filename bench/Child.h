@@ -7,14 +7,15 @@
 
 namespace lumora_bench {
 
-/// A fresh process of this program that plays one of the roles of `Roles.h`. The library's instances live as
-/// long as their process, so every measure has one of its own.
+/// A fresh process of this program that plays one of the roles of `Roles.h`, or of another one of `Hosts/`.
+/// The library's instances live as long as their process, so every measure has one of its own.
 ///
 /// The role's result comes back through a pipe as JSON. A role that serves others, as the service does, gives
 /// its result early and lives until this object goes.
 class Child {
  public:
-  Child(const std::string& role, const nlohmann::json& arguments);
+  Child(const std::string& role, const nlohmann::json& arguments,
+        const std::string& program = "/proc/self/exe");
   ~Child();
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;

@@ -46,6 +46,7 @@ PlainSQLite::PlainSQLite(const std::string& file) {
 }
 
 PlainSQLite::~PlainSQLite() {
+  sqlite3_finalize(insertion_);
   sqlite3_close(database_);
 }
 
@@ -65,6 +66,14 @@ std::vector<std::string> PlainSQLite::texts(const std::string& sql, int column) 
   while (step(database_, statement))
     texts.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), column)));
   return texts;
+}
+
+void PlainSQLite::insertEvent(const std::string& text) {
+  if (!insertion_) insertion_ = prepare(database_, "INSERT INTO ostrel_events (event) VALUES (?)").release();
+  sqlite3_bind_text(insertion_, 1, text.data(), static_cast<int>(text.size()), SQLITE_STATIC);
+  const int result = sqlite3_step(insertion_);
+  sqlite3_reset(insertion_);
+  if (result != SQLITE_DONE) throw std::runtime_error(sqlite3_errmsg(database_));
 }
 
 void PlainSQLite::runTogether(const std::vector<std::string>& statements) {

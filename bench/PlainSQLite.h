@@ -6,6 +6,7 @@
 #include <vector>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace lumora_bench {
 
@@ -31,11 +32,14 @@ class PlainSQLite {
   int run(const std::string& sql);
   /// The texts of a column in all rows.
   std::vector<std::string> texts(const std::string& sql, int column);
+  /// Stores an event's text by a statement that is prepared once.
+  void insertEvent(const std::string& text);
   /// Runs statements inside one transaction, which costs the disk one turn only.
   void runTogether(const std::vector<std::string>& statements);
 
  private:
   sqlite3* database_ = nullptr;
+  sqlite3_stmt* insertion_ = nullptr;
 };
 
 /// Opens the file, runs one statement and closes it, as the library does for each of its own.

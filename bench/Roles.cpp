@@ -5,12 +5,16 @@ namespace lumora_bench {
 std::span<const Measure> allMeasures() {
   static constexpr Measure measures[] = {
       {"caller-latency", measureCallerLatency},
+      {"event-burst", measureEventBurst},
+      {"event-wait", measureEventWait},
       {"event-save", measureEventSave},
+      {"journal-mode", measureJournalMode},
       {"upload", measureUpload},
       {"upload-without-network", measureUploadWithoutNetwork},
       {"event-record", measureEventRecord},
       {"initialization", measureInitialization},
-      {"memory", measureMemory},
+      {"host-process", measureHostProcess},
+      {"library-size", measureLibrarySize},
       {"in-app-step", measureInAppStep},
       {"trigger-lookup", measureTriggerLookup},
       {"campaign-sync", measureCampaignSync},
@@ -22,8 +26,7 @@ std::span<const Measure> allMeasures() {
 std::span<const Role> allRoles() {
   static constexpr Role roles[] = {
       {"initialize-library", initializeLibrary},
-      {"create-plain-tables", createPlainTables},
-      {"use-plain-libraries", usePlainLibraries},
+      {"start-plain-worker", startPlainWorker},
       {"serve", serve},
   };
   return roles;

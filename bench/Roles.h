@@ -22,7 +22,12 @@ struct Role {
 
 // Measures/CallerLatency.cpp: what a call costs the host's thread.
 Report measureCallerLatency(const std::string& folder);
-// Measures/EventSave.cpp: storing one event, alone and with the in-app step before it.
+// Measures/EventBurst.cpp: events that follow each other closely, until they are on the disk.
+Report measureEventBurst(const std::string& folder);
+Report measureEventWait(const std::string& folder);
+// Measures/JournalMode.cpp: what a write-ahead log would save or cost.
+Report measureJournalMode(const std::string& folder);
+// Measures/EventSave.cpp: storing one event, without and with the in-app step before it.
 Report measureEventSave(const std::string& folder);
 Report measureInAppStep(const std::string& folder);
 // Measures/EventRecord.cpp: building one record and its text.
@@ -33,10 +38,10 @@ Report measureUploadWithoutNetwork(const std::string& folder);
 // Measures/Initialization.cpp: the first use of the library.
 Report measureInitialization(const std::string& folder);
 nlohmann::json initializeLibrary(const nlohmann::json& arguments);
-nlohmann::json createPlainTables(const nlohmann::json& arguments);
-// Measures/Memory.cpp: what stays resident.
-Report measureMemory(const std::string& folder);
-nlohmann::json usePlainLibraries(const nlohmann::json& arguments);
+nlohmann::json startPlainWorker(const nlohmann::json& arguments);
+// Measures/HostProcess.cpp: what a host's process carries, and what it ships.
+Report measureHostProcess(const std::string& folder);
+Report measureLibrarySize(const std::string& folder);
 // Measures/TriggerLookup.cpp: an event for which no campaign waits.
 Report measureTriggerLookup(const std::string& folder);
 // Measures/CampaignSync.cpp: receiving campaigns, and reading them back.

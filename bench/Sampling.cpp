@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstddef>
 #include <map>
 #include <utility>
 
@@ -39,18 +38,21 @@ double median(const Samples& samples) {
   return percentile(samples, 0.5);
 }
 
+void takeTurns(int rounds, std::size_t works,
+               const std::function<void(std::size_t index, bool isKept)>& sample) {
+  for (int round = 0; round <= rounds; ++round) {
+    // Whoever comes second may find the disk's caches warmer, so the order changes.
+    for (std::size_t i = 0; i < works; ++i) sample(round % 2 == 0 ? i : works - 1 - i, round > 0);
+  }
+}
+
 std::vector<Samples> sampleByTurns(int rounds, const Work& prepare, const std::vector<Work>& works) {
   std::vector<Samples> samples(works.size());
-  const auto sample = [&](std::size_t index, bool isKept) {
+  takeTurns(rounds, works.size(), [&](std::size_t index, bool isKept) {
     prepare();
     const double time = microsecondsOf(works.at(index));
     if (isKept) samples.at(index).push_back(time);
-  };
-  for (int round = 0; round <= rounds; ++round) {
-    const bool isKept = round > 0;
-    // Whoever comes second may find the disk's caches warmer, so the order changes.
-    for (std::size_t i = 0; i < works.size(); ++i) sample(round % 2 == 0 ? i : works.size() - 1 - i, isKept);
-  }
+  });
   return samples;
 }
 

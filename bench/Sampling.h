@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -28,6 +29,9 @@ struct PairedSamples {
   Samples floor;
 };
 
+/// Calls for each sample of that many works by turns, and in changing order. What is not kept goes ahead.
+void takeTurns(int rounds, std::size_t works,
+               const std::function<void(std::size_t index, bool isKept)>& sample);
 /// Microseconds of each work, taken by turns. `prepare` runs, unmeasured, before every single sample. One
 /// unmeasured turn of each goes ahead.
 std::vector<Samples> sampleByTurns(int rounds, const Work& prepare, const std::vector<Work>& works);

@@ -1,20 +1,10 @@
 #include "bench/TypicalEvent.h"
 
 #include "lumora/Events/LMREventLogger.h"
-#include "lumora/Facade/LumoraActionMetaData.h"
 #include "lumora/Platform/JSON.h"
 #include "lumora/Util/EventKeys.h"
 
 namespace lumora_bench {
-
-std::shared_ptr<lumora::LumoraActionMetaData> typicalDetails() {
-  auto details = std::make_shared<lumora::LumoraActionMetaData>();
-  details->setType("purchase");
-  details->setDetails("It's the \"summer\" coupon – 20 %");
-  details->setMetric(12.5);
-  details->setKey("item", "boots");
-  return details;
-}
 
 lumora::Dictionary typicalRecord(const lumora::Dictionary& details) {
   lumora::Dictionary record =

@@ -1,17 +1,16 @@
 // Takes the measures named on the command line, all of them without a name, and prints one table.
 //
-//     lumora-bench [--library FILE] [MEASURE…]
+//     lumora-bench [MEASURE…]
 //
-// With --library the table tells that file's size, which should be the stripped shared library. The exit
-// status is 1 when a goal is not met or a measure could not be taken. Files go to $TMPDIR; it decides whose
-// disk is measured. Each measure runs in a process of its own, as does the work that it wants done in a fresh
-// one: then this program starts itself with --role.
+// $LUMORA_BENCH_SHARED is the build of the shared library and of the hosts that belong to it, which some
+// measures want. The exit status is 1 when a goal is not met or a measure could not be taken. Files go to
+// $TMPDIR; it decides whose disk is measured. Each measure runs in a process of its own, as does the work
+// that it wants done in a fresh one: then this program starts itself with --role.
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <exception>
-#include <filesystem>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -28,10 +27,7 @@ using nlohmann::json;
 
 constexpr int kExitUsage = 64;
 
-struct Options {
-  std::string library;
-  std::vector<std::string> measures;
-};
+using Names = std::vector<std::string>;
 
 /// Every measure is a role, too.
 json play(const std::string& role, const json& arguments) {
@@ -60,23 +56,15 @@ void add(const Report& part, Report& whole) {
   whole.notes.insert(whole.notes.end(), part.notes.begin(), part.notes.end());
 }
 
-Report measureLibrarySize(const std::string& file) {
-  constexpr double bytesPerKilobyte = 1000;
-  constexpr double largest = 440;
-  const auto size = static_cast<double>(std::filesystem::file_size(file)) / bytesPerKilobyte;
-  return {
-      .rows = {{.measure = "stripped shared library", .unit = "KB", .value = size, .maximumValue = largest}}};
-}
-
-bool isWanted(const Options& options, const std::string& measure) {
-  return options.measures.empty() || std::ranges::find(options.measures, measure) != options.measures.end();
+bool isWanted(const Names& wanted, const std::string& measure) {
+  return wanted.empty() || std::ranges::find(wanted, measure) != wanted.end();
 }
 
 /// False when a measure could not be taken.
-bool takeMeasures(const Options& options, Report& whole) {
+bool takeMeasures(const Names& wanted, Report& whole) {
   bool areAllTaken = true;
   for (const auto& measure : lumora_bench::allMeasures()) {
-    if (!isWanted(options, measure.name)) continue;
+    if (!isWanted(wanted, measure.name)) continue;
     std::cerr << "measuring " << measure.name << '\n';
     try {
       const lumora::testing::TemporaryFolder folder;
@@ -90,19 +78,6 @@ bool takeMeasures(const Options& options, Report& whole) {
   return areAllTaken;
 }
 
-Options parseOptions(int count, char** arguments) {
-  Options options;
-  for (int i = 1; i < count; ++i) {
-    const std::string word = arguments[i];
-    if (word == "--library" && i + 1 < count) {
-      options.library = arguments[++i];
-    } else {
-      options.measures.push_back(word);
-    }
-  }
-  return options;
-}
-
 bool isMeasure(const std::string& name) {
   return std::ranges::any_of(lumora_bench::allMeasures(),
                              [&](const auto& measure) { return name == measure.name; });
@@ -112,16 +87,14 @@ bool isMeasure(const std::string& name) {
 
 int main(int argc, char** argv) {
   if (argc == 4 && std::string(argv[1]) == "--role") playAndEnd(argv[2], argv[3]);
-  const Options options = parseOptions(argc, argv);
-  if (const auto unknown = std::ranges::find_if_not(options.measures, isMeasure);
-      unknown != options.measures.end()) {
+  const Names wanted(argv + 1, argv + argc);
+  if (const auto unknown = std::ranges::find_if_not(wanted, isMeasure); unknown != wanted.end()) {
     std::cerr << "lumora-bench: there is no measure " << *unknown << "; there are:\n";
     for (const auto& measure : lumora_bench::allMeasures()) std::cerr << "  " << measure.name << '\n';
     return kExitUsage;
   }
   Report report;
-  bool isGood = takeMeasures(options, report);
-  if (!options.library.empty()) add(measureLibrarySize(options.library), report);
+  bool isGood = takeMeasures(wanted, report);
   std::cout << tableText(report);
   isGood =
       isGood && std::ranges::all_of(report.rows, [](const auto& row) { return row.isMet().value_or(true); });

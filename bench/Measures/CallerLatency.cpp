@@ -22,7 +22,6 @@
 #include "bench/TypicalEvent.h"
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/Lumora.h"
-#include "lumora/Facade/LumoraActionMetaData.h"
 
 namespace lumora_bench {
 namespace {

@@ -1,6 +1,6 @@
 // Receiving a sync answer of 1000 campaigns whose images are in the cache: parsing, checking and storing,
-// against plain SQLite running the same statements with the same opens and closes; and reading them back into
-// the handler's map.
+// against plain SQLite inserting the same rows in one transaction; and reading them back into the handler's
+// map.
 #include <fmt/format.h>
 
 #include <stdexcept>
@@ -32,19 +32,18 @@ std::string syncAnswer(int count) {
 void receive(const std::string& answer) {
   lumora::LMRDataManager& store = lumora::LMRDataManager::sharedInstance();
   const auto decoded = lumora::parseJSON(answer);
+  const lumora::LMRDataManager::Burst together;
   for (const lumora::Value& campaign : *lumora::findValue(*decoded->asDictionary(), "inapp")->asList()) {
     const auto message = lumora::LMRInAppMessage::initWithDictionary(*campaign.asDictionary());
     if (message && message->isValid()) store.saveCampaign(message->row());
   }
 }
 
-/// The statements of that: for each campaign its status, then its row.
-std::vector<std::string> statementsFor(int count) {
+std::vector<std::string> insertionsOf(int count) {
   std::vector<std::string> statements;
   for (const lumora::Value& campaign : campaigns(count, count)) {
     const auto message = lumora::LMRInAppMessage::initWithDictionary(*campaign.asDictionary());
     if (!message) throw std::runtime_error("a campaign was dropped");
-    statements.push_back(statusUpdate(message->getCampaignId().value()));
     statements.push_back(campaignInsertion(*message));
   }
   return statements;
@@ -55,9 +54,7 @@ Work receiving(int count) {
 }
 
 Work receivingByPlainSQLite(const std::string& file, int count) {
-  return [file, statements = statementsFor(count)] {
-    for (const std::string& statement : statements) runAlone(file, statement);
-  };
+  return [file, statements = insertionsOf(count)] { PlainSQLite(file).runTogether(statements); };
 }
 
 double medianMilliseconds(const Samples& samples) {
@@ -85,7 +82,6 @@ void refillByPlainSQLite(const std::string& file, int triggers) {
 Report measureCampaignSync(const std::string& folder) {
   constexpr int rounds = 9;
   const BenchHost& host = BenchHost::install(folder);
-  lumora::LMRDataManager::sharedInstance();
   cacheImages(host.cachesFolder(), kCampaigns);
   const auto samples =
       sampleByTurns(rounds, [&] { removeCampaigns(host.databaseFile()); },
@@ -96,15 +92,15 @@ Report measureCampaignSync(const std::string& folder) {
                     .unit = "ms",
                     .value = library,
                     .floor = medianMilliseconds(samples.at(1)),
-                    .maximumRatio = 1.5},
+                    .maximumRatio = 5},
                    {.measure = "receiving 1000 campaigns, against twice 500",
                     .unit = "ms",
                     .value = library,
                     .floor = 2 * medianMilliseconds(samples.at(2)),
                     .maximumRatio = 1.25}},
           .notes = {
-              "Receiving campaigns: medians of 9; floor: plain SQLite running the same statements, each with "
-              "an open and a close of its own; the second line's floor is twice the time of 500 campaigns."}};
+              "Receiving campaigns: medians of 9; floor: plain SQLite inserting the rows in one transaction; "
+              "the second line's floor is twice the time of 500 campaigns."}};
 }
 
 Report measureMapRefill(const std::string& folder) {

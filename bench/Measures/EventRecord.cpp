@@ -8,7 +8,6 @@
 #include "bench/Roles.h"
 #include "bench/Sampling.h"
 #include "bench/TypicalEvent.h"
-#include "lumora/Facade/LumoraActionMetaData.h"
 #include "lumora/Platform/JSON.h"
 
 namespace lumora_bench {

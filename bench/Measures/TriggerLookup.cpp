@@ -8,9 +8,7 @@
 #include "bench/Roles.h"
 #include "bench/Sampling.h"
 #include "bench/TypicalEvent.h"
-#include "lumora/Facade/LumoraActionMetaData.h"
 #include "lumora/InApp/LMRInAppHandler.h"
-#include "lumora/Storage/LMRDataManager.h"
 
 namespace lumora_bench {
 namespace {
@@ -35,7 +33,6 @@ ShortWork lookup(const char* name, const MapOfEvents& events, const lumora::Dict
 Report measureTriggerLookup(const std::string& folder) {
   const BenchHost& host = BenchHost::install(folder);
   const auto event = typicalRecord(typicalDetails()->actionMetadata());
-  lumora::LMRDataManager::sharedInstance();
   const auto nanoseconds = nanosecondsOf(
       {lookup("1000 campaigns", mapOf(1000, host), event), lookup("10 campaigns", mapOf(10, host), event)});
   constexpr double nanosecondsPerMicrosecond = 1000;
