@@ -16,8 +16,10 @@ namespace {
 
 constexpr std::chrono::seconds longestWaitForProcess{10};
 /// These two bound what is lost when the process is killed.
-constexpr std::size_t mostChangesOfBurst = 64;
-constexpr std::chrono::milliseconds longestBurst{5};
+// What a host called must soon be safe. What one answer of the service brought is stored as a whole.
+constexpr std::size_t mostChangesOfTasks = 64;
+constexpr std::chrono::milliseconds longestBurstOfTasks{5};
+constexpr std::size_t mostChangesOfScope = 4096;
 
 /// What `WaitLater` keeps of its thread.
 struct Postponement {
@@ -124,8 +126,9 @@ void LMRDataManager::change(Operation operation, Outcome whenOver, Due due) {
 /// Whether what waits is neither too much nor too old. A clock that was set back ends a burst too.
 bool LMRDataManager::mayBurstGoOn() {
   Lock lock(databaseLock_);
+  if (burst.isOpen && !burst.tasks) return waiting_.size() < mostChangesOfScope;
   const auto age = platform().clock.now() - burstBegan_;
-  return waiting_.size() < mostChangesOfBurst && age >= age.zero() && age < longestBurst;
+  return waiting_.size() < mostChangesOfTasks && age >= age.zero() && age < longestBurstOfTasks;
 }
 
 void LMRDataManager::storeWaiting() noexcept try {

@@ -59,14 +59,14 @@ class LMRDataManager {
     WaitLater& operator=(const WaitLater&) = delete;
   };
 
-  /// Lets the events and campaigns that its thread saves while it lives share transactions. They are stored
-  /// at its end, before anything else needs the database, and at the latest once there are 64 of them or the
-  /// oldest has waited for 5 ms.
+  /// Lets the events and campaigns that its thread saves while it lives share a transaction. They are stored
+  /// at its end, before anything else needs the database, and at the latest once there are 4096 of them.
   class Burst {
    public:
     Burst() noexcept : Burst(nullptr) {}
     /// One that goes on over tasks which follow each other. `tasks` counts those that were handed over and
-    /// have not ended, the present one included; what no task follows is stored at once.
+    /// have not ended, the present one included; what no task follows is stored at once. No more than 64
+    /// wait, and none for longer than 5 ms.
     explicit Burst(std::atomic<int>& tasks) noexcept : Burst(&tasks) {}
     ~Burst();
     Burst(const Burst&) = delete;
