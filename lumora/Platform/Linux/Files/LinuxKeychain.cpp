@@ -91,8 +91,8 @@ void LinuxKeychain::keep(const Items& changed) {
   };
   // What was removed, or changed once more, is kept no longer. A removal that the file does not take has
   // failed: its item is still there.
-  std::erase_if(items_,
-                [&](const KeychainItem& item) { return isIn(unsaved_, item) && !isIn(changed, item); });
+  const Items kept = unsaved_;
+  std::erase_if(items_, [&](const KeychainItem& item) { return isIn(kept, item) && !isIn(changed, item); });
   std::erase_if(unsaved_, [&](const KeychainItem& item) { return !isIn(changed, item); });
   for (const KeychainItem& item : changed) {
     if (isIn(items_, item)) continue;
