@@ -36,7 +36,7 @@ class LUMORA_EXPORT TaskQueues {
   virtual bool isMainThread() = 0;
   /// Names who is to tell, when the process ends before every task has run, how many have not. It is called
   /// while other threads may still run and hold their locks. Queues that do not know of the end ignore it.
-  virtual void reportUnfinished(std::function<void(std::size_t tasks)> /*report*/) {}
+  virtual void reportUnfinished(const std::function<void(std::size_t tasks)>& /*report*/) {}
 };
 
 /// Passes everything to other queues; a base for a host that replaces the main queue only.
@@ -48,8 +48,8 @@ class LUMORA_EXPORT ForwardingTaskQueues : public TaskQueues {
   }
   TaskQueue& mainQueue() override { return next_.mainQueue(); }
   bool isMainThread() override { return next_.isMainThread(); }
-  void reportUnfinished(std::function<void(std::size_t tasks)> report) override {
-    next_.reportUnfinished(std::move(report));
+  void reportUnfinished(const std::function<void(std::size_t tasks)>& report) override {
+    next_.reportUnfinished(report);
   }
 
  private:

@@ -27,8 +27,8 @@ bool LinuxTaskQueues::isMainThread() {
   return mainQueue_.isMainThread();
 }
 
-void LinuxTaskQueues::reportUnfinished(std::function<void(std::size_t tasks)> report) {
-  ProcessEnd::reportUnfinished(std::move(report));
+void LinuxTaskQueues::reportUnfinished(const std::function<void(std::size_t tasks)>& report) {
+  ProcessEnd::reportUnfinished(report);
 }
 
 bool LinuxTaskQueues::areSerialQueuesIdle() const {

@@ -51,7 +51,7 @@ class LUMORA_EXPORT LinuxTaskQueues : public TaskQueues {
   std::unique_ptr<TaskQueue> makeSerialQueue(std::string label) override;
   TaskQueue& mainQueue() override;
   bool isMainThread() override;
-  void reportUnfinished(std::function<void(std::size_t tasks)> report) override;
+  void reportUnfinished(const std::function<void(std::size_t tasks)>& report) override;
   /// Whether no task waits or runs on any serial queue made here.
   bool areSerialQueuesIdle() const;
   /// For how long that has been so; zero while a task waits or runs.
