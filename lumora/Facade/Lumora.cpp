@@ -62,17 +62,22 @@ void Lumora::enqueue(Task task) {
 
 /// Hands work over whose events may share a transaction with those of the work that follows.
 void Lumora::enqueueEvents(Task task) {
-  Task burst = [this, task = std::move(task)] {
+  // Counted until it ends, or is dropped without having run, as at the end of the process.
+  struct Counted {
+    explicit Counted(std::atomic<int>& tasks) : count(tasks) { ++count; }
+    ~Counted() {
+      if (!hasRun) --count;
+    }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
+    std::atomic<int>& count;
+    bool hasRun = false;
+  };
+  serialQueue_->async([this, counted = std::make_shared<Counted>(eventTasks_), task = std::move(task)] {
+    counted->hasRun = true;  // From here on the burst counts it.
     const LMRDataManager::Burst together(eventTasks_);
     task();
-  };
-  ++eventTasks_;
-  try {
-    serialQueue_->async(std::move(burst));
-  } catch (...) {
-    --eventTasks_;  // It will never run, so nothing may wait for it.
-    throw;
-  }
+  });
 }
 
 void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,

@@ -28,6 +28,8 @@ class LUMORA_THREAD_ANNOTATION(capability("mutex")) Mutex {
 class LUMORA_THREAD_ANNOTATION(capability("recursive mutex")) RecursiveMutex {
  public:
   void lock() LUMORA_THREAD_ANNOTATION(acquire_capability()) { mutex_.lock(); }
+  /// Waits for nobody; false when another thread holds it.
+  bool tryLock() LUMORA_THREAD_ANNOTATION(try_acquire_capability(true)) { return mutex_.try_lock(); }
   void unlock() LUMORA_THREAD_ANNOTATION(release_capability()) { mutex_.unlock(); }
 
  private:

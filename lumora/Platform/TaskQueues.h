@@ -34,8 +34,9 @@ class LUMORA_EXPORT TaskQueues {
   virtual std::unique_ptr<TaskQueue> makeSerialQueue(std::string label) = 0;
   virtual TaskQueue& mainQueue() = 0;
   virtual bool isMainThread() = 0;
-  /// Names who is to tell, when the process ends before every task has run, how many have not. It is called
-  /// while other threads may still run and hold their locks. Queues that do not know of the end ignore it.
+  /// Names who is told, when the process ends, how many tasks have not run, none among them: the last chance
+  /// to save something. Other threads may still run then and hold their locks. Queues that do not know of the
+  /// end ignore it.
   virtual void reportUnfinished(const std::function<void(std::size_t tasks)>& /*report*/) {}
 };
 

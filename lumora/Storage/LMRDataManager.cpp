@@ -73,18 +73,30 @@ LMRDataManager::LMRDataManager() : sql_("ostrelab.sqlite") {
   reportLossesAtEnd();
 }
 
-/// Has a line tell what the end of the process leaves undone: each call of the host is a task.
 void LMRDataManager::reportLossesAtEnd() {
   Lock lock(databaseLock_);
-  platform().queues.reportUnfinished([this, path = sql_.getDatabasePath()](std::size_t tasks) {
-    // Without a lock, which may not come free any more.
-    if (isWaitingForProcess_) {
-      logLine("LumoraSDK-Another process holds the database {} and this one ends, changes lost: {}", path,
-              tasks);
-    } else {
-      logLine("LumoraSDK-The process ends before its last calls were carried out, changes lost: {}", tasks);
-    }
-  });
+  platform().queues.reportUnfinished(
+      [this, path = sql_.getDatabasePath()](std::size_t tasks) { storeAtEnd(tasks, path); });
+}
+
+/// The last chance of what a burst has gathered: calls that come while the process ends are counted, but run
+/// no more. A line tells what is left undone.
+void LMRDataManager::storeAtEnd(std::size_t tasks, const std::string& path) {
+  std::size_t lost = tasks;
+  if (databaseLock_.tryLock()) {  // It may not come free any more.
+    if (!sql_.isInTransaction()) storeUpTo(newestChange_);
+    lost += waiting_.size();
+    databaseLock_.unlock();
+  }
+  if (lost == 0) return;
+  if (isWaitingForProcess_) {
+    // The task that waits is not done, and its change is among those that wait.
+    if (tasks > 0 && lost > tasks) --lost;
+    logLine("LumoraSDK-Another process holds the database {} and this one ends, changes lost: {}", path,
+            lost);
+  } else {
+    logLine("LumoraSDK-The process ends before its last calls were carried out, changes lost: {}", lost);
+  }
 }
 
 std::string LMRDataManager::lockFilePath() {

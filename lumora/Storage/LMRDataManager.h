@@ -188,6 +188,7 @@ class LMRDataManager {
   DatabaseFault storeTogether(std::uint64_t number) LUMORA_REQUIRES(databaseLock_);
   void giveUp(std::uint64_t number);
   void reportLossesAtEnd();
+  void storeAtEnd(std::size_t tasks, const std::string& path);
   void drop(std::uint64_t number);
 
   DatabaseFault attempt(Access access, const Operation& operation) LUMORA_REQUIRES(databaseLock_);

@@ -54,9 +54,8 @@ struct State {
   void reportUnfinished() {
     const std::size_t own = isLibraryThread ? 1 : 0;  // The task that ends the process.
     const std::size_t unfinished = tasks;
-    if (unfinished <= own) return;
     Lock lock(mutex);
-    for (const auto& report : reports) report(unfinished - own);
+    for (const auto& report : reports) report(unfinished > own ? unfinished - own : 0);
   }
 };
 
