@@ -15,8 +15,8 @@ namespace lumora {
 namespace {
 
 constexpr std::chrono::seconds longestWaitForProcess{10};
-/// These two bound what is lost when the process is killed.
-// What a host called must soon be safe. What one answer of the service brought is stored as a whole.
+// What a host called must soon be safe: these two bound what is lost when the process is killed. What one
+// answer of the service brought is stored as a whole.
 constexpr std::size_t mostChangesOfTasks = 64;
 constexpr std::chrono::milliseconds longestBurstOfTasks{5};
 constexpr std::size_t mostChangesOfScope = 4096;

@@ -139,6 +139,7 @@ void LMRDataManager::cleanUpEventsWith(const List& ids) {
         List sent = ids;
         std::erase_if(sent, [&saved](const Value& id) { return saved.contains(id.integerValue()); });
         sql.doQuery("DELETE FROM ostrel_events WHERE _id IN (" + joinedIds(sent) + ");");
+        storedEvents_.reset();
       },
       [this, rows = rowsOfUpload(ids)](const DatabaseFault& fault) {
         if (fault) keepSent(rows, fault);
@@ -178,6 +179,7 @@ void LMRDataManager::deleteSentFirst() {
     for (const auto& [id, text] : sent_)
       rows += fmt::format("{}({},'{}')", rows.empty() ? "" : ",", id, quotedForSQL(text));
     if (!rows.empty()) sql.doQuery("DELETE FROM ostrel_events WHERE (_id, event) IN (VALUES " + rows + ");");
+    storedEvents_.reset();
   };
   const auto whenOver = [this](const DatabaseFault& fault) {
     Lock inside(databaseLock_);
