@@ -1,15 +1,14 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "hosts/terminal/Output.h"
+#include "lumora/InApp/MessageScreens.h"
 #include "lumora/Platform/ViewController.h"
 
 namespace lumora_host {
-
-class MessageScreen;
 
 /// The host's display of message screens: each screen shown or taken away is one line of output.
 ///
@@ -19,18 +18,16 @@ class Screens {
   explicit Screens(Output& output);
 
   /// The library's layout resource, and the bottom screen of the window.
-  std::shared_ptr<lumora::LayoutResource> layout();
-  std::shared_ptr<lumora::ViewController> root() { return root_; }
+  std::shared_ptr<lumora::LayoutResource> layout() { return screens_.layout(); }
+  std::shared_ptr<lumora::ViewController> root() { return screens_.window(); }
 
-  void present(std::shared_ptr<MessageScreen> screen);
-  void dismiss(const MessageScreen& screen);
   /// The person taps an element of the message on top; false when nothing with that name is on screen.
-  bool tap(const std::string& element);
+  bool tap(const std::string& element) { return screens_.tap(screens_.shown(), element); }
 
  private:
   Output& output_;
-  std::shared_ptr<lumora::ViewController> root_;
-  std::vector<std::shared_ptr<MessageScreen>> shown_;
+  std::map<lumora::MessageScreens::MessageId, lumora::Value> campaigns_;
+  lumora::MessageScreens screens_;
 };
 
 }  // namespace lumora_host

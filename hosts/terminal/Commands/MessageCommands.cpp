@@ -1,4 +1,4 @@
-// What a person does to a message on screen (MessageScreen.cpp).
+// What a person does to a message on screen (Screens.cpp).
 #include "hosts/terminal/Commands/Command.h"
 
 namespace lumora_host {
