@@ -40,8 +40,12 @@ Installation& installation() {
 }  // namespace
 
 void installPlatform(const Platform& platform) {
-  [[maybe_unused]] const bool first = installation().install(platform);
+  [[maybe_unused]] const bool first = tryInstallPlatform(platform);
   assert(first && "installPlatform must be called once, before the library is used");
+}
+
+bool tryInstallPlatform(const Platform& platform) {
+  return installation().install(platform);
 }
 
 const Platform& platform() {

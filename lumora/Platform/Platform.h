@@ -72,6 +72,10 @@ Platform platformWith(const Platform& others, Services&... services) {
 /// nothing.
 LUMORA_EXPORT void installPlatform(const Platform& platform);
 
+/// The same for a caller that cannot know whether it comes first: false, and nothing changed, when it does
+/// not.
+LUMORA_EXPORT bool tryInstallPlatform(const Platform& platform);
+
 /// The installed platform. Without one, the platform that the library was built with (on Linux the one of
 /// `lumora/Platform/Linux/LinuxPlatform.h`, with its default options) is installed by the first call.
 LUMORA_EXPORT const Platform& platform();

@@ -1,0 +1,79 @@
+// What every function does with what C hands it.
+#include "lumora/C/Arguments.h"
+
+#include <algorithm>
+#include <array>
+
+#include "lumora/Platform/JSON.h"
+#include "lumora/Util/LumoraConstants.h"
+
+namespace lumora::c {
+
+std::optional<std::string> optionalText(lumora_text text) {
+  if (text.bytes == nullptr) {
+    if (text.length != 0) throw Failure{LUMORA_BAD_TEXT};
+    return std::nullopt;
+  }
+  const std::string_view bytes(text.bytes, text.length);
+  if (!isUTF8(bytes)) throw Failure{LUMORA_BAD_TEXT};
+  return std::string(bytes);
+}
+
+std::string requiredText(lumora_text text) {
+  auto read = optionalText(text);
+  if (!read) throw Failure{LUMORA_BAD_TEXT};
+  return *std::move(read);
+}
+
+std::optional<Data> optionalData(lumora_data data) {
+  if (data.bytes == nullptr) {
+    if (data.length != 0) throw Failure{LUMORA_BAD_ARGUMENT};
+    return std::nullopt;
+  }
+  return Data(data.bytes, data.bytes + data.length);
+}
+
+void give(std::string_view text, char* buffer, std::size_t capacity, std::size_t* length) {
+  if (length != nullptr) *length = text.size();
+  if (buffer == nullptr && capacity == 0) return;
+  if (buffer == nullptr) throw Failure{LUMORA_BAD_ARGUMENT};
+  if (text.size() >= capacity) throw Failure{LUMORA_BUFFER_TOO_SMALL};
+  std::ranges::copy(text, buffer);
+  buffer[text.size()] = '\0';
+}
+
+}  // namespace lumora::c
+
+using namespace lumora::c;
+
+const char* lumora_result_text(lumora_result result) {
+  static constexpr std::array kTexts{
+      "done",
+      "the handle is none, was freed, or is one of another kind",
+      "the text is missing or is not UTF-8",
+      "an argument is null, of an unknown size, or out of its range",
+      "the text is not the JSON that is needed",
+      "the buffer is too small for the text and its NUL",
+      "the library is in use already: install it once, before anything else",
+      "only the main thread may do this",
+      "memory is lacking",
+      "a fault of the library; please report it",
+  };
+  const auto index = static_cast<std::size_t>(result);
+  return result >= 0 && index < kTexts.size() ? kTexts.at(index)
+                                              : "a result of another version of the library";
+}
+
+const char* lumora_version(void) {
+  return lumora::kOstrelSDKVersion.data();
+}
+
+lumora_text lumora_string(const char* string) {
+  return string == nullptr ? lumora_text{nullptr, 0} : view(std::string_view(string));
+}
+
+lumora_result lumora_free(lumora_handle object) {
+  return guarded([&] {
+    if (object != LUMORA_NONE && !Handles::sharedInstance().remove(object)) throw Failure{LUMORA_BAD_HANDLE};
+  });
+}
