@@ -7,8 +7,8 @@ set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Lumora")
 set(resources_dir "${CMAKE_INSTALL_DATADIR}/lumora")
 
 install(TARGETS lumora lumora_testing EXPORT LumoraTargets FILE_SET HEADERS)
-if(TARGET lumora_images)
-  install(TARGETS lumora_images LIBRARY NAMELINK_SKIP)
+if(BUILD_SHARED_LIBS)
+  install(TARGETS lumora_images lumora_network LIBRARY NAMELINK_SKIP)
 endif()
 # A package of its own: its archive needs the development files of its dependencies, a shared lumora does not.
 install(TARGETS lumora_core EXPORT LumoraCoreTargets)

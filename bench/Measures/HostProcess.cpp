@@ -113,7 +113,7 @@ Report measureLibrarySize(const std::string&) {
     files += fmt::format("{}{} {:.0f} KB", files.empty() ? "" : ", ", file.path().filename().string(),
                          static_cast<double>(file.file_size()) / kBytesPerKilobyte);
   }
-  return {.rows = {{.measure = "stripped shared library, its module included",
+  return {.rows = {{.measure = "stripped shared library, its modules included",
                     .unit = "KB",
                     .value = static_cast<double>(bytes) / kBytesPerKilobyte,
                     .maximumValue = 440}},

@@ -20,7 +20,7 @@
 #include "lumora/Platform/Linux/Images/LinuxImageDecoder.h"
 #include "lumora/Platform/Linux/LinuxApplication.h"
 #include "lumora/Platform/Linux/LinuxTaskQueues.h"
-#include "lumora/Platform/Linux/Network/CurlURLLoader.h"
+#include "lumora/Platform/Linux/Network/LinuxURLLoader.h"
 
 namespace lumora {
 namespace {
@@ -77,7 +77,7 @@ struct LinuxPlatform::Services {
   LinuxTaskQueues queues;
   LinuxSettingsStore settings;
   LinuxKeychain keychain;
-  CurlURLLoader urlLoader;
+  LinuxURLLoader urlLoader;
   LinuxImageDecoder imageDecoder;
   LinuxApplication application;
   LinuxBundle bundle;

@@ -3,12 +3,14 @@
 // business.
 #include "lumora/Platform/Linux/Network/CurlURLLoader.h"
 
+#include <dlfcn.h>
 #include <ifaddrs.h>
 #include <net/if.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <exception>
 #include <limits>
@@ -290,11 +292,22 @@ URLResponse perform(CurlHandle& handle, Transfer& transfer) {
   return std::move(transfer.response);
 }
 
+/// The TLS library's exit handler, which its start would register, and ours behind it, which thus runs
+/// before. The process may end at any moment from here on, and the TLS library must not be taken down under
+/// its start.
+void watchAheadOfTLS() {
+  using Initialise = int(std::uint64_t options, const void* settings);
+  void* const initialise = ::dlsym(RTLD_DEFAULT, "OPENSSL_init_crypto");
+  if (initialise != nullptr) reinterpret_cast<Initialise*>(initialise)(0, nullptr);
+  ProcessEnd::watch();
+}
+
 /// Once for the process; later calls only read the result.
 bool initialiseCurl() {
   static const bool isReady = [] {
+    watchAheadOfTLS();
     const bool isInitialised = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
-    // After the TLS library has registered its exit handlers: ours runs before them.
+    // Whatever else has registered an exit handler meanwhile.
     ProcessEnd::watch();
     return isInitialised;
   }();

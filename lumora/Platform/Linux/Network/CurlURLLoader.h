@@ -24,8 +24,7 @@ class CurlURLLoader : public URLLoader {
   /// `certificateAuthorityFile` is a PEM file to trust instead of the system's authorities; empty: the
   /// system's. `connectTo` is `HOST:PORT`: every connection goes there, while host name, SNI and certificate
   /// checks stay those of the URL; empty: where the URL says. The first one made initialises libcurl and its
-  /// TLS library, for less than a millisecond: were that left to the first request, an exit could come in
-  /// between.
+  /// TLS library, for less than a millisecond.
   CurlURLLoader(std::string certificateAuthorityFile, std::string connectTo);
   ~CurlURLLoader() override;
   CurlURLLoader(const CurlURLLoader&) = delete;
