@@ -83,7 +83,7 @@ class LMREventLogger {
   void reportClientInfoIfDue() LUMORA_REQUIRES(mutex_);
   bool mayUpload(bool force) const;
   void warnWithoutLocks() LUMORA_REQUIRES(uploadMutex_);
-  void uploadEvents(const std::string& events, const List& ids);
+  void uploadEvents(std::string events, const List& ids);
 
   /// Keeps uploads apart; taken before the logger's lock, which no upload needs.
   RecursiveMutex uploadMutex_;

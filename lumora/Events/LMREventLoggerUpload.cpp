@@ -72,7 +72,7 @@ void LMREventLogger::reportEvents(bool force) {
   }
   if (processes.state() == FileLockState::unsupported) warnWithoutLocks();
   LMRDataManager::sharedInstance().getEventsDataWith(
-      [this](const std::string& events, const List& ids) { uploadEvents(events, ids); });
+      [this](std::string events, const List& ids) { uploadEvents(std::move(events), ids); });
 }
 
 /// Tells once that another process may be sending the same events.
@@ -97,7 +97,7 @@ bool LMREventLogger::mayUpload(bool force) const {
   return true;
 }
 
-void LMREventLogger::uploadEvents(const std::string& events, const List& ids) {
+void LMREventLogger::uploadEvents(std::string events, const List& ids) {
   if (ids.empty()) {
     logTrace({callbackOperation, 180}, "Lumra-No data available Failed to report data");
     return;
@@ -109,7 +109,7 @@ void LMREventLogger::uploadEvents(const std::string& events, const List& ids) {
     logTrace({callbackOperation, 196}, "Failed to get access token");
     return;
   }
-  if (!LMRNetworkManager::sharedInstance().postDataSync(events, *endPoint)) {
+  if (!LMRNetworkManager::sharedInstance().postDataSync(std::move(events), *endPoint)) {
     logTrace({callbackOperation, 209}, "Failed to report events data");
     return;
   }

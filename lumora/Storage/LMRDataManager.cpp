@@ -153,7 +153,9 @@ void LMRDataManager::storeWaiting() noexcept try {
     Lock lock(databaseLock_);
     return storeUpTo(newest);
   };
-  if (!tryUntilFree(attempt)) giveUp(newest);
+  // What is behind a change that was given up has its own time, as if each had been stored alone.
+  while (!tryUntilFree(attempt) && giveUp(newest)) {
+  }
 } catch (...) {  // Memory ran out: what waits goes on waiting.
 }
 
@@ -221,30 +223,32 @@ DatabaseFault LMRDataManager::storeTogether(std::uint64_t number) {
   return {};
 }
 
-/// Who holds a lock that others need is told at its release, a queue's thread has waited long enough, and the
-/// main thread leaves the rest to the queue. Without one the changes wait for the next operation.
-void LMRDataManager::giveUp(std::uint64_t number) {
+/// Who holds a lock that others need is told at its release, a queue's thread has waited long enough for the
+/// first of the changes, and the main thread leaves them to the queue. Without one they wait for the next
+/// operation. True when the thread is to go on with those that are left.
+bool LMRDataManager::giveUp(std::uint64_t number) {
   if (postponement.depth > 0) {
     postponement.hasLeftChanges = true;
   } else if (!platform().queues.isMainThread()) {
-    drop(number);
+    return dropFirst(number);
   } else if (TaskQueue* const queue = laterQueue_) {
     isStoringLater_ = true;
     queue->async([this] { storeWaiting(); });
   }
+  return false;
 }
 
-/// Drops the changes up to a number: nothing waits without end.
-void LMRDataManager::drop(std::uint64_t number) {
+/// Drops the first of the changes up to a number, since none waits without end; true when there are others.
+bool LMRDataManager::dropFirst(std::uint64_t number) {
   Lock lock(databaseLock_);
-  std::size_t lost = 0;
-  for (; !waiting_.empty() && waiting_.front().number <= number; waiting_.pop_front(), ++lost) {
-    if (waiting_.front().whenOver) waiting_.front().whenOver(heldByOthers());
-  }
+  if (waiting_.empty() || waiting_.front().number > number) return false;
+  const Change lost = std::move(waiting_.front());
+  waiting_.pop_front();
   if (waiting_.empty()) isStoringLater_ = false;
-  if (lost == 0) return;
-  logLine("LumoraSDK-Another process holds the database {} for too long, changes lost: {}",
-          sql_.getDatabasePath(), lost);
+  if (lost.whenOver) lost.whenOver(heldByOthers());
+  logLine("LumoraSDK-Another process holds the database {} for too long, changes lost: 1",
+          sql_.getDatabasePath());
+  return !waiting_.empty() && waiting_.front().number <= number;
 }
 
 /// One attempt, in the transaction under way if there is one. A corrupt file is replaced on the way.

@@ -90,8 +90,9 @@ class LMRDataManager {
     const FileLock lock_;
   };
 
-  /// Receives the events' texts, one a line, and their row ids in the same order.
-  using EventsCallback = std::function<void(const std::string& events, const List& ids)>;
+  /// Receives the events' texts, one a line, and their row ids in the same order. The texts are the
+  /// callback's own.
+  using EventsCallback = std::function<void(std::string events, const List& ids)>;
 
   using CampaignsCallback = std::function<void(const std::vector<CampaignRow>& campaigns)>;
   /// Which campaigns count as enabled: also those that the next application session enables again?
@@ -171,9 +172,14 @@ class LMRDataManager {
     Outcome whenOver;
   };
   using Access = OstrelSQLiteManager::Access;
-  /// Events' texts by their row ids. SQLite gives the ids of deleted rows out again, so an id alone names no
-  /// event.
-  using EventRows = std::map<std::int64_t, std::string>;
+  /// Events by their row ids, and hashes of their texts. SQLite gives the ids of deleted rows out again, so
+  /// an id alone names no event.
+  using EventRows = std::map<std::int64_t, std::size_t>;
+  /// What an upload sends.
+  struct UploadedEvents {
+    std::string texts;
+    List ids;
+  };
   /// What could be read of a corrupt file: of each table the rows by their ids.
   using SavedRows = std::vector<std::map<std::int64_t, OstrelSQLiteManager::Row>>;
 
@@ -186,10 +192,10 @@ class LMRDataManager {
   bool tryUntilFree(const std::function<bool()>& attempt);
   bool storeUpTo(std::uint64_t number);
   DatabaseFault storeTogether(std::uint64_t number) LUMORA_REQUIRES(databaseLock_);
-  void giveUp(std::uint64_t number);
+  bool giveUp(std::uint64_t number);
   void reportLossesAtEnd();
   void storeAtEnd(std::size_t tasks, const std::string& path);
-  void drop(std::uint64_t number);
+  bool dropFirst(std::uint64_t number);
 
   DatabaseFault attempt(Access access, const Operation& operation) LUMORA_REQUIRES(databaseLock_);
   DatabaseFault runTransaction(Access access, const Operation& operation) LUMORA_REQUIRES(databaseLock_);
@@ -201,11 +207,12 @@ class LMRDataManager {
   DatabaseFault replaceCorruptFile(const std::string& reason) LUMORA_REQUIRES(databaseLock_);
   std::optional<std::string> moveFilesTo(const std::string& aside) LUMORA_REQUIRES(databaseLock_);
 
-  EventRows beginUpload();
+  UploadedEvents beginUpload();
   void endUpload();
-  EventRows readUnsent(OstrelSQLiteManager& sql);
+  UploadedEvents readUnsent(OstrelSQLiteManager& sql);
   EventRows rowsOfUpload(const List& ids);
   void deleteSentFirst();
+  void deleteSent(OstrelSQLiteManager& sql);
   void keepSent(const EventRows& rows, const DatabaseFault& fault);
   std::int64_t sentEvents() const LUMORA_REQUIRES(databaseLock_);
   void dropUnlessCrucial(OstrelSQLiteManager& sql, const std::string& id);

@@ -24,6 +24,30 @@ std::string joinedIds(const List& ids) {
   return joined;
 }
 
+void deleteEvents(OstrelSQLiteManager& sql, const List& ids) {
+  sql.doQuery("DELETE FROM ostrel_events WHERE _id IN (" + joinedIds(ids) + ");");
+}
+
+struct StoredEvent {
+  std::int64_t id;
+  std::string text;
+  std::size_t hash = std::hash<std::string>()(text);
+};
+
+bool holds(const auto& rows, const StoredEvent& event) {
+  const auto row = rows.find(event.id);
+  return row != rows.end() && row->second == event.hash;
+}
+
+/// Calls for every row, one after the other: all of them at once would be the most memory that is ever used.
+void forEachEvent(OstrelSQLiteManager& sql, const std::function<void(const StoredEvent& event)>& take) {
+  sql.forEachRow("SELECT * from ostrel_events", [&take](const OstrelSQLiteManager::Row& row) {
+    const Value* text = findValue(row, "event");
+    const Value* id = findValue(row, "_id");
+    if (text && id) take({.id = id->integerValue(), .text = text->description()});
+  });
+}
+
 std::int64_t countEvents(OstrelSQLiteManager& sql, const std::string& condition) {
   const auto counted = sql.getRowsForQuery("SELECT COUNT(*) FROM ostrel_events" + condition);
   return counted.empty() ? 0 : counted.front().at("COUNT(*)").integerValue();
@@ -34,10 +58,9 @@ std::int64_t countEvents(OstrelSQLiteManager& sql, const std::string& condition)
 void LMRDataManager::saveEventInDB(const Dictionary& event) {
   const auto text = writeJSON(event);
   if (!text) return;
-  const auto save = [this, statement = "INSERT INTO ostrel_events (event) VALUES ('" + quotedForSQL(*text) +
-                                       "');"](OstrelSQLiteManager& sql) {
+  const auto save = [this, values = List{Value(*text)}](OstrelSQLiteManager& sql) {
     const int before = sql.changedRows();
-    sql.doQuery(statement);
+    sql.doQuery("INSERT INTO ostrel_events (event) VALUES (?);", values);
     if (sql.changedRows() == before) return;  // What was not stored must not push another event out.
     Lock lock(databaseLock_);
     if (storedEvents_) ++*storedEvents_;
@@ -54,24 +77,18 @@ void LMRDataManager::saveEventInDB(const Dictionary& event) {
 }
 
 void LMRDataManager::getEventsDataWith(const EventsCallback& callback) {
-  const EventRows rows = beginUpload();
+  UploadedEvents events = beginUpload();
   struct Upload {
     LMRDataManager& store;
     ~Upload() { store.endUpload(); }
   } const upload{*this};
-  std::string events;
-  List ids;
-  for (const auto& [id, text] : rows) {
-    if (!ids.empty()) events += '\n';
-    events += text;
-    ids.emplace_back(static_cast<long long>(id));
-  }
-  callback(events, ids);  // Without the lock: an upload takes as long as the network wants.
+  // Without the lock: an upload takes as long as the network wants.
+  callback(std::move(events.texts), events.ids);
 }
 
 /// Reads the rows that are to be sent. Whatever is saved from that moment on is saved during the upload.
-LMRDataManager::EventRows LMRDataManager::beginUpload() {
-  EventRows rows;
+LMRDataManager::UploadedEvents LMRDataManager::beginUpload() {
+  UploadedEvents events;
   bool hasBegun = false;
   const auto begin = [this, &hasBegun] {
     Lock lock(databaseLock_);
@@ -81,30 +98,29 @@ LMRDataManager::EventRows LMRDataManager::beginUpload() {
   };
   deleteSentFirst();
   const bool isRead = transact(Access::reads, [&](OstrelSQLiteManager& sql) {
-    rows = readUnsent(sql);
+    events = readUnsent(sql);
     begin();  // Under the lock still.
   });
-  if (!isRead) rows.clear();
+  if (!isRead) events = {};
   // Its end is counted either way.
   if (!hasBegun) begin();
-  return rows;
+  return events;
 }
 
 /// Every row, save those that the service has already.
-LMRDataManager::EventRows LMRDataManager::readUnsent(OstrelSQLiteManager& sql) {
+LMRDataManager::UploadedEvents LMRDataManager::readUnsent(OstrelSQLiteManager& sql) {
   Lock lock(databaseLock_);
+  UploadedEvents events;
   EventRows rows;
-  for (const auto& row : sql.getRowsForQuery("SELECT * from ostrel_events")) {
-    const Value* text = findValue(row, "event");
-    const Value* id = findValue(row, "_id");
-    if (text && id) rows.emplace(id->integerValue(), text->description());
-  }
-  for (const auto& [id, text] : sent_) {
-    const auto row = rows.find(id);
-    if (row != rows.end() && row->second == text) rows.erase(row);
-  }
-  for (const auto& [id, text] : rows) uploading_.insert_or_assign(id, text);
-  return rows;
+  forEachEvent(sql, [&, sent = sent_](const StoredEvent& event) {
+    if (holds(sent, event)) return;
+    if (!events.ids.empty()) events.texts += '\n';
+    events.texts += event.text;
+    events.ids.emplace_back(static_cast<long long>(event.id));
+    rows.emplace(event.id, event.hash);
+  });
+  for (const auto& [id, hash] : rows) uploading_.insert_or_assign(id, hash);
+  return events;
 }
 
 /// The rows that were saved during an upload count for the limit one after the other, as if each had waited
@@ -138,7 +154,7 @@ void LMRDataManager::cleanUpEventsWith(const List& ids) {
         const std::set<std::int64_t> saved = savedDuringUpload_;
         List sent = ids;
         std::erase_if(sent, [&saved](const Value& id) { return saved.contains(id.integerValue()); });
-        sql.doQuery("DELETE FROM ostrel_events WHERE _id IN (" + joinedIds(sent) + ");");
+        deleteEvents(sql, sent);
         storedEvents_.reset();
       },
       [this, rows = rowsOfUpload(ids)](const DatabaseFault& fault) {
@@ -160,8 +176,8 @@ LMRDataManager::EventRows LMRDataManager::rowsOfUpload(const List& ids) {
 /// when that has changed.
 void LMRDataManager::keepSent(const EventRows& rows, const DatabaseFault& fault) {
   Lock lock(databaseLock_);
-  for (const auto& [id, text] : rows) {
-    if (!savedDuringUpload_.contains(id)) sent_.insert_or_assign(id, text);
+  for (const auto& [id, hash] : rows) {
+    if (!savedDuringUpload_.contains(id)) sent_.insert_or_assign(id, hash);
   }
   if (sent_.empty()) return;
   const std::string line =
@@ -173,14 +189,6 @@ void LMRDataManager::keepSent(const EventRows& rows, const DatabaseFault& fault)
 void LMRDataManager::deleteSentFirst() {
   Lock lock(databaseLock_);
   if (sent_.empty()) return;
-  const auto deleteRows = [this](OstrelSQLiteManager& sql) {
-    Lock inside(databaseLock_);
-    std::string rows;
-    for (const auto& [id, text] : sent_)
-      rows += fmt::format("{}({},'{}')", rows.empty() ? "" : ",", id, quotedForSQL(text));
-    if (!rows.empty()) sql.doQuery("DELETE FROM ostrel_events WHERE (_id, event) IN (VALUES " + rows + ");");
-    storedEvents_.reset();
-  };
   const auto whenOver = [this](const DatabaseFault& fault) {
     Lock inside(databaseLock_);
     if (fault) return keepSent({}, fault);
@@ -188,7 +196,17 @@ void LMRDataManager::deleteSentFirst() {
     lastLineOnSent_.clear();
   };
   // Only put in line: the reading that follows has it stored before itself.
-  waiting_.push_back({++newestChange_, deleteRows, whenOver});
+  waiting_.push_back({++newestChange_, [this](OstrelSQLiteManager& sql) { deleteSent(sql); }, whenOver});
+}
+
+void LMRDataManager::deleteSent(OstrelSQLiteManager& sql) {
+  Lock lock(databaseLock_);
+  List ids;
+  forEachEvent(sql, [&ids, sent = sent_](const StoredEvent& event) {
+    if (holds(sent, event)) ids.emplace_back(static_cast<long long>(event.id));
+  });
+  if (!ids.empty()) deleteEvents(sql, ids);
+  storedEvents_.reset();
 }
 
 void LMRDataManager::cleanUpAppEvents() {

@@ -4,7 +4,6 @@
 
 #include <sqlite3.h>
 
-#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -12,11 +11,6 @@
 
 namespace lumora {
 namespace {
-
-struct Finalizer {
-  void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, Finalizer>;
 
 DatabaseFault::Kind faultOf(int extendedResult) {
   // Moved away under the connection: the next attempt opens what is there now.
@@ -129,6 +123,10 @@ std::string dumpedRow(const std::string& table, const OstrelSQLiteManager::Row& 
 
 }  // namespace
 
+void OstrelSQLiteManager::Finalizer::operator()(sqlite3_stmt* statement) const {
+  sqlite3_finalize(statement);
+}
+
 OstrelSQLiteManager::OstrelSQLiteManager(std::string databaseName) : databaseName_(std::move(databaseName)) {}
 
 OstrelSQLiteManager::~OstrelSQLiteManager() {
@@ -158,6 +156,7 @@ std::optional<SQLiteError> OstrelSQLiteManager::openDatabase() {
 
 std::optional<SQLiteError> OstrelSQLiteManager::closeDatabase() {
   if (!db_) return std::nullopt;
+  kept_ = {};
   std::optional<SQLiteError> error;
   if (sqlite3_close(db_) != SQLITE_OK) {
     error = createDBErrorWithDescription(
@@ -235,6 +234,13 @@ std::optional<SQLiteError> OstrelSQLiteManager::doQuery(const std::string& sql,
   return runStatement(sql, &withPreparedStmts);
 }
 
+/// Null when it does not compile.
+OstrelSQLiteManager::Statement OstrelSQLiteManager::prepare(const std::string& sql) {
+  sqlite3_stmt* statement = nullptr;
+  note(sqlite3_prepare_v2(db_, sql.c_str(), -1, &statement, nullptr));
+  return Statement(statement);
+}
+
 std::optional<SQLiteError> OstrelSQLiteManager::runStatement(const std::string& sql, const List* parameters) {
   if (!db_) {
     if (auto error = openDatabase()) {
@@ -244,15 +250,19 @@ std::optional<SQLiteError> OstrelSQLiteManager::runStatement(const std::string& 
   }
   std::optional<SQLiteError> stepError;
   {
-    sqlite3_stmt* prepared = nullptr;
-    note(sqlite3_prepare_v2(db_, sql.c_str(), -1, &prepared, nullptr));
-    const Statement statement(prepared);
+    Statement statement = kept_.sql == sql ? std::move(kept_.statement) : nullptr;
+    if (!statement) statement = prepare(sql);
     if (statement && parameters) bindParameters(statement.get(), *parameters);
     // One step: whatever rows there are, nobody wants them.
     const int result = statement ? sqlite3_step(statement.get()) : SQLITE_OK;
     note(result);
     if (result == SQLITE_ERROR) {
       stepError = createDBErrorWithDescription(sqlite3_errmsg(db_), kSQLiteStatementError);
+    }
+    if (statement && parameters && isInTransaction_) {
+      sqlite3_reset(statement.get());
+      sqlite3_clear_bindings(statement.get());
+      kept_ = {sql, std::move(statement)};
     }
   }
   auto closeError = finishStatement();
@@ -261,29 +271,31 @@ std::optional<SQLiteError> OstrelSQLiteManager::runStatement(const std::string& 
 
 std::vector<OstrelSQLiteManager::Row> OstrelSQLiteManager::getRowsForQuery(const std::string& sql) {
   std::vector<Row> rows;
+  forEachRow(sql, [&rows](Row row) { rows.push_back(std::move(row)); });
+  return rows;
+}
+
+void OstrelSQLiteManager::forEachRow(const std::string& sql, const std::function<void(Row row)>& take) {
   if (!db_) openDatabase();
   {
-    sqlite3_stmt* prepared = nullptr;
-    const int result = sqlite3_prepare_v2(db_, sql.c_str(), -1, &prepared, nullptr);
-    note(result);
-    if (result == SQLITE_ERROR) {
+    const Statement statement = prepare(sql);
+    if (!statement && sqlite3_errcode(db_) == SQLITE_ERROR) {
       const SQLiteError error = createDBErrorWithDescription(sqlite3_errmsg(db_), kSQLiteStatementError);
       logLine("{} (code {}): {}", error.domain, error.code, error.description);
     }
-    const Statement statement(prepared);
     const std::vector<std::string> names = columnNames(statement.get());
     int stepped = SQLITE_DONE;
     while (statement && (stepped = sqlite3_step(statement.get())) == SQLITE_ROW) {
-      Row& row = rows.emplace_back();
+      Row row;
       for (std::size_t column = 0; column < names.size(); ++column) {
         auto value = columnValue(statement.get(), static_cast<int>(column));
         if (value) row.insert_or_assign(names[column], std::move(*value));
       }
+      take(std::move(row));
     }
     note(stepped);
   }
   finishStatement();
-  return rows;
 }
 
 std::int64_t OstrelSQLiteManager::getLastInsertRowID() {

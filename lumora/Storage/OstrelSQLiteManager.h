@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,6 +10,7 @@
 #include "lumora/Platform/Value.h"
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace lumora {
 
@@ -97,10 +100,13 @@ class OstrelSQLiteManager {
   std::optional<SQLiteError> doQuery(const std::string& sql);
   /// The same for a statement with `?` parameters. Texts, 32- and 64-bit integers (32 bits of them) and
   /// floats are bound; other numbers are logged and, like every other kind, leave their parameter NULL.
+  /// Within a transaction the last such statement stays compiled, for the case that it comes again.
   std::optional<SQLiteError> doQuery(const std::string& sql, const List& withPreparedStmts);
   /// Every row as a map from column name to value: integers have 32 bits, reals single precision. A query
   /// that fails is logged and gives no rows.
   std::vector<Row> getRowsForQuery(const std::string& sql);
+  /// The same, one row at a time, so that only one is in memory.
+  void forEachRow(const std::string& sql, const std::function<void(Row row)>& take);
   /// Of the connection that is held: 0 after any operation that closed it.
   std::int64_t getLastInsertRowID();
   /// The whole database as SQL text.
@@ -111,15 +117,28 @@ class OstrelSQLiteManager {
   void setDb(sqlite3* db) noexcept { db_ = db; }
 
  private:
+  struct Finalizer {
+    void operator()(sqlite3_stmt* statement) const;
+  };
+  using Statement = std::unique_ptr<sqlite3_stmt, Finalizer>;
+  /// A compiled statement and its text.
+  struct Prepared {
+    std::string sql;
+    Statement statement;
+  };
+
   SQLiteError createDBErrorWithDescription(std::string description, int code) const;
   std::optional<SQLiteError> runStatement(const std::string& sql, const List* parameters);
   void beginTransaction(Access access);
   void endTransaction();
   void note(int result);
+  Statement prepare(const std::string& sql);
   std::optional<SQLiteError> finishStatement();
 
   std::string databaseName_;
   sqlite3* db_ = nullptr;
+  /// What may come again in the transaction under way.
+  Prepared kept_;
   bool isInTransaction_ = false;
   bool hasFailedStatement_ = false;
   /// The first that the transaction met.

@@ -220,5 +220,28 @@ TEST_F(BusyEventStoreTest, changesKeepTheirOrderAndTheMainThreadWaitsForTheFirst
   EXPECT_EQ(SQLiteConnection(path()).texts("SELECT count(*) FROM ostrel_events"), Lines{"3"});
 }
 
+TEST_F(BusyEventStoreTest, aBurstLosesOnlyWhatHasHadItsOwnTime) {
+  std::atomic<int> tasks = 4;
+  hold(false, milliseconds(25000));
+  for (const char* name : {"one", "two", "three", "four"}) {
+    const LMRDataManager::Burst burst(tasks);
+    save(name);
+  }
+  EXPECT_EQ(waited.count(), 25000);
+  EXPECT_EQ(linesOnTheFile(), 2U);
+  EXPECT_EQ(queue().text, record("three") + "\n" + record("four"));
+}
+
+TEST_F(BusyEventStoreTest, theLimitCountsAnewAfterADeletionThatWaitedAlong) {
+  fill(999);
+  hold(true, never);
+  save("the thousandth, which is crucial", "init");
+  store().cleanUpAppEvents();
+  save("new");
+  release();
+  host.queues.runAll();
+  EXPECT_EQ(queue().text, record("new"));
+}
+
 }  // namespace
 }  // namespace lumora::tests
