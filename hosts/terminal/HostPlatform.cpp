@@ -58,6 +58,9 @@ lumora::LinuxPlatformOptions platformOptions(const Options& options, Display& di
     platform.certificateAuthorityFile = fromHere(*options.certificateAuthorityFile);
   }
   platform.connectTo = options.connectTo;
+  // This host's output for people and tests: every line, and nothing else.
+  platform.logSink = lumora::LogDestination::bareStandardError;
+  platform.logDetail = lumora::LogDetail::trace;
   describeHost(options, platform);
   connectDisplay(display, screens, platform);
   return platform;

@@ -36,7 +36,7 @@ struct Host {
 
   /// Tries, at the very end, all that must not happen any more, and tells what did happen.
   void report() {
-    log.write("log");
+    log.write("LumoraSDK-log");
     application.post(LifecycleNotification::willEnterForeground);
     main.sync([this] { heard += "main"; });
     main.runPending();

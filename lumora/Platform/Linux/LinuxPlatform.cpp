@@ -59,7 +59,7 @@ LinuxDevice::Description describeDevice(const LinuxPlatformOptions& options) {
 
 struct LinuxPlatform::Services {
   explicit Services(const LinuxPlatformOptions& options)
-      : log(options.logSink),
+      : log(options.logSink, options.logDetail),
         queues(mainQueue),
         settings(options.settingsFile, &log),
         keychain(options.keychainFile, &log),

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "lumora/Platform/Linux/LogOptions.h"
 #include "lumora/Platform/Platform.h"
 
 namespace lumora {
@@ -56,9 +57,11 @@ struct LinuxPlatformOptions {
 
   ApplicationState initialState = ApplicationState::active;
 
-  /// Receives each log message; without one, messages go to standard error, one line each. Any thread. The
-  /// library may hold its locks meanwhile, so the sink must not call back into the library.
-  std::function<void(std::string_view message)> logSink;
+  /// Where the log's lines go: a destination, or a function of the host's; LogOptions.h tells what each does.
+  /// `options.logSink = lumora::LogDestination::journal;`
+  LogSink logSink = LogDestination::standardError;
+  /// Which lines there are. Without `trace` the log holds nothing of people, devices and secrets.
+  LogDetail logDetail = LogDetail::forDevelopers;
   /// Opens a URL; gives false when it cannot. Main thread. Without one, `xdg-open` is started.
   std::function<bool(const URL& url)> urlOpener;
   /// Shows an alert. Main thread. Without one, alerts are written to the log.

@@ -1,26 +1,37 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 
+#include "lumora/Platform/Linux/Host/StandardErrorLog.h"
+#include "lumora/Platform/Linux/LogOptions.h"
 #include "lumora/Platform/SystemLog.h"
 
 namespace lumora {
 
-/// Hands messages to the host's sink, or writes them to standard error. A message that cannot be written is
-/// lost; it never ends the process. The sink hears nothing once the process is ending; what is left to tell
-/// when its wait for the tasks is over goes to standard error.
+/// Lets through what the host's developer should see, or every line, and hands it to the host's function or
+/// to a log of the system. A line that cannot be written is lost and counted; it never ends the process, and
+/// never holds it up for long. The host's function hears nothing once the process is ending; what is left to
+/// tell when its wait for the tasks is over goes to standard error.
+///
+/// It takes no lock, so a forked child may go on using it.
 class LinuxSystemLog : public SystemLog {
  public:
-  /// Called on any thread, also while the library holds its locks: it must not call back into the library.
-  using Sink = std::function<void(std::string_view message)>;
-
-  explicit LinuxSystemLog(Sink sink);
+  explicit LinuxSystemLog(LogSink sink = {}, LogDetail detail = LogDetail::forDevelopers);
   void write(std::string_view message) override;
 
  private:
-  const Sink sink_;
-  /// Where standard error is closed, its number may go to any other file that the process opens.
-  const bool isStandardErrorOpen_;
+  bool deliver(std::string_view message, LogLineKind kind) const;
+  bool writeToStandardError(std::string_view message, LogLineKind kind) const;
+  void tellOfLostLines();
+
+  /// One of the two: the function, if the host has one.
+  std::function<void(std::string_view message)> function_;
+  LogDestination destination_ = LogDestination::standardError;
+  const bool hasTrace_;
+  const StandardErrorLog standardError_;
+  /// Since the last line that was taken.
+  std::atomic<unsigned> lost_ = 0;
 };
 
 }  // namespace lumora
