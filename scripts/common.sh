@@ -75,6 +75,35 @@ run_logged() {
   return 1
 }
 
+# run_build LOG COMMAND…: a build's output goes to the log; people see how far it is, and the log's end when it fails.
+run_build() {
+  local log=$1 status
+  shift
+  mkdir -p "$(dirname "$log")"
+  "$@" </dev/null 2>&1 | tee "$log" | show_progress
+  status=${PIPESTATUS[0]}
+  ((status == 0)) || tail -n 60 "$log" >&2
+  return "$status"
+}
+
+# show_progress: what ninja has done so far, "[3/120] …". A terminal has one line that is written over; a file gets a
+# line for each fifth.
+show_progress() {
+  local line done all told=0 part width
+  while IFS= read -r line; do
+    [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]] || continue
+    done=${BASH_REMATCH[1]} all=${BASH_REMATCH[2]}
+    if [[ -t 1 ]]; then
+      width=${COLUMNS:-$(tput cols 2>/dev/null || printf 80)}
+      printf '\r%s\e[K' "${line:0:width-1}"
+    elif part=$((done * 5 / all)) && ((part > told && all > 20)); then
+      printf '   %d of %d steps\n' "$done" "$all"
+      told=$part
+    fi
+  done
+  [[ ! -t 1 ]] || printf '\r\e[K'
+}
+
 # build_preset PRESET [TARGET…]: configures and builds in build/PRESET.
 build_preset() {
   local preset=$1 targets=()
@@ -86,7 +115,7 @@ build_preset() {
     return 1
   fi
   say "Building $preset"
-  if ! run_logged "build/$preset/build.log" cmake --build --preset "$preset" --parallel "$jobs" "${targets[@]}"; then
+  if ! run_build "build/$preset/build.log" cmake --build --preset "$preset" --parallel "$jobs" "${targets[@]}"; then
     complain "building $preset failed" "mend what build/$preset/build.log tells, then run the same command again"
     return 1
   fi
