@@ -22,7 +22,7 @@ configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/LumoraConfig.cmake.in
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/LumoraConfigVersion.cmake"
   VERSION "${PROJECT_VERSION}" COMPATIBILITY SameMinorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/LumoraConfig.cmake" "${PROJECT_BINARY_DIR}/LumoraConfigVersion.cmake"
-  DESTINATION "${package_dir}")
+  "${PROJECT_SOURCE_DIR}/cmake/LumoraTesting.cmake" DESTINATION "${package_dir}")
 
 # The prefix is written relative to the file, so an installed tree can be moved.
 set(pkg_config_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
