@@ -6,6 +6,19 @@ set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME library)
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Lumora")
 set(resources_dir "${CMAKE_INSTALL_DATADIR}/lumora")
 
+# Everything that is installed, without the tests. ./demo builds less than that, so the installation looks first.
+add_custom_target(lumora_installable DEPENDS lumora lumora_testing lumora_core)
+if(PROJECT_IS_TOP_LEVEL)
+  add_dependencies(lumora_installable lumora-host lumora-service)
+endif()
+install(CODE "
+  foreach(built \"$<TARGET_FILE:lumora>\" \"$<TARGET_FILE:lumora_testing>\" \"$<TARGET_FILE:lumora_core>\")
+    if(NOT EXISTS \"\${built}\")
+      message(FATAL_ERROR \"\${built} is not built yet. This builds what is installed:\\n\"
+        \"  cmake --build ${PROJECT_BINARY_DIR} --target lumora_installable\")
+    endif()
+  endforeach()")
+
 install(TARGETS lumora lumora_testing EXPORT LumoraTargets FILE_SET HEADERS)
 if(BUILD_SHARED_LIBS)
   install(TARGETS lumora_images lumora_network LIBRARY NAMELINK_SKIP)

@@ -75,7 +75,8 @@ run_logged() {
   return 1
 }
 
-# run_build LOG COMMAND…: a build's output goes to the log; people see how far it is, and the log's end when it fails.
+# run_build LOG COMMAND…: the output of configuring or building goes to the log; people see how far it is, and the
+# log's end when it fails.
 run_build() {
   local log=$1 status
   shift
@@ -110,7 +111,7 @@ build_preset() {
   shift
   (($# > 0)) && targets=(--target "$@")
   say "Configuring $preset"
-  if ! run_logged "build/$preset/configure.log" cmake --preset "$preset"; then
+  if ! run_build "build/$preset/configure.log" cmake --preset "$preset"; then
     complain "configuring $preset failed" "read build/$preset/configure.log; rm -r build/$preset starts afresh"
     return 1
   fi

@@ -113,7 +113,7 @@ def tell_of_events(story, world):
 
     screen.step("Killed in the middle: what was stored is still there")
     world.launch()
-    story.do("starts, still without a network", "network", "offline")
+    story.do("starts without a network, not initialised yet", "network", "offline")
     story.do("reports an action: before_the_kill", "action", "before_the_kill")
     screen.say(APPLICATION, "is killed")
     world.kill()
@@ -222,6 +222,7 @@ def accounts_of(world):
 
 
 def tell(world, has_trace):
+    screen.show()
     screen.paragraph("An application with Lumora in it runs here beside a service of its own, on this machine alone. "
                      "Three voices tell what happens; a frame is what a person sees on the screen.")
     screen.show()

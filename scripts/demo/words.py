@@ -11,14 +11,14 @@ def of_request(request):
     """A request in a person's words; the secret in the address stays out of it."""
     path, status = request["path"], request["status"]
     if "/sync/" in path:
-        what = "asked for its configuration"
+        what = "is asked for the configuration"
     elif path.startswith("/report/events"):
         count = len(request["received"])
         what = f"receives {count} event" + ("" if count == 1 else "s")
         if any(name.lower() == "ak" for name, _ in request["headers"]) or "ak=" in (request["query"] or ""):
             what += ", signed"
     elif path.startswith("/assets/"):
-        what = "asked for the picture " + os.path.basename(path)
+        what = "is asked for the picture " + os.path.basename(path)
     elif "/test_device" in path:
         what = "enrols a test device"
     else:
