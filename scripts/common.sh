@@ -90,15 +90,15 @@ run_build() {
 # show_progress: what ninja has done so far, "[3/120] …". A terminal has one line that is written over; a file gets a
 # line for each fifth.
 show_progress() {
-  local line done all told=0 part width
+  local line step all told=0 part width
   while IFS= read -r line; do
     [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]] || continue
-    done=${BASH_REMATCH[1]} all=${BASH_REMATCH[2]}
+    step=${BASH_REMATCH[1]} all=${BASH_REMATCH[2]}
     if [[ -t 1 ]]; then
       width=${COLUMNS:-$(tput cols 2>/dev/null || printf 80)}
       printf '\r%s\e[K' "${line:0:width-1}"
-    elif part=$((done * 5 / all)) && ((part > told && all > 20)); then
-      printf '   %d of %d steps\n' "$done" "$all"
+    elif part=$((step * 5 / all)) && ((part > told && all > 20)); then
+      printf '   %d of %d steps\n' "$step" "$all"
       told=$part
     fi
   done

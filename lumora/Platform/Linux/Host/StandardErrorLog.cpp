@@ -73,9 +73,7 @@ std::string decorated(std::string_view message, LogLineKind kind, bool hasColour
 }  // namespace
 
 StandardErrorLog::StandardErrorLog()
-    : isOpen_(::fcntl(STDERR_FILENO, F_GETFD) != -1),
-      isTerminal_(isOpen_ && ::isatty(STDERR_FILENO) == 1),
-      hasColours_(isTerminal_ && wantsColours()) {}
+    : isOpen_(::fcntl(STDERR_FILENO, F_GETFD) != -1), hasColours_(wantsColours()) {}
 
 void StandardErrorLog::writeBare(std::string_view message) const {
   if (!isOpen_) return;
@@ -89,7 +87,9 @@ void StandardErrorLog::writeBare(std::string_view message) const {
 bool StandardErrorLog::write(std::string_view message, LogLineKind kind, int milliseconds) const {
   // Who has closed it wants no lines: none is lost.
   if (!isOpen_) return true;
-  std::string line = isTerminal_ ? decorated(message, kind, hasColours_) : std::string(message);
+  // Asked each time: a host may send its errors to a file later.
+  const bool isTerminal = ::isatty(STDERR_FILENO) == 1;
+  std::string line = isTerminal ? decorated(message, kind, hasColours_) : std::string(message);
   line.push_back('\n');
   return writeOut(line, milliseconds);
 }

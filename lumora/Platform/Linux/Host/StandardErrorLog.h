@@ -9,8 +9,8 @@ namespace lumora {
 /// Log lines on standard error. It takes no lock, so a forked child may go on using it.
 class StandardErrorLog {
  public:
-  /// What standard error is, and whether it is there, is looked at once: where it is closed, its number may
-  /// go to any other file that the process opens.
+  /// Whether standard error is there is looked at once: where it is closed, its number may go to any other
+  /// file that the process opens.
   StandardErrorLog();
 
   /// The line as it is, as soon as the reader takes it.
@@ -21,7 +21,6 @@ class StandardErrorLog {
 
  private:
   const bool isOpen_;
-  const bool isTerminal_;
   const bool hasColours_;
 };
 
