@@ -1,10 +1,9 @@
-# The installed library: archives, public headers, resources, the CMake package and the pkg-config file.
+# The installed library in its components: `library` is what a host runs with, `development` what it is built with.
+# The service and the terminal host are components too, `service` and `host`.
 include(CMakePackageConfigHelpers)
 
-# The host of this repository is installed apart.
-set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME library)
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Lumora")
-set(resources_dir "${CMAKE_INSTALL_DATADIR}/lumora")
 
 # Everything that is installed, without the tests. ./demo builds less than that, so the installation looks first.
 add_custom_target(lumora_installable DEPENDS lumora lumora_testing lumora_core)
@@ -19,18 +18,20 @@ install(CODE "
     endif()
   endforeach()")
 
-install(TARGETS lumora lumora_testing EXPORT LumoraTargets FILE_SET HEADERS)
-if(BUILD_SHARED_LIBS)
-  install(TARGETS lumora_images lumora_network LIBRARY NAMELINK_SKIP)
+install(TARGETS lumora lumora_testing EXPORT LumoraTargets
+  LIBRARY COMPONENT library NAMELINK_COMPONENT development
+  FILE_SET HEADERS)
+if(LUMORA_MODULES)
+  install(TARGETS ${LUMORA_MODULES} LIBRARY COMPONENT library NAMELINK_SKIP)
 endif()
 # A package of its own: its archive needs the development files of its dependencies, a shared lumora does not.
 install(TARGETS lumora_core EXPORT LumoraCoreTargets)
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/resources/" DESTINATION "${resources_dir}")
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/resources/" DESTINATION "${LUMORA_INSTALL_RESOURCESDIR}" COMPONENT library)
 install(EXPORT LumoraTargets NAMESPACE lumora:: DESTINATION "${package_dir}")
 install(EXPORT LumoraCoreTargets NAMESPACE lumora:: DESTINATION "${package_dir}")
 
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/LumoraConfig.cmake.in"
-  "${PROJECT_BINARY_DIR}/LumoraConfig.cmake" INSTALL_DESTINATION "${package_dir}" PATH_VARS resources_dir
+  "${PROJECT_BINARY_DIR}/LumoraConfig.cmake" INSTALL_DESTINATION "${package_dir}" PATH_VARS LUMORA_INSTALL_RESOURCESDIR
   NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/LumoraConfigVersion.cmake"
   VERSION "${PROJECT_VERSION}" COMPATIBILITY SameMinorVersion)
