@@ -54,8 +54,10 @@ class LUMORA_EXPORT Lumora {
   /// @name Initialisation and lifecycle
   /// @{
 
-  /// Starts the library for an account and an application secret. `launchOptions` is the map that the
-  /// platform handed to the host at launch, if any. An empty argument or a second initialisation is logged
+  /// Starts the library for an account and an application secret. The Tarrow ID is the account's identifier,
+  /// the first label of the service's host name; the secret belongs to this application of the account. Both
+  /// stand in the service's console. `launchOptions` is the map that the platform handed to the host at
+  /// launch, if any. An empty argument or a second initialisation is logged
   /// and changes nothing; a call while another initialisation is under way is ignored. An account that the
   /// settings store refuses ends the initialisation, with the store's line.
   void initializeWithTarrowID(const std::optional<std::string>& tarrowID,
@@ -63,7 +65,10 @@ class LUMORA_EXPORT Lumora {
                               std::optional<Dictionary> launchOptions = std::nullopt);
   /// Seconds that a configuration request may take; anything below 5 becomes 5. The default is 10.
   void setTimeoutInterval(long seconds);
-  /// Uploads everything that is stored, on the library's queue.
+  /// Uploads everything that was recorded before, in one request on the library's queue, without the pause of
+  /// five seconds that other uploads keep. Returns at once. Nothing is sent before the library is
+  /// initialised, nor in secure mode without a signature; what the service did not take waits for the next
+  /// upload.
   void reportAll();
 
   /// The host calls these itself only where the platform posts no lifecycle notifications.
