@@ -292,13 +292,15 @@ URLResponse perform(CurlHandle& handle, Transfer& transfer) {
   return std::move(transfer.response);
 }
 
-/// The TLS library's exit handler, which its start would register, and ours behind it, which thus runs
-/// before. The process may end at any moment from here on, and the TLS library must not be taken down under
+/// Has OpenSSL, where libcurl uses it, register its exit handler before it starts in earnest, and ours behind
+/// it, which thus runs before: the process may end at any moment, and OpenSSL must not be taken down under
 /// its start.
 void watchAheadOfTLS() {
   using Initialise = int(std::uint64_t options, const void* settings);
+  // OPENSSL_INIT_ATFORK, an option that does nothing else: without any OpenSSL would not begin at all.
+  constexpr std::uint64_t hardlyAnything = 0x20000;
   void* const initialise = ::dlsym(RTLD_DEFAULT, "OPENSSL_init_crypto");
-  if (initialise != nullptr) reinterpret_cast<Initialise*>(initialise)(0, nullptr);
+  if (initialise != nullptr) reinterpret_cast<Initialise*>(initialise)(hardlyAnything, nullptr);
   ProcessEnd::watch();
 }
 
