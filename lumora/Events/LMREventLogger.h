@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "lumora/Events/EventObserver.h"
+#include "lumora/Events/UploadObserver.h"
 #include "lumora/Platform/Mutex.h"
 #include "lumora/Platform/Value.h"
 
@@ -23,6 +24,9 @@ class LMREventLogger {
 
   /// Names who is told of every event and session; it must live as long as the process.
   void setObserver(EventObserver& observer) noexcept { observer_ = &observer; }
+
+  /// Names who is told of what waits and of uploads; it must live as long as the process.
+  void setUploadObserver(UploadObserver& observer) noexcept { uploadObserver_ = &observer; }
 
   // Records.
 
@@ -82,6 +86,7 @@ class LMREventLogger {
 
   void reportClientInfoIfDue() LUMORA_REQUIRES(mutex_);
   bool mayUpload(bool force) const;
+  void tellFailure(const LumoraError& error) const;
   void warnWithoutLocks() LUMORA_REQUIRES(uploadMutex_);
   void uploadEvents(std::string events, const List& ids);
 
@@ -95,6 +100,7 @@ class LMREventLogger {
   bool isClientInfoMarkLost_ LUMORA_GUARDED_BY(mutex_) = false;
   std::atomic<bool> isReporting_ = false;
   std::atomic<EventObserver*> observer_ = nullptr;
+  std::atomic<UploadObserver*> uploadObserver_ = nullptr;
 };
 
 }  // namespace lumora

@@ -25,6 +25,7 @@ void LMREventLogger::saveEvent(const Dictionary& event) {
   if (EventObserver* const observer = observer_) observer->currentEvent(event);
   reportClientInfoIfDue();
   LMRDataManager::sharedInstance().saveEventInDB(event);
+  if (UploadObserver* const observer = uploadObserver_) observer->eventWaits();
 }
 
 void LMREventLogger::reportClientInfoIfDue() {

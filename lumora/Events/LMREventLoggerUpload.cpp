@@ -68,6 +68,7 @@ void LMREventLogger::reportEvents(bool force) {
   if (processes.state() == FileLockState::busy) {
     logLine("LumoraSDK-Another process of this application is still uploading.");
     logTrace({callbackOperation, 209}, "Failed to report events data");
+    tellFailure({.reason = LumoraError::Reason::otherProcess});
     return;
   }
   if (processes.state() == FileLockState::unsupported) warnWithoutLocks();
@@ -88,6 +89,7 @@ bool LMREventLogger::mayUpload(bool force) const {
   }
   if (LMRUtil::getBoolForKey(kLmroSecureMode) && !LMRUtil::getSecureSignature()) {
     logMissingSignature();
+    tellFailure({.reason = LumoraError::Reason::signatureMissing});
     return false;
   }
   if (!force && !canReport()) {
@@ -107,15 +109,25 @@ void LMREventLogger::uploadEvents(std::string events, const List& ids) {
   const auto endPoint = getReportEndPoint();
   if (!endPoint) {
     logTrace({callbackOperation, 196}, "Failed to get access token");
+    tellFailure({.reason = LumoraError::Reason::signatureMissing});
     return;
   }
-  if (!LMRNetworkManager::sharedInstance().postDataSync(std::move(events), *endPoint)) {
+  const Date began = platform().clock.now();
+  LumoraError error;
+  if (!LMRNetworkManager::sharedInstance().postDataSync(std::move(events), *endPoint, &error)) {
     logTrace({callbackOperation, 209}, "Failed to report events data");
+    tellFailure(error);
     return;
   }
   logLine("LumoraSDK-Reported all data successfully.");
   // Under the upload's locks still, so that nobody reads these rows again before they are gone.
+  const auto duration = std::chrono::floor<std::chrono::milliseconds>(platform().clock.now() - began);
   LMRDataManager::sharedInstance().cleanUpEventsWith(ids);
+  if (UploadObserver* const observer = uploadObserver_) observer->uploadFinished(ids.size(), duration);
+}
+
+void LMREventLogger::tellFailure(const LumoraError& error) const {
+  if (UploadObserver* const observer = uploadObserver_) observer->uploadFailed(error);
 }
 
 }  // namespace lumora

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
+#include "lumora/Facade/Reports.h"
 #include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
@@ -23,6 +24,8 @@
 
 namespace lumora {
 namespace {
+
+using Reason = LumoraError::Reason;
 
 constexpr long minimumTimeoutSeconds = 5;
 
@@ -42,11 +45,15 @@ Lumora::Lumora()
       serialInAppQueue_(makeQueue("com.ostrel.inapp.queue", this)),
       dataManager_(LMRDataManager::sharedInstance()),
       eventLogger_(LMREventLogger::sharedInstance()),
-      networkManager_(LMRNetworkManager::sharedInstance()) {
+      networkManager_(LMRNetworkManager::sharedInstance()),
+      reports_(Reports::sharedInstance()) {
   // Who is told by a lower floor, and where lower floors leave work for later: the whole of it is here.
   LMRInAppHandler& inAppHandler = LMRInAppHandler::sharedInstance();
   eventLogger_.setObserver(inAppHandler);
   dataManager_.setObserver(inAppHandler);
+  eventLogger_.setUploadObserver(reports_);
+  dataManager_.setLossObserver(reports_);
+  MessageObserver::setCurrent(reports_);
   dataManager_.storeLaterOn(*serialQueue_);
   inAppHandler.fetchOn(*serialInAppQueue_);
   appStoreEnvironment_ = !platform().bundle.pathForResource("embedded", "mobileprovision");
@@ -86,10 +93,12 @@ void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
   if (makingInitCall_) return;
   if (LMRUtil::isStringEmpty(tarrowID)) {
     logLine("LumoraSDK-Tarrow ID is an empty string.");
+    reports_.initializationFailed({.reason = Reason::credentialsMissing});
     return;
   }
   if (LMRUtil::isStringEmpty(appSecret)) {
     logLine("LumoraSDK-App Secret is empty string.");
+    reports_.initializationFailed({.reason = Reason::credentialsMissing});
     return;
   }
   if (this->appSecret()) {
@@ -119,7 +128,8 @@ void Lumora::initialize(const std::string& tarrowID, const std::string& appSecre
   // Stored before anything is known of it: the request for the configuration takes the account from there.
   LMRUtil::setObject(tarrowID, kLmroTarrowID);
   // Refused, with the store's line: the new secret must not go out with the account of another run.
-  if (LMRUtil::getStringForKey(kLmroTarrowID) != tarrowID) return;
+  if (LMRUtil::getStringForKey(kLmroTarrowID) != tarrowID)
+    return reports_.initializationFailed({.reason = Reason::credentialsNotStored});
   {
     Lock lock(textMutex_);
     givenSecret_ = appSecret;
@@ -127,6 +137,7 @@ void Lumora::initialize(const std::string& tarrowID, const std::string& appSecre
   const auto version = platform().bundle.infoValue(kBundleShortVersionKey);
   if (LMRUtil::isStringEmpty(version)) {
     logLine("LumoraSDK-Invalid app version, app version can not be empty.");
+    reports_.initializationFailed({.reason = Reason::applicationVersionMissing});
     return;
   }
   // Compared as one text: a character that moves from one to the other makes no difference.
@@ -144,7 +155,7 @@ void Lumora::initializeAfresh(const std::string& appSecret, bool isFirstRun,
   LMRUtil::setBool(false, kLmroInit);
   LMRUtil::setBool(isFirstRun, kLmroNewUser);
   if (isFirstRun) LMRUtil::setObject(getFormattedDate(), kLmroInstallDate);
-  getLatestConfiguration(appSecret);
+  getLatestConfiguration(appSecret, Attempt::ofHost);
   // Whether or not that succeeded: without a secret the upload ends at once, and the event waits for a later
   // one.
   trackPushNotification(launchOptions);
@@ -156,19 +167,38 @@ void Lumora::restart(const std::string& appSecret, const LaunchOptions& launchOp
   // Not for good: the resync that follows the application's coming and going asks again.
   if (accountBlocked_) {
     logLine("LumoraSDK-account disabled for this app.");
+    reports_.initializationFailed({.reason = Reason::blocked});
     return;
   }
-  completeInitialization(appSecret);
+  completeInitialization(appSecret, Attempt::ofHost);
   trackPushNotification(launchOptions);
   eventLogger_.reportEvents(true);
   resyncConfiguration();
 }
 
-void Lumora::completeInitialization(const std::string& appSecret) {
+void Lumora::completeInitialization(const std::string& appSecret, Attempt attempt) {
   // First: requests carry it, and without it nothing is uploaded.
   RunSecret::sharedInstance().set(appSecret);
   logLine("LumoraSDK-v.{} initialized successfully.", kOstrelSDKVersion);
+  reports_.initialized();
+  // The application may have come to the foreground while only the keeper was trying.
+  if (attempt == Attempt::again && eventLogger_.isSessionOpen(kLmroSession)) return;
   startAppSession();
+}
+
+/// Asks once more for what the host's initialisation could not get. Everything that comes before the request
+/// was done then, and stays.
+void Lumora::retryInitialization() {
+  if (sdkInitialized() || !canUpdate() || makingInitCall_.exchange(true)) return;
+  const FlagMark making(makingInitCall_);
+  std::optional<std::string> secret;
+  {
+    Lock lock(textMutex_);
+    secret = givenSecret_;
+  }
+  if (!secret) return;
+  getLatestConfiguration(*secret, Attempt::again);
+  if (sdkInitialized()) eventLogger_.reportEvents(true);
 }
 
 void Lumora::startAppSession() {

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "lumora/Facade/LumoraObserver.h"
+#include "lumora/Facade/LumoraStatus.h"
 #include "lumora/Platform/Application.h"
 #include "lumora/Platform/Export.h"
 #include "lumora/Platform/Mutex.h"
@@ -16,12 +18,14 @@
 
 namespace lumora {
 
+class Keeping;
 class LMRDataManager;
 class LMREventLogger;
 class LMRNetworkManager;
 class LMRSecuritySignature;
 class LumoraActionMetaData;
 class LumoraLead;
+class Reports;
 
 /// The library's single entry point.
 ///
@@ -35,8 +39,8 @@ class LumoraLead;
 /// wait for the disk.
 ///
 /// Failures: nothing is thrown and nothing is reported back; a call that cannot be served writes a line that
-/// begins with "LumoraSDK-" to the platform's log. Calls made before initialisation are noted there, and
-/// their records are kept and uploaded later.
+/// begins with "LumoraSDK-" to the platform's log. What goes on after a call a `LumoraObserver` is told.
+/// Calls made before initialisation are noted there, and their records are kept and uploaded later.
 ///
 ///     auto& lumora = lumora::Lumora::sharedInstance();
 ///     lumora.initializeWithTarrowID("acme", "s3cret");
@@ -164,6 +168,20 @@ class LUMORA_EXPORT Lumora {
 
   /// @}
 
+  /// @name What happens inside
+  /// @{
+
+  /// Names who is told what goes on, on the main queue or by an executor of the host's own; null ends it. The
+  /// library keeps both until another observer is named. Once this returns the earlier observer is called no
+  /// more, unless another thread is in a call of it. Notices that wait for it are dropped.
+  void setObserver(std::shared_ptr<LumoraObserver> observer, LumoraExecutor executor = nullptr);
+  /// How the library stands at this moment. The number of waiting events is read from the database, which
+  /// stores first what waits for that; the rest is in memory. While another process holds the database it
+  /// waits for it, on the main thread for 0.2 s at most, and on another one for 10 s.
+  LumoraStatus status() const;
+
+  /// @}
+
   /// @name For the library itself and its tests: a host has no need of these
   /// @{
 
@@ -199,6 +217,11 @@ class LUMORA_EXPORT Lumora {
   /// @}
 
  private:
+  friend class Keeping;
+
+  /// Who asks for the configuration that an initialisation needs: the host, or its keeper after a failure.
+  enum class Attempt { ofHost, again };
+
   Lumora();
 
   using LaunchOptions = std::optional<Dictionary>;
@@ -210,14 +233,15 @@ class LUMORA_EXPORT Lumora {
                   const LaunchOptions& launchOptions);
   void initializeAfresh(const std::string& appSecret, bool isFirstRun, const LaunchOptions& launchOptions);
   void restart(const std::string& appSecret, const LaunchOptions& launchOptions);
-  void completeInitialization(const std::string& appSecret);
+  void completeInitialization(const std::string& appSecret, Attempt attempt);
+  void retryInitialization();
   void startAppSession();
   void fetchPicturesBeforeSession(std::string_view name);
   bool hasStoredCredentials() const;
 
   std::optional<std::string> secretForSync() const;
   std::string getSyncUrl(const std::string& appSecret) const;
-  void getLatestConfiguration(const std::string& appSecret);
+  void getLatestConfiguration(const std::string& appSecret, Attempt attempt);
   void resyncConfiguration();
   bool parseResponseForBlockedAndFeatures(const std::optional<Dictionary>& response);
   void applyConfiguration(const Dictionary& config);
@@ -248,6 +272,7 @@ class LUMORA_EXPORT Lumora {
   LMRDataManager& dataManager_;
   LMREventLogger& eventLogger_;
   LMRNetworkManager& networkManager_;
+  Reports& reports_;
 };
 
 }  // namespace lumora

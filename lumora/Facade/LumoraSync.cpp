@@ -5,6 +5,7 @@
 
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/Lumora.h"
+#include "lumora/Facade/Reports.h"
 #include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/Manager/LMRNetworkManager.h"
@@ -67,15 +68,17 @@ std::string Lumora::getSyncUrl(const std::string& appSecret) const {
   return fmt::format("{}/{}?lst={}", kLmroInAppSync, appSecret, last.isNull() ? "0" : decimalText(last));
 }
 
-void Lumora::getLatestConfiguration(const std::string& appSecret) {
-  const auto response = networkManager_.getDataFromEndpoint(getSyncUrl(appSecret));
-  if (!response) return;
+void Lumora::getLatestConfiguration(const std::string& appSecret, Attempt attempt) {
+  LumoraError error;
+  const auto response = networkManager_.getDataFromEndpoint(getSyncUrl(appSecret), &error);
+  if (!response) return reports_.initializationFailed(error);
   if (!parseResponseForBlockedAndFeatures(response) || accountBlocked_) {
     // The host may try again while the rest of this task runs.
     makingInitCall_ = false;
+    reports_.initializationFailed({.reason = LumoraError::Reason::blocked});
     return;
   }
-  completeInitialization(appSecret);
+  completeInitialization(appSecret, attempt);
   // Only now: after an attempt that failed the next run must take the same path again.
   LMRUtil::setObject(platform().bundle.infoValue(kBundleShortVersionKey), kLmroAppVersion);
   LMRUtil::setObject(appSecret, kLmroAppSecret);
@@ -102,7 +105,9 @@ void Lumora::resyncConfiguration() {
     // The attempt counts, not its success.
     LMRUtil::setObject(platform().clock.now(), kLmroLastUpdate);
     logTrace({"-[Lumora resyncConfiguration]", 407}, "Making update call");
-    parseResponseForBlockedAndFeatures(networkManager_.getDataFromEndpoint(getSyncUrl(*secret)));
+    LumoraError error;
+    const auto response = networkManager_.getDataFromEndpoint(getSyncUrl(*secret), &error);
+    if (!parseResponseForBlockedAndFeatures(response)) reports_.configurationFailed(error);
   }
 }
 
@@ -130,6 +135,8 @@ bool Lumora::parseResponseForBlockedAndFeatures(const std::optional<Dictionary>&
   serialInAppQueue_->async([campaigns = campaigns ? *campaigns : Value()] { receiveCampaigns(campaigns); });
   const Value* config = findValue(*response, "config");
   if (config && config->asDictionary()) applyConfiguration(*config->asDictionary());
+  const List* list = campaigns ? campaigns->asList() : nullptr;
+  reports_.configurationReceived(accountBlocked_, list ? list->size() : 0);
   return true;
 }
 

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "lumora/InApp/MessageObserver.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -15,6 +16,8 @@ namespace lumora {
 bool dropCampaign(const std::string& campaignId, std::string_view reason) {
   // The lines of the campaigns before it come first.
   LMRDataManager::sharedInstance().storeWaiting();
+  if (MessageObserver* const observer = MessageObserver::current())
+    observer->campaignDropped(campaignId, reason);
   return LMRUtil::hasValue(reason, Dictionary(), campaignId);
 }
 

@@ -4,6 +4,7 @@
 
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/InApp/CampaignPictures.h"
+#include "lumora/InApp/MessageObserver.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/EventKeys.h"
 #include "lumora/Util/LMRUtil.h"
@@ -93,6 +94,8 @@ void LMRInAppHandler::processAction(LMRTappable& element) {
   if (screen) {
     element.lmrMessage.reset();  // The last use of the element: it may not outlive its screen's dismissal.
     screen->dismiss(false);
+    if (MessageObserver* const observer = MessageObserver::current())
+      observer->messageDismissed(tapped.lmrCampaignId);
   }
   onScreen_ = false;
   if (tapped.lmrAction && *tapped.lmrAction != KEY_INAPP_ACTION_CLOSE) {

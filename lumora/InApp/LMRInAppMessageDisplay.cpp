@@ -4,6 +4,7 @@
 
 #include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/InApp/LMRInAppViewController.h"
+#include "lumora/InApp/MessageObserver.h"
 #include "lumora/Util/CompareVersions.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -70,6 +71,8 @@ void LMRInAppMessage::present(const std::shared_ptr<ViewController>& container) 
     root->setModalPresentationStyle(ModalPresentationStyle::currentContext);
   }
   root->presentViewController(container, true);
+  if (MessageObserver* const observer = MessageObserver::current())
+    observer->messageShown(campaign_id_.value_or(""));
 }
 
 }  // namespace lumora

@@ -25,22 +25,37 @@ void addHeader(URLRequest& request, const char* name, std::optional<std::string>
   if (value) request.headers.emplace_back(name, std::move(*value));
 }
 
+using Reason = LumoraError::Reason;
+
+void setError(LumoraError* error, Reason reason, int code = 0, std::string message = "") {
+  if (error) *error = {reason, code, std::move(message)};
+}
+
+/// Why nothing came that could be read.
+void setErrorOfTransport(LumoraError* error, const URLResponse& response) {
+  if (!response.error) return setError(error, Reason::malformedAnswer, response.statusCode);
+  const bool isLoaders = response.error->domain == kURLErrorDomain;
+  setError(error, Reason::network, isLoaders ? response.error->code : 0, response.error->description);
+}
+
 /// The answer's JSON; nothing, with a line, when it is none.
-std::optional<Value> decodedAnswer(const std::string& body) {
-  auto decoded = parseJSON(body);
+std::optional<Value> decodedAnswer(const URLResponse& response, LumoraError* error) {
+  auto decoded = parseJSON(response.body);
   if (decoded && (decoded->asDictionary() || decoded->asList())) return decoded;
   logLine("LumoraSDK-Internal Error Occured");
+  setError(error, Reason::malformedAnswer, response.statusCode);
   return std::nullopt;
 }
 
 /// The answer when the service accepted the request; otherwise its reason is logged.
-std::optional<Dictionary> acceptedAnswer(const Value& decoded) {
+std::optional<Dictionary> acceptedAnswer(const Value& decoded, int statusCode, LumoraError* error) {
   const Dictionary* answer = decoded.asDictionary();
   const Value* success = answer ? findValue(*answer, "success") : nullptr;
   if (success && success->isNumber() && success->boolValue()) return *answer;
   const Value* message = answer ? findValue(*answer, "error_message") : nullptr;
   logLine("LumoraSDK-{}",
           message ? message->description() : "Invalid response, please contact Lumora support.");
+  setError(error, Reason::refused, statusCode, message ? message->description() : "");
   return std::nullopt;
 }
 
@@ -78,12 +93,14 @@ void LMRNetworkManager::setHeaders(URLRequest& request) const {
   addHeader(request, "tduuid", identifiers.uniqueGlobalDeviceIdentifier());
 }
 
-std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::string& endPoint) {
+std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::string& endPoint,
+                                                                 LumoraError* error) {
   // Held over the request: one at a time, and nothing but a request waits for this lock.
   Lock lock(mutex_);
   const auto url = getBaseUrlWithEndPoint(endPoint);
   if (!url) {
     logLine("LumoraSDK-Error creating request Url");
+    setError(error, Reason::credentialsMissing);
     return std::nullopt;
   }
   logTrace({"-[LMRNetworkManager getDataFromEndpoint:]", 52}, "Getting data from end point {}", *url);
@@ -103,26 +120,30 @@ std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::stri
   if (!hasBody(response)) {
     if (response.statusCode == 304) {
       logLine("LumoraSDK-No update available");
+      setError(error, Reason::notModified, response.statusCode);
     } else {
       printErrorMessage(response.error);
+      setErrorOfTransport(error, response);
     }
     return std::nullopt;
   }
-  const auto decoded = decodedAnswer(response.body);
+  const auto decoded = decodedAnswer(response, error);
   if (!decoded) return std::nullopt;
   // Only for an answer that could be read: without a network the main thread is let off.
   assert(!platform().queues.isMainThread() && "the service must not be asked on the main thread");
-  auto answer = acceptedAnswer(*decoded);
+  auto answer = acceptedAnswer(*decoded, response.statusCode, error);
   // An answer without a tag leaves the earlier one.
   if (answer) LMRUtil::setObject(response.header("Etag"), kLmroEtag);
   return answer;
 }
 
-std::optional<Dictionary> LMRNetworkManager::postDataSync(std::string data, const std::string& toEndpoint) {
+std::optional<Dictionary> LMRNetworkManager::postDataSync(std::string data, const std::string& toEndpoint,
+                                                          LumoraError* error) {
   Lock lock(mutex_);
   const auto url = getBaseUrlWithEndPoint(toEndpoint);
   if (!url) {
     logLine("LumoraSDK-Error creating request Url");
+    setError(error, Reason::credentialsMissing);
     return std::nullopt;
   }
   logTrace({"-[LMRNetworkManager postDataSync:toEndpoint:]", 136}, "Posting data to end point {}", *url);
@@ -138,10 +159,11 @@ std::optional<Dictionary> LMRNetworkManager::postDataSync(std::string data, cons
   const URLResponse response = platform().urlLoader.load(request);
   if (!hasBody(response)) {
     printErrorMessage(response.error);
+    setErrorOfTransport(error, response);
     return std::nullopt;
   }
-  const auto decoded = decodedAnswer(response.body);
-  return decoded ? acceptedAnswer(*decoded) : std::nullopt;
+  const auto decoded = decodedAnswer(response, error);
+  return decoded ? acceptedAnswer(*decoded, response.statusCode, error) : std::nullopt;
 }
 
 void LMRNetworkManager::printErrorMessage(const std::optional<TransportError>& error) {

@@ -8,6 +8,7 @@
 #include "lumora/Platform/Mutex.h"
 #include "lumora/Platform/URLLoader.h"
 #include "lumora/Platform/Value.h"
+#include "lumora/Util/LumoraError.h"
 
 namespace lumora {
 
@@ -15,7 +16,7 @@ namespace lumora {
 /// "success" is true, or a number that is not zero, and nothing else.
 ///
 /// Requests block the calling thread, one at a time: a second caller waits. Every failure is logged and gives
-/// nothing; none is retried here.
+/// nothing, and is written to `error` where there is one; none is retried here.
 class LMRNetworkManager {
  public:
   static LMRNetworkManager& sharedInstance();
@@ -25,9 +26,10 @@ class LMRNetworkManager {
   /// Adds the nine headers that identify this installation.
   void setHeaders(URLRequest& request) const;
   /// Not on the main thread. Remembers the entity tag of an accepted answer.
-  std::optional<Dictionary> getDataFromEndpoint(const std::string& endPoint);
+  std::optional<Dictionary> getDataFromEndpoint(const std::string& endPoint, LumoraError* error = nullptr);
   /// Always gives up after 10 seconds.
-  std::optional<Dictionary> postDataSync(std::string data, const std::string& toEndpoint);
+  std::optional<Dictionary> postDataSync(std::string data, const std::string& toEndpoint,
+                                         LumoraError* error = nullptr);
   /// Logs a readable cause; nothing when there is no error.
   void printErrorMessage(const std::optional<TransportError>& error);
 

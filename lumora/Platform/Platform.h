@@ -12,6 +12,7 @@
 #include "lumora/Platform/FileSystem.h"
 #include "lumora/Platform/ImageDecoder.h"
 #include "lumora/Platform/Keychain.h"
+#include "lumora/Platform/NetworkChanges.h"
 #include "lumora/Platform/Notifications.h"
 #include "lumora/Platform/SettingsStore.h"
 #include "lumora/Platform/SharedFiles.h"
@@ -41,6 +42,8 @@ struct Platform {
   Clock& clock;
   SystemLog& log;
   UUIDSource& uuids;
+  /// Where a platform has no news of its network, time alone decides when something is tried again.
+  NetworkChanges& networkChanges = NetworkChanges::none();
 };
 
 /// A platform that takes some services from its host and all others from another platform:
@@ -64,7 +67,8 @@ Platform platformWith(const Platform& others, Services&... services) {
           chosen(others.imageDecoder), chosen(others.queues),   chosen(others.application),
           chosen(others.bundle),       chosen(others.alerts),   chosen(others.notifications),
           chosen(others.device),       chosen(others.files),    chosen(others.sharedFiles),
-          chosen(others.clock),        chosen(others.log),      chosen(others.uuids)};
+          chosen(others.clock),        chosen(others.log),      chosen(others.uuids),
+          chosen(others.networkChanges)};
 }
 
 /// Installs the platform that the library uses from now on. To be called once, on the main thread, before

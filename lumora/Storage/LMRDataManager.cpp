@@ -271,6 +271,7 @@ DatabaseFault LMRDataManager::runTransaction(Access access, const Operation& ope
   if (DatabaseFault fault = provideTables()) return fault;
   // Another process may have saved or sent events since.
   storedEvents_.reset();
+  droppedEvents_ = 0;
   OstrelSQLiteManager::Transaction transaction(sql_, access);
   if (transaction.fault()) return transaction.fault();
   operation(sql_);
@@ -281,6 +282,7 @@ DatabaseFault LMRDataManager::runTransaction(Access access, const Operation& ope
   DatabaseFault fault = transaction.commit();
   // A reading proves little: it succeeds on a full disk too.
   if (!fault && hasChanged) lastFault_.clear();
+  if (!fault) tellLost(LumoraEventLoss::queueFull, droppedEvents_);
   return fault;
 }
 

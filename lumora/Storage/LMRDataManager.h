@@ -17,6 +17,7 @@
 #include "lumora/Platform/TaskQueues.h"
 #include "lumora/Storage/CampaignObserver.h"
 #include "lumora/Storage/CampaignRow.h"
+#include "lumora/Storage/EventLossObserver.h"
 #include "lumora/Storage/LMRResource.h"
 #include "lumora/Storage/OstrelSQLiteManager.h"
 
@@ -111,6 +112,8 @@ class LMRDataManager {
   void cleanUpAppEvents();
   /// Drops the newest event when the queue is full and the event is not crucial.
   void checkEventsThreshold();
+  /// How many events wait for an upload; nothing with a database that cannot be read.
+  std::optional<std::size_t> waitingEvents();
   /// Whether an event's text names no crucial kind; a crucial one is logged.
   bool canDeleteEvent(const std::string& event) const;
 
@@ -147,6 +150,8 @@ class LMRDataManager {
 
   /// Names who is told of deleted campaigns; it must live as long as the process.
   void setObserver(CampaignObserver& observer) noexcept { observer_ = &observer; }
+  /// Names who is told of events that are given up; it must live as long as the process.
+  void setLossObserver(EventLossObserver& observer) noexcept { lossObserver_ = &observer; }
   /// Names the queue that stores what the main thread could not; it must live as long as the process.
   void storeLaterOn(TaskQueue& queue) noexcept { laterQueue_ = &queue; }
   /// Stores what was saved in a burst, or still waits for a database that was busy. Call it before anything
@@ -215,6 +220,7 @@ class LMRDataManager {
   void deleteSent(OstrelSQLiteManager& sql);
   void keepSent(const EventRows& rows, const DatabaseFault& fault);
   std::int64_t sentEvents() const LUMORA_REQUIRES(databaseLock_);
+  void tellLost(LumoraEventLoss why, std::size_t count);
   void dropUnlessCrucial(OstrelSQLiteManager& sql, const std::string& id);
   void clearFirstCampaignOf(const char* query);
 
@@ -230,7 +236,10 @@ class LMRDataManager {
   Date burstBegan_ LUMORA_GUARDED_BY(databaseLock_);
   /// The number of events, once it was needed in the transaction under way.
   std::optional<std::int64_t> storedEvents_ LUMORA_GUARDED_BY(databaseLock_);
+  /// The events that the transaction under way leaves out because the queue is full.
+  std::size_t droppedEvents_ LUMORA_GUARDED_BY(databaseLock_) = 0;
   std::atomic<CampaignObserver*> observer_ = nullptr;
+  std::atomic<EventLossObserver*> lossObserver_ = nullptr;
   std::atomic<TaskQueue*> laterQueue_ = nullptr;
   /// Whether the main thread has left changes to the queue: nothing more waits on it until they are stored.
   std::atomic<bool> isStoringLater_ = false;

@@ -3,6 +3,7 @@
 // LMREventLoggerUpload.cpp's to say.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "lumora/Platform/JSON.h"
@@ -57,7 +58,7 @@ std::int64_t countEvents(OstrelSQLiteManager& sql, const std::string& condition)
 
 void LMRDataManager::saveEventInDB(const Dictionary& event) {
   const auto text = writeJSON(event);
-  if (!text) return;
+  if (!text) return tellLost(LumoraEventLoss::notJSON, 1);
   const auto save = [this, values = List{Value(*text)}](OstrelSQLiteManager& sql) {
     const int before = sql.changedRows();
     sql.doQuery("INSERT INTO ostrel_events (event) VALUES (?);", values);
@@ -73,7 +74,15 @@ void LMRDataManager::saveEventInDB(const Dictionary& event) {
       checkEventsThreshold();
     }
   };
-  change(save, {}, Due::withItsBurst);
+  const auto whenOver = [this](const DatabaseFault& fault) {
+    if (fault) tellLost(LumoraEventLoss::storeFailed, 1);
+  };
+  change(save, whenOver, Due::withItsBurst);
+}
+
+void LMRDataManager::tellLost(LumoraEventLoss why, std::size_t count) {
+  EventLossObserver* const observer = lossObserver_;
+  if (observer && count > 0) observer->eventsLost(why, count);
 }
 
 void LMRDataManager::getEventsDataWith(const EventsCallback& callback) {
@@ -239,6 +248,17 @@ void LMRDataManager::dropUnlessCrucial(OstrelSQLiteManager& sql, const std::stri
   sql.doQuery("delete from ostrel_events where _id = " + id);
   Lock lock(databaseLock_);
   storedEvents_.reset();
+  ++droppedEvents_;
+}
+
+std::optional<std::size_t> LMRDataManager::waitingEvents() {
+  std::int64_t waiting = 0;
+  const bool isRead = transact(Access::reads, [&](OstrelSQLiteManager& sql) {
+    Lock lock(databaseLock_);
+    waiting = countEvents(sql, "") - sentEvents();
+  });
+  if (!isRead) return std::nullopt;
+  return static_cast<std::size_t>(std::max<std::int64_t>(waiting, 0));
 }
 
 bool LMRDataManager::canDeleteEvent(const std::string& event) const {

@@ -9,6 +9,7 @@
 #include "lumora/Testing/FakeFileSystem.h"
 #include "lumora/Testing/FakeImageDecoder.h"
 #include "lumora/Testing/FakeKeychain.h"
+#include "lumora/Testing/FakeNetworkChanges.h"
 #include "lumora/Testing/FakeNotifications.h"
 #include "lumora/Testing/FakeSettingsStore.h"
 #include "lumora/Testing/FakeSharedFiles.h"
@@ -55,6 +56,7 @@ class LUMORA_EXPORT FakePlatform {
   FakeClock clock;
   FakeSystemLog log;
   FakeUUIDSource uuids;
+  FakeNetworkChanges networkChanges;
 };
 
 }  // namespace lumora::testing

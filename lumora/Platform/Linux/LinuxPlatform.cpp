@@ -17,6 +17,7 @@
 #include "lumora/Platform/Linux/Host/LinuxNotifications.h"
 #include "lumora/Platform/Linux/Host/LinuxSystemLog.h"
 #include "lumora/Platform/Linux/Host/LinuxUUIDSource.h"
+#include "lumora/Platform/Linux/Host/NetlinkChanges.h"
 #include "lumora/Platform/Linux/Images/LinuxImageDecoder.h"
 #include "lumora/Platform/Linux/LinuxApplication.h"
 #include "lumora/Platform/Linux/LinuxTaskQueues.h"
@@ -88,9 +89,11 @@ struct LinuxPlatform::Services {
   LinuxSharedFiles sharedFiles;
   LinuxClock clock;
   LinuxUUIDSource uuids;
+  NetlinkChanges networkChanges;
   const Platform platform{settings,    keychain,    urlLoader, imageDecoder,  queues,
                           application, bundle,      alerts,    notifications, device,
-                          files,       sharedFiles, clock,     log,           uuids};
+                          files,       sharedFiles, clock,     log,           uuids,
+                          networkChanges};
 };
 
 LinuxPlatform::LinuxPlatform(LinuxPlatformOptions options)

@@ -5,6 +5,8 @@
 #include <ctime>
 #include <thread>
 
+#include "lumora/Platform/Linux/Tasks/LinuxTimer.h"
+
 namespace lumora {
 
 Date LinuxClock::now() {
@@ -26,6 +28,10 @@ std::chrono::seconds LinuxClock::utcOffset(Date date) {
 
 void LinuxClock::sleepFor(std::chrono::milliseconds duration) {
   std::this_thread::sleep_for(duration);
+}
+
+std::unique_ptr<Timer> LinuxClock::makeTimer(const std::function<void()>& callback) {
+  return std::make_unique<LinuxTimer>(callback);
 }
 
 }  // namespace lumora

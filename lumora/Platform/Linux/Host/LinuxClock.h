@@ -10,6 +10,7 @@ class LinuxClock : public Clock {
   Date now() override;
   std::chrono::seconds utcOffset(Date date) override;
   void sleepFor(std::chrono::milliseconds duration) override;
+  std::unique_ptr<Timer> makeTimer(const std::function<void()>& callback) override;
 };
 
 }  // namespace lumora

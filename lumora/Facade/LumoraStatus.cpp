@@ -1,0 +1,36 @@
+// What a host learns of the library: the observer's registration, and the snapshot. What is told is Reports'
+// to say.
+#include "lumora/Facade/LumoraStatus.h"
+
+#include <utility>
+
+#include "lumora/Facade/Lumora.h"
+#include "lumora/Facade/Reports.h"
+#include "lumora/Platform/Platform.h"
+#include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/LMRSettingsKeys.h"
+
+namespace lumora {
+namespace {
+
+std::optional<Date> dateSetting(std::string_view key) {
+  const Value value = platform().settings.object(key);
+  return value.asDate() ? std::optional(*value.asDate()) : std::nullopt;
+}
+
+}  // namespace
+
+void Lumora::setObserver(std::shared_ptr<LumoraObserver> observer, LumoraExecutor executor) {
+  reports_.notices().setObserver(std::move(observer), std::move(executor));
+}
+
+LumoraStatus Lumora::status() const {
+  return {.isInitialized = sdkInitialized(),
+          .isBlocked = accountBlocked(),
+          .waitingEvents = dataManager_.waitingEvents(),
+          .lastSync = dateSetting(kLmroLastUpdate),
+          .lastUpload = dateSetting(kLmroLastReport),
+          .lastError = reports_.lastFailure()};
+}
+
+}  // namespace lumora
