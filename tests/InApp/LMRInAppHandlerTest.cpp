@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "lumora/InApp/LMRInAppViewController.h"
-#include "tests/Facade/LumoraFixture.h"
+#include "tests/Facade/NoticeList.h"
 #include "tests/InApp/Campaigns.h"
 
 namespace lumora::tests {
@@ -258,6 +258,18 @@ TEST_F(CampaignPicturesTest, TapsAndEventsLeaveThemToTheQueueAndSessionsFetchThe
   }
   resync(10);  // The session is open.
   EXPECT_EQ(state(), "open pic | | ");
+}
+
+TEST_F(LMRInAppHandlerTest, TheHostsObserverIsToldOfEachMessage) {
+  const auto observer = std::make_shared<NoticeList>();
+  lumora().setObserver(observer);
+  offer();
+  EXPECT_NE(event("open"), "");
+  LMRTappable view{"c1", 1, 102, handler.message()->inAppViewController(), "close"};
+  handler.processAction(view);
+  read(plainCampaign("end_time"));
+  host.queues.runAll();
+  EXPECT_EQ(observer->notices, (Texts{"shown c1", "dismissed c1", "dropped c1 end_time"}));
 }
 
 }  // namespace
