@@ -38,9 +38,12 @@ lumora::MessageScreens& screens() {
   return *made;
 }
 
-/// "tap PART" taps the message on screen; anything else is the name of an action.
+/// "tap PART" taps the message on screen, "forget me" erases everything; anything else is the name of an
+/// action.
 void obey(const std::string& line) {
-  if (!line.starts_with("tap ")) {
+  if (line == "forget me") {
+    lumora::Lumora::sharedInstance().eraseAllData();
+  } else if (!line.starts_with("tap ")) {
     lumora::Lumora::sharedInstance().reportAction(line);
   } else if (!screens().tap(screens().shown(), line.substr(4))) {
     std::cout << "there is nothing like that to tap\n" << std::flush;
