@@ -17,7 +17,7 @@ inline constexpr std::string_view kLmroAppOpen = "lmr_app_open";
 
 /// How many sessions may be open at once.
 inline constexpr std::int32_t MAX_SESSIONS_COUNT = 500;
-/// The event that would be so many-th to wait for upload is dropped, unless its kind is crucial: 999 may wait.
+/// The event that would be the last of so many to wait for upload is dropped, unless its kind is crucial.
 inline constexpr std::int32_t MAX_CHECKPOINTS_COUNT = 1000;
 /// The version of the database's tables, and the one that comes next.
 inline constexpr std::int32_t CURRENT_SCHEMA_VERSION = 1;
