@@ -1,0 +1,92 @@
+// What the person does, line by line, and what the library shows.
+#include "Shop.h"
+
+#include <iostream>
+#include <sstream>
+#include <utility>
+
+#include "MessageScreen.h"
+#include "lumora/Facade/Lumora.h"
+#include "lumora/Platform/Linux/LinuxApplication.h"
+
+using lumora::Lumora;
+
+// The platform is kept until the process ends: the library's threads use it to the last moment.
+Shop::Shop(const std::string& connectTo, const std::string& authorities)
+    : platform_(*new lumora::LinuxPlatform(options(connectTo, authorities))) {
+  lumora::installPlatform(platform_.platform());
+  Lumora::sharedInstance().initializeWithTarrowID("acme", "s3cret");
+}
+
+lumora::LinuxPlatformOptions Shop::options(const std::string& connectTo, const std::string& authorities) {
+  lumora::LinuxPlatformOptions options;
+  options.info = {{"CFBundleIdentifier", "com.example.glib"}, {"CFBundleShortVersionString", "1.0"}};
+  options.connectTo = connectTo;
+  options.certificateAuthorityFile = authorities;
+  options.alertPresenter = [this](lumora::Alert alert) { show(std::move(alert)); };
+  options.layoutLoader = [](const std::string&) { return MessageScreen::layout(); };
+  options.rootViewController = [] { return MessageScreen::window(); };
+  options.urlOpener = [](const lumora::URL& url) {
+    std::cout << "opens " << url.absoluteString() << std::endl;
+    return true;
+  };
+  return options;
+}
+
+void Shop::show(lumora::Alert alert) {
+  std::cout << "alert: " << alert.title << ": " << alert.message << '\n';
+  for (std::size_t i = 0; i < alert.buttons.size(); ++i) {
+    std::cout << "  answer " << i << (alert.textField ? " TEXT" : "") << ": " << alert.buttons[i] << '\n';
+  }
+  std::cout << std::flush;
+  alerts_.push_back(std::move(alert));
+}
+
+void Shop::answer(int button, const std::string& text) {
+  if (alerts_.empty()) return;
+  const lumora::Alert alert = std::move(alerts_.back());
+  alerts_.pop_back();
+  if (alert.onButton) alert.onButton(button, text);
+}
+
+bool Shop::handleLine(const std::string& line) {
+  std::istringstream words(line);
+  std::string command, rest;
+  words >> command;
+  if (command == "quit") return false;
+  if (command == "answer") {
+    int button = 0;
+    words >> button;
+    std::getline(words >> std::ws, rest);
+    answer(button, rest);
+    return true;
+  }
+  std::getline(words >> std::ws, rest);
+  if (command == "action") {
+    Lumora::sharedInstance().reportAction(rest);
+  } else if (command == "link") {
+    const auto url = lumora::URL::parse(rest);
+    if (!url || !Lumora::sharedInstance().applicationOpenURL(*url)) std::cout << "not Lumora's" << std::endl;
+  } else if (command == "tap") {
+    const auto message = MessageScreen::top();
+    if (!message || !message->tap(rest)) std::cout << "nothing like that on screen" << std::endl;
+  } else if (command == "background") {
+    enterBackground();
+  } else if (command == "foreground") {
+    enterForeground();
+  } else {
+    std::cout << "action NAME, link URL, tap ELEMENT, answer NUMBER [TEXT], background, foreground, quit"
+              << std::endl;
+  }
+  return true;
+}
+
+void Shop::enterBackground() {
+  platform_.application().setState(lumora::ApplicationState::background);
+  platform_.application().post(lumora::LifecycleNotification::didEnterBackground);
+}
+
+void Shop::enterForeground() {
+  platform_.application().setState(lumora::ApplicationState::active);
+  platform_.application().post(lumora::LifecycleNotification::willEnterForeground);
+}

@@ -1,0 +1,72 @@
+// Where Qt meets the library: the main queue, the application's state, alerts, messages and links.
+#include "Shop.h"
+
+#include <QDesktopServices>
+#include <QGuiApplication>
+#include <QUrl>
+#include <QVBoxLayout>
+
+#include "Dialogs.h"
+#include "lumora/Facade/Lumora.h"
+#include "lumora/Platform/Linux/LinuxApplication.h"
+#include "lumora/Platform/Linux/LinuxTaskQueues.h"
+
+using lumora::ApplicationState;
+using lumora::LifecycleNotification;
+using lumora::Lumora;
+
+// The platform is kept until the process ends: the library's threads use it to the last moment.
+Shop::Shop(const std::string& connectTo, const std::string& authorities)
+    : screen_(std::make_shared<WindowScreen>(this)),
+      platform_(*new lumora::LinuxPlatform(options(connectTo, authorities))),
+      mainQueueHasWork_(platform_.mainQueue().descriptor(), QSocketNotifier::Read),
+      createProfile_("Create my profile") {
+  lumora::installPlatform(platform_.platform());
+  Lumora::sharedInstance().initializeWithTarrowID("acme", "s3cret");
+  (new QVBoxLayout(this))->addWidget(&createProfile_);
+  connect(&createProfile_, &QPushButton::clicked,
+          [] { Lumora::sharedInstance().reportAction("profile_created"); });
+  connect(&mainQueueHasWork_, &QSocketNotifier::activated, this,
+          [this] { platform_.mainQueue().runPending(); });
+  connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &Shop::followState);
+}
+
+/// The application's session ends with its window; what was reported is stored when the process ends, and
+/// goes out with the next run where this one has no time for it.
+Shop::~Shop() {
+  enterBackground();
+}
+
+lumora::LinuxPlatformOptions Shop::options(const std::string& connectTo, const std::string& authorities) {
+  lumora::LinuxPlatformOptions options;
+  options.info = {{"CFBundleIdentifier", "com.example.qt6"}, {"CFBundleShortVersionString", "1.0"}};
+  options.connectTo = connectTo;
+  options.certificateAuthorityFile = authorities;
+  options.alertPresenter = [this](const lumora::Alert& alert) { showAlert(this, alert); };
+  options.layoutLoader = [](const std::string&) { return std::make_shared<MessageLayout>(); };
+  options.rootViewController = [screen = screen_] { return screen; };
+  options.urlOpener = [](const lumora::URL& url) {
+    return QDesktopServices::openUrl(QUrl(QString::fromStdString(url.absoluteString())));
+  };
+  return options;
+}
+
+void Shop::openLink(const std::string& link) {
+  if (const auto url = lumora::URL::parse(link)) Lumora::sharedInstance().applicationOpenURL(*url);
+}
+
+/// Another application in front of this one is this one's background.
+void Shop::followState(Qt::ApplicationState state) {
+  if (state != Qt::ApplicationActive) {
+    enterBackground();
+  } else if (platform_.application().state() == ApplicationState::background) {
+    platform_.application().setState(ApplicationState::active);
+    platform_.application().post(LifecycleNotification::willEnterForeground);
+  }
+}
+
+void Shop::enterBackground() {
+  if (platform_.application().state() == ApplicationState::background) return;
+  platform_.application().setState(ApplicationState::background);
+  platform_.application().post(LifecycleNotification::didEnterBackground);
+}
