@@ -5,6 +5,8 @@ set(library_package liblumora${soversion})
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME lumora)
+# Each component's description begins with a summary of its own.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_PACKAGE_VENDOR Lumora)
 set(CPACK_PACKAGE_CONTACT "Lumora maintainers <maintainers@lumora.example>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -26,8 +28,10 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/lumora")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library_package})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/debian/symbols"
-  "${PROJECT_BINARY_DIR}/debian/shlibs" "${PROJECT_SOURCE_DIR}/packaging/debian/triggers")
+  "${PROJECT_SOURCE_DIR}/packaging/debian/triggers")
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "client library of a marketing-automation service
 Lumora records what happens in an application, keeps it in a local database,
 uploads it to the service, and shows the messages of the service's campaigns.
@@ -56,7 +60,6 @@ against: it answers from an accounts file, keeps what applications report, and
 can be told to fail in the ways real services fail.")
 
 # What packaging/debian/stage.cmake must know.
-set(CPACK_LUMORA_SOVERSION ${soversion})
 set(CPACK_LUMORA_LIBDIR "${CMAKE_INSTALL_LIBDIR}")
 set(CPACK_LUMORA_SOURCE_DIR "${PROJECT_SOURCE_DIR}")
 set(CPACK_LUMORA_BINARY_DIR "${PROJECT_BINARY_DIR}")

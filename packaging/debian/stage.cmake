@@ -9,7 +9,6 @@ set(debian "${CPACK_LUMORA_SOURCE_DIR}/packaging/debian")
 set(staged "${CPACK_TEMPORARY_INSTALL_DIRECTORY}")
 set(generated "${CPACK_LUMORA_BINARY_DIR}/debian")
 set(version "${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
-set(libraries "${staged}/library/usr/${CPACK_LUMORA_LIBDIR}")
 file(MAKE_DIRECTORY "${generated}")
 
 # Documents. The changelog's first entry is the one that is packed.
@@ -21,7 +20,7 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   string(TOUPPER "${component}" key)
   set(package "${CPACK_DEBIAN_${key}_PACKAGE_NAME}")
   set(documents "${staged}/${component}/usr/share/doc/${package}")
-  file(INSTALL "${debian}/copyright" DESTINATION "${documents}")
+  file(COPY "${debian}/copyright" DESTINATION "${documents}")
   file(COPY_FILE "${debian}/changelog" "${documents}/changelog.Debian")
   run(gzip -9nf "${documents}/changelog.Debian")
   if(EXISTS "${debian}/${component}.lintian-overrides")
@@ -43,11 +42,7 @@ file(GLOB archives "${staged}/development/usr/${CPACK_LUMORA_LIBDIR}/*.a")
 run(strip --strip-debug --enable-deterministic-archives --remove-section=.comment "--remove-section=.gnu.lto_*"
   "--remove-section=.gnu.debuglto_*" ${archives})
 
-# The symbols, each with the first version that has it; one that is gone ends the packing. The modules are of no use to
-# others, who need no newer package for them.
+# The symbols, each with the first version that has it; one that is gone ends the packing.
 run(${CMAKE_COMMAND} -E chdir "${debian}" dpkg-gensymbols -q -c1 "-P${staged}/library"
   -p${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} -v${CPACK_PACKAGE_VERSION}
-  "-e${libraries}/liblumora.so.${CPACK_LUMORA_SOVERSION}"
   "-I${debian}/symbols" "-O${generated}/symbols")
-file(WRITE "${generated}/shlibs"
-  "liblumora ${CPACK_LUMORA_SOVERSION} ${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} (>= ${CPACK_PACKAGE_VERSION})\n")
