@@ -33,6 +33,10 @@ class LUMORA_EXPORT SettingsStore {
   /// that share the store and do this at the same time, one stores its value and the others see it. Gives the
   /// value that the key has then; a store that cannot be used gives the new one. May throw as `setObject`.
   virtual Value setObjectIfAbsent(std::string_view key, const Value& value) = 0;
+
+  /// Removes what is left of earlier contents, such as a broken file that was moved aside; true when none of
+  /// it is left. The values stay.
+  virtual bool removeLeftovers() { return true; }
 };
 
 /// Passes everything to another store; a base for a host that replaces a single operation.
@@ -46,6 +50,7 @@ class LUMORA_EXPORT ForwardingSettingsStore : public SettingsStore {
   Value setObjectIfAbsent(std::string_view key, const Value& value) override {
     return next_.setObjectIfAbsent(key, value);
   }
+  bool removeLeftovers() override { return next_.removeLeftovers(); }
 
  private:
   SettingsStore& next_;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -23,6 +24,13 @@ class LUMORA_EXPORT TaskQueue {
   virtual void async(Task task) = 0;
   /// Hands a task over and waits until it has run. Must not be called from a task of the same queue.
   virtual void sync(const Task& task) = 0;
+  /// Hands a task over and waits until it has run, but no longer than that; whether it has. One that has not
+  /// still runs later. Must not be called from a task of the same queue.
+  virtual bool syncWithin(Task task, std::chrono::milliseconds limit);
+  /// The queue's end: takes no further task, waits until those before have run, but no longer than that, and
+  /// lets its thread end; whether all that has happened. What could not be waited for still runs later, and
+  /// the thread ends then. A queue that does not know of an end only waits.
+  virtual bool finishWithin(std::chrono::milliseconds limit);
 };
 
 /// Makes queues. The main queue runs on the thread that the host chose for it.

@@ -38,7 +38,7 @@ inline constexpr std::string_view kURLErrorDomain = "NSURLErrorDomain";
 /// The codes of that domain that callers tell apart; a loader may report others.
 enum URLErrorCode : int {
   kURLErrorUnknown = -1,
-  /// The process is ending.
+  /// The request was aborted, or the process is ending.
   kURLErrorCancelled = -999,
   kURLErrorTimedOut = -1001,
   kURLErrorCannotFindHost = -1003,
@@ -74,6 +74,10 @@ class LUMORA_EXPORT URLLoader {
  public:
   virtual ~URLLoader() = default;
   virtual URLResponse load(const URLRequest& request) = 0;
+  /// With true every request fails as cancelled from now on, those under way at once, until it is called with
+  /// false. Any thread; it does not wait. A loader that ignores it lets requests end by themselves, which a
+  /// shutdown then waits for.
+  virtual void setAborting(bool /*isAborting*/) {}
 };
 
 /// Passes everything to another loader; a base for a host that changes requests on their way.
@@ -81,6 +85,7 @@ class LUMORA_EXPORT ForwardingURLLoader : public URLLoader {
  public:
   explicit ForwardingURLLoader(URLLoader& next) : next_(next) {}
   URLResponse load(const URLRequest& request) override { return next_.load(request); }
+  void setAborting(bool isAborting) override { next_.setAborting(isAborting); }
 
  private:
   URLLoader& next_;

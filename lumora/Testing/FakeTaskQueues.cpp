@@ -86,7 +86,7 @@ class FakeTaskQueues::Queue : public TaskQueue {
   void async(Task task) override {
     if (!task) return;
     Lock lock(state_->mutex);
-    waiting_->tasks.push_back(std::move(task));
+    if (!isFinished_) waiting_->tasks.push_back(std::move(task));
   }
 
   void sync(const Task& task) override {
@@ -95,6 +95,18 @@ class FakeTaskQueues::Queue : public TaskQueue {
     const bool isOwnThread = waiting_->isMain && isMainThread();
     if (!isOwnThread) runPending();
     state->run(task, waiting_->isMain);
+  }
+
+  bool syncWithin(Task task, std::chrono::milliseconds) override {
+    sync(task);
+    return true;
+  }
+
+  bool finishWithin(std::chrono::milliseconds) override {
+    runPending();
+    Lock lock(state_->mutex);
+    isFinished_ = true;
+    return true;
   }
 
   /// Runs what waits, with what is added meanwhile; whether there was anything.
@@ -121,6 +133,7 @@ class FakeTaskQueues::Queue : public TaskQueue {
   const std::string label_;
   const std::shared_ptr<State> state_;
   const std::shared_ptr<State::Waiting> waiting_;
+  bool isFinished_ = false;
 };
 
 FakeTaskQueues::FakeTaskQueues()

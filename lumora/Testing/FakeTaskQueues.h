@@ -19,7 +19,8 @@ class LUMORA_EXPORT FakeTaskQueues : public TaskQueues {
  public:
   FakeTaskQueues();
   ~FakeTaskQueues() override;
-  /// The queue's `sync` runs the tasks that wait in it, then the task itself, at once.
+  /// The queue's `sync` runs the tasks that wait in it, then the task itself, at once, and its waits with a
+  /// limit do likewise.
   std::unique_ptr<TaskQueue> makeSerialQueue(std::string label) override;
   TaskQueue& mainQueue() override;
   bool isMainThread() override;

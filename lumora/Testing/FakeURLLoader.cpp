@@ -17,12 +17,14 @@ URLResponse FakeURLLoader::load(const URLRequest& request) {
   Handler handler;
   {
     Lock lock(mutex_);
+    if (isAborting_) return failure(kURLErrorCancelled, "aborted");
     requests_.push_back(request);
     if (holds_) {
       ++heldRequests_;
       changed_.notify_all();
-      while (holds_) changed_.wait(mutex_);
+      while (holds_ && !isAborting_) changed_.wait(mutex_);
       --heldRequests_;
+      if (isAborting_) return failure(kURLErrorCancelled, "aborted");
     }
     if (!script_.empty()) {
       URLResponse response = std::move(script_.front());
@@ -33,6 +35,12 @@ URLResponse FakeURLLoader::load(const URLRequest& request) {
   }
   if (handler) return handler(request);
   return failure(kURLErrorNotConnectedToInternet, "the test scripted no answer");
+}
+
+void FakeURLLoader::setAborting(bool isAborting) {
+  Lock lock(mutex_);
+  isAborting_ = isAborting;
+  changed_.notify_all();
 }
 
 void FakeURLLoader::enqueue(URLResponse response) {

@@ -25,6 +25,8 @@ class LUMORA_EXPORT FakeURLLoader : public URLLoader {
   using Headers = std::vector<std::pair<std::string, std::string>>;
 
   URLResponse load(const URLRequest& request) override;
+  /// A request that is refused is not remembered.
+  void setAborting(bool isAborting) override;
 
   void enqueue(URLResponse response);
   /// An answer with this status code.
@@ -50,6 +52,7 @@ class LUMORA_EXPORT FakeURLLoader : public URLLoader {
   std::deque<URLResponse> script_ LUMORA_GUARDED_BY(mutex_);
   Handler handler_ LUMORA_GUARDED_BY(mutex_);
   std::vector<URLRequest> requests_ LUMORA_GUARDED_BY(mutex_);
+  bool isAborting_ LUMORA_GUARDED_BY(mutex_) = false;
   bool holds_ LUMORA_GUARDED_BY(mutex_) = false;
   int heldRequests_ LUMORA_GUARDED_BY(mutex_) = 0;
 };

@@ -53,6 +53,19 @@ TEST_F(CurlURLLoaderTest, SendsTheGivenHeadersInOrderAndNoOthers) {
   EXPECT_EQ(server.requests().at(0), sent + "\r\nContent-Length: 5\r\n\r\n{}\n{}");
 }
 
+TEST_F(CurlURLLoaderTest, AbortsRequestsUntilItIsToldOtherwise) {
+  // The rest of the body never comes.
+  const HTTPTestServer slow([this](std::size_t) {
+    loader.setAborting(true);
+    return HTTPTestServer::Reply{"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf"};
+  });
+  const HTTPTestServer server(answer("ok"));
+  EXPECT_EQ(errorOf(get(slow.url())), kURLErrorCancelled);
+  EXPECT_EQ(errorOf(get(server.url())), kURLErrorCancelled);
+  loader.setAborting(false);
+  EXPECT_EQ(errorOf(get(server.url())), 0);
+}
+
 TEST_F(CurlURLLoaderTest, GivesStatusHeadersAndBodyOfAnyAnswer) {
   const std::string headers = "\r\nETag:   \"a:b\" \r\nX-Twice: 1\r\nX-Twice: 2";
   const std::pair<std::string, std::string> cases[] = {

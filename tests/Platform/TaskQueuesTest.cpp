@@ -38,6 +38,19 @@ struct TaskQueuesTest : ::testing::Test {
 using Hosts = ::testing::Types<FakeHost, LinuxHost>;
 TYPED_TEST_SUITE(TaskQueuesTest, Hosts);
 
+TYPED_TEST(TaskQueuesTest, WaitsWithALimitAndFinishesWithWhatWasHandedOver) {
+  constexpr std::chrono::minutes limit(1);
+  const auto add = [this](char letter) { return [this, letter] { this->ran += letter; }; };
+  this->queue->async(add('a'));
+  EXPECT_TRUE(this->queue->syncWithin(add('b'), limit));
+  EXPECT_EQ(this->ran, "ab");
+  this->queue->async(add('c'));
+  EXPECT_TRUE(this->queue->finishWithin(limit));
+  this->queue->async(add('d'));
+  EXPECT_TRUE(this->queue->finishWithin(limit));
+  EXPECT_EQ(this->ran, "abc");
+}
+
 TYPED_TEST(TaskQueuesTest, RunsADeepQueueInOrderAndLetsGoOfIt) {
   auto order = std::make_shared<std::vector<int>>();
   for (int i = 0; i < 10'000; ++i) this->queue->async([order, i] { order->push_back(i); });
@@ -93,6 +106,18 @@ TEST_F(LinuxTaskQueuesTest, ItsThreadLeavesSignalsToTheHostSaveForItsOwnFaults) 
     EXPECT_EQ(sigismember(&blocked, each), 1) << each;
   for (const int each : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
     EXPECT_EQ(sigismember(&blocked, each), 0) << each;
+}
+
+TEST_F(LinuxTaskQueuesTest, WaitsNoLongerThanTheLimit) {
+  std::promise<void> end;
+  std::string ran;
+  const auto queue = queues.makeSerialQueue("queue");
+  queue->async([&] { end.get_future().wait(); });
+  EXPECT_FALSE(queue->syncWithin([&] { ran += 'a'; }, std::chrono::milliseconds(1)));
+  EXPECT_FALSE(queue->finishWithin(std::chrono::milliseconds(1)));
+  end.set_value();
+  EXPECT_TRUE(queue->finishWithin(std::chrono::minutes(1)));
+  EXPECT_EQ(ran, "a");
 }
 
 TEST_F(LinuxTaskQueuesTest, DestructionWaitsForTheRunningTaskAndDropsTheRest) {

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "lumora/Platform/ForkedChild.h"
 #include "lumora/Platform/Linux/Host/BackgroundTasks.h"
 #include "lumora/Platform/Linux/Host/DesktopURLOpener.h"
 #include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
@@ -71,7 +72,7 @@ void LinuxApplication::setState(ApplicationState state) {
 
 void LinuxApplication::post(LifecycleNotification notification) {
   // What the library would do now is not taken by its queues any more.
-  if (ProcessEnd::hasBegun()) return;
+  if (isForkedChild() || ProcessEnd::hasBegun()) return;
   std::vector<std::function<void()>> handlers;
   {
     Lock lock(state_->mutex);

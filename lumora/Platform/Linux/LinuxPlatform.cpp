@@ -22,6 +22,7 @@
 #include "lumora/Platform/Linux/LinuxApplication.h"
 #include "lumora/Platform/Linux/LinuxTaskQueues.h"
 #include "lumora/Platform/Linux/Network/LinuxURLLoader.h"
+#include "lumora/Platform/Linux/Tasks/ForkWatch.h"
 
 namespace lumora {
 namespace {
@@ -70,7 +71,9 @@ struct LinuxPlatform::Services {
         alerts(options.alertPresenter, log),
         notifications(options.notificationScheduler, options.localNotificationScheduler, log),
         device(describeDevice(options)),
-        files(options.documentsDirectory, options.cachesDirectory) {}
+        files(options.documentsDirectory, options.cachesDirectory) {
+    watchForks();
+  }
 
   // In this order: each is made with those above it, and ends before them.
   LinuxSystemLog log;

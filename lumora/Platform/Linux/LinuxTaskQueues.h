@@ -12,7 +12,7 @@ class TaskCounter;
 
 /// The main queue on Linux. It runs where the host says: `run()` on a thread that does nothing else, or
 /// `runPending()` from the host's own loop whenever `descriptor()` is readable (poll, GLib, Qt). Once the
-/// process is ending it runs no task any more.
+/// process is ending, and in a forked child, it runs no task any more.
 class LUMORA_EXPORT LinuxMainQueue : public TaskQueue {
  public:
   /// The calling thread becomes the main thread.

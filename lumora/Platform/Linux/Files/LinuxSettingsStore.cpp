@@ -7,6 +7,7 @@
 #include <set>
 #include <utility>
 
+#include "lumora/Platform/ForkedChild.h"
 #include "lumora/Platform/Linux/Files/SettingsFormat.h"
 
 namespace lumora {
@@ -28,6 +29,7 @@ class LiveStores {
   }
 
   void remove(LinuxSettingsStore& store) {
+    if (isForkedChild()) return;
     Lock lock(mutex_);
     stores_.erase(&store);
   }
@@ -38,6 +40,7 @@ class LiveStores {
   }
 
   void finish() {
+    if (isForkedChild()) return;  // What is pending is the parent's to write.
     Lock lock(mutex_);
     for (LinuxSettingsStore* store : stores_) store->finish();
   }
@@ -136,6 +139,11 @@ bool LinuxSettingsStore::synchronize() {
   } catch (const std::exception&) {
     return false;  // Memory ran out.
   }
+}
+
+bool LinuxSettingsStore::removeLeftovers() {
+  Lock fileLock(fileMutex_);
+  return file_.removeMovedAside();
 }
 
 Value LinuxSettingsStore::setObjectIfAbsent(std::string_view key, const Value& value) {

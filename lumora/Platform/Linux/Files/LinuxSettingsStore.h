@@ -31,6 +31,7 @@ class LinuxSettingsStore : public SettingsStore {
   void removeObject(std::string_view key) override;
   bool synchronize() override;
   Value setObjectIfAbsent(std::string_view key, const Value& value) override;
+  bool removeLeftovers() override;
 
   /// Writes what is pending, but waits no longer than a second for it. Not from a forked child.
   void finish();

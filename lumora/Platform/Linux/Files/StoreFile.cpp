@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <thread>
 #include <utility>
 
@@ -22,6 +23,8 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds longestWait{1000};
 constexpr milliseconds longestPause{16};
+/// Between a file's name and what tells one that was moved aside from others.
+constexpr const char* kCorruptInfix = ".corrupt-";
 
 bool isSameFile(const struct stat& left, const struct stat& right) {
   return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
@@ -154,9 +157,22 @@ bool StoreFile::replace(std::string_view bytes, FolderSync sync) {
   return true;
 }
 
+bool StoreFile::removeMovedAside() const {
+  const std::filesystem::path target = followLinks(path_) + kCorruptInfix;
+  std::error_code error;
+  std::filesystem::directory_iterator entry(target.parent_path(), error);
+  if (error) return error == std::errc::no_such_file_or_directory;
+  bool isClean = true;
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    if (!entry->path().filename().native().starts_with(target.filename().native())) continue;
+    if (::unlink(entry->path().c_str()) != 0) isClean = false;
+  }
+  return isClean && !error;
+}
+
 bool StoreFile::moveAside() {
   const std::string target = followLinks(path_);
-  const std::string aside = target + ".corrupt-" + LinuxUUIDSource().randomUUID();
+  const std::string aside = target + kCorruptInfix + LinuxUUIDSource().randomUUID();
   if (std::rename(target.c_str(), aside.c_str()) != 0) return false;
   if (log_) log_->write("LumoraSDK-The file " + target + " is corrupt: it is kept as " + aside);
   return true;

@@ -39,6 +39,8 @@ class StoreFile {
   /// lock is not held when there can be none, or somebody else keeps it for longer than a second; who keeps
   /// it still is not waited for again.
   StoreLock lock();
+  /// Removes the files that were moved aside; false when one is left.
+  bool removeMovedAside() const;
   /// Replaces the file; returns false, and leaves the old one as it was, on failure. Needs the lock.
   bool replace(std::string_view bytes, FolderSync sync);
 

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "lumora/Platform/ForkedChild.h"
 #include "lumora/Platform/Linux/Tasks/SignalBlocker.h"
 #include "lumora/Platform/Mutex.h"
 
@@ -107,6 +108,7 @@ BackgroundTasks::BackgroundTasks(TaskQueue& mainQueue, QuietTime quietTime, Back
     : state_(std::make_shared<State>(mainQueue, std::move(quietTime), time)) {}
 
 BackgroundTasks::~BackgroundTasks() {
+  if (isForkedChild()) return;  // Nobody watches there.
   Lock lock(state_->mutex);
   state_->isClosed = true;
   state_->changed.notify_all();

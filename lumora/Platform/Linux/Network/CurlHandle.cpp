@@ -59,7 +59,7 @@ CURLM* makeMulti() {
 
 curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
   // A name look-up that came back too late leads to no connection any more.
-  if (ProcessEnd::hasBegun()) return CURL_SOCKET_BAD;
+  if (ProcessEnd::refusesTransfers()) return CURL_SOCKET_BAD;
   return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
@@ -100,7 +100,7 @@ CURLcode CurlHandle::run() {
   curl_waitfd processEnd{ProcessEnd::descriptor(), CURL_WAIT_POLLIN, 0};
   int running = 1;
   while (curl_multi_perform(multi_, &running) == CURLM_OK && running > 0) {
-    if (ProcessEnd::hasBegun()) return CURLE_ABORTED_BY_CALLBACK;
+    if (ProcessEnd::refusesTransfers()) return CURLE_ABORTED_BY_CALLBACK;
     if (curl_multi_poll(multi_, &processEnd, 1, kLongestWaitMilliseconds, nullptr) != CURLM_OK) break;
   }
   int left = 0;

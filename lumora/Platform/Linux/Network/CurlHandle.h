@@ -21,7 +21,8 @@ class CurlHandle {
   /// For the request's options. They are forgotten by `reset`; the connections stay open.
   CURL* easy() const noexcept { return easy_; }
   void reset();
-  /// Performs the request. It ends early, with CURLE_ABORTED_BY_CALLBACK, when the process ends.
+  /// Performs the request. It ends early, with CURLE_ABORTED_BY_CALLBACK, when the process ends or
+  /// transfers are aborted.
   CURLcode perform();
 
  private:

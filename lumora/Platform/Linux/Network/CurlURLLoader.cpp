@@ -17,6 +17,7 @@
 #include <string_view>
 
 #include "lumora/Platform/ASCII.h"
+#include "lumora/Platform/ForkedChild.h"
 #include "lumora/Platform/Linux/Network/BrokenPipeGuard.h"
 #include "lumora/Platform/Linux/Network/CurlHandle.h"
 #include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
@@ -27,6 +28,7 @@ namespace {
 constexpr long kSilenceLimitSeconds = 60;
 constexpr std::string_view kNoAnswer = "The connection was lost before an answer came.";
 constexpr std::string_view kProcessEnds = "The program is ending.";
+constexpr std::string_view kAborted = "The request was aborted.";
 
 struct ListDeleter {
   void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
@@ -276,13 +278,17 @@ TransportError transportError(const Transfer& transfer, CURLcode result) {
   return transportError(errorCode(transfer.handle, result), text.empty() ? curl_easy_strerror(result) : text);
 }
 
+std::string_view whyRefused() {
+  return ProcessEnd::hasBegun() ? kProcessEnds : kAborted;
+}
+
 URLResponse perform(CurlHandle& handle, Transfer& transfer) {
   const CURLcode result = handle.perform();
   long status = 0;
   curl_easy_getinfo(transfer.handle, CURLINFO_RESPONSE_CODE, &status);
   transfer.response.statusCode = static_cast<int>(status);
-  if (result != CURLE_OK && ProcessEnd::hasBegun()) {
-    transfer.response.error = transportError(kURLErrorCancelled, kProcessEnds);
+  if (result != CURLE_OK && ProcessEnd::refusesTransfers()) {
+    transfer.response.error = transportError(kURLErrorCancelled, whyRefused());
   } else if (result != CURLE_OK) {
     transfer.response.error = transportError(transfer, result);
   } else if (transfer.stage != Transfer::Stage::afterHead) {
@@ -330,12 +336,21 @@ CurlURLLoader::CurlURLLoader(std::string certificateAuthorityFile, std::string c
 }
 
 CurlURLLoader::~CurlURLLoader() {
+  // A forked child shares the connection with its parent, who would find it closed.
+  if (isForkedChild()) {
+    static_cast<void>(keptHandle_.release());
+    return;
+  }
   // Closing a TLS connection writes to it.
   const BrokenPipeGuard guard;
   const Lock lock(mutex_);
   // The TLS library may be gone while the process ends.
   if (ProcessEnd::hasBegun()) static_cast<void>(keptHandle_.release());
   keptHandle_.reset();
+}
+
+void CurlURLLoader::setAborting(bool isAborting) {
+  ProcessEnd::setAborting(isAborting);
 }
 
 std::unique_ptr<CurlHandle> CurlURLLoader::takeHandle() {
@@ -361,7 +376,7 @@ URLResponse CurlURLLoader::load(const URLRequest& request) try {
   // Begins before the look at the process's end and outlives the handle, whose connections may be closed
   // here.
   const ProcessEnd::Transfer underWay;
-  if (ProcessEnd::hasBegun()) return failed(kProcessEnds, kURLErrorCancelled);
+  if (ProcessEnd::refusesTransfers()) return failed(whyRefused(), kURLErrorCancelled);
   if (!initialiseCurl()) return failed("The HTTP library cannot be used.");
   std::unique_ptr<CurlHandle> handle = takeHandle();
   if (!handle) return failed("Not enough memory.");

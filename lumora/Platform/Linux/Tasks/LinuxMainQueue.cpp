@@ -10,6 +10,7 @@
 #include <thread>
 #include <utility>
 
+#include "lumora/Platform/ForkedChild.h"
 #include "lumora/Platform/Linux/Files/FileDescriptor.h"
 #include "lumora/Platform/Linux/LinuxTaskQueues.h"
 #include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
@@ -97,12 +98,12 @@ std::string LinuxMainQueue::label() const {
 }
 
 void LinuxMainQueue::async(Task task) {
-  if (task) state_->push(std::move(task));
+  if (task && !isForkedChild()) state_->push(std::move(task));
 }
 
 void LinuxMainQueue::sync(const Task& task) {
   // The task would never run, and its caller wait for ever.
-  if (ProcessEnd::hasBegun()) return;
+  if (isForkedChild() || ProcessEnd::hasBegun()) return;
   if (isMainThread()) {
     runTask(task);  // Waiting for itself, the thread would never come to it.
   } else {
@@ -111,7 +112,7 @@ void LinuxMainQueue::sync(const Task& task) {
 }
 
 void LinuxMainQueue::run() {
-  if (ProcessEnd::hasBegun()) return;
+  if (isForkedChild() || ProcessEnd::hasBegun()) return;
   if (state_->takeStop()) {
     runPending();
     state_->takeStop();  // A stop by one of these tasks has what it asked for.
@@ -121,10 +122,13 @@ void LinuxMainQueue::run() {
 }
 
 void LinuxMainQueue::stop() {
+  if (isForkedChild()) return;
   state_->stop();
 }
 
 std::size_t LinuxMainQueue::runPending() {
+  // The tasks are the parent's, and so is the descriptor that would be lowered.
+  if (isForkedChild()) return 0;
   std::size_t waiting = 0;
   {
     Lock lock(state_->mutex);

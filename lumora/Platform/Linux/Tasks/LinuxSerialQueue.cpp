@@ -11,6 +11,7 @@
 #include <system_error>
 #include <utility>
 
+#include "lumora/Platform/ForkedChild.h"
 #include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
 #include "lumora/Platform/Linux/Tasks/RunTask.h"
 #include "lumora/Platform/Linux/Tasks/SignalBlocker.h"
@@ -43,7 +44,7 @@ struct LinuxSerialQueue::State {
     {
       Lock lock(mutex);
       // Dropped like the tasks that wait when a queue is destroyed.
-      if (isEnding) return;
+      if (isEnding || isFinishing) return;
       tasks.push_back(std::move(task));
       unfinishedTasks->add();  // Only now: memory for the task may have run out.
       wakeWorker = std::exchange(isWorkerAsleep, false);
@@ -56,12 +57,12 @@ struct LinuxSerialQueue::State {
   std::optional<Task> pop() {
     Lock lock(mutex);
     // When the end's wait is over nothing begins any more: the thread sleeps until the process is gone.
-    while ((tasks.empty() || ProcessEnd::isOver()) && !isEnding) {
+    while ((tasks.empty() ? !isFinishing : ProcessEnd::isOver()) && !isEnding) {
       isWorkerAsleep = true;
       wake.wait(mutex);
     }
     isWorkerAsleep = false;
-    if (isEnding) return std::nullopt;
+    if (isEnding || tasks.empty()) return std::nullopt;
     std::optional<Task> task(std::move(tasks.front()));
     tasks.pop_front();
     return task;
@@ -74,6 +75,21 @@ struct LinuxSerialQueue::State {
       task.reset();  // What the task holds goes before the task counts as finished.
       unfinishedTasks->finish();
     }
+    Lock lock(mutex);
+    hasEnded = true;
+    ended.notify_all();
+  }
+
+  /// Lets the worker's loop end with the tasks that wait, and waits for that; whether it has ended.
+  bool finishWithin(std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    Lock lock(mutex);
+    isFinishing = true;
+    wake.notify_one();
+    while (!hasEnded) {
+      if (ended.wait_until(mutex, deadline) == std::cv_status::timeout) return hasEnded;
+    }
+    return true;
   }
 
   /// Ends the worker's loop and drops the tasks that wait.
@@ -96,12 +112,20 @@ struct LinuxSerialQueue::State {
   std::deque<Task> tasks LUMORA_GUARDED_BY(mutex);
   bool isWorkerAsleep LUMORA_GUARDED_BY(mutex) = false;
   bool isEnding LUMORA_GUARDED_BY(mutex) = false;
+  bool isFinishing LUMORA_GUARDED_BY(mutex) = false;
+  bool hasEnded LUMORA_GUARDED_BY(mutex) = false;
+  std::condition_variable_any ended;
 };
 
 LinuxSerialQueue::LinuxSerialQueue(std::string label, std::shared_ptr<TaskCounter> unfinishedTasks)
     : label_(std::move(label)), state_(std::make_shared<State>(std::move(unfinishedTasks))) {}
 
 LinuxSerialQueue::~LinuxSerialQueue() {
+  if (isForkedChild()) {
+    // There is no thread to wait for, and none to let go of.
+    if (worker_.joinable()) static_cast<void>(new std::thread(std::move(worker_)));
+    return;
+  }
   state_->end();
   Lock lock(workerMutex_);
   if (!worker_.joinable()) return;
@@ -118,7 +142,7 @@ std::string LinuxSerialQueue::label() const {
 }
 
 void LinuxSerialQueue::async(Task task) {
-  if (!task || !ProcessEnd::acceptsTasks()) return;
+  if (!task || isForkedChild() || !ProcessEnd::acceptsTasks()) return;
   // The task may destroy this queue before the call returns; the state lives on.
   const std::shared_ptr<State> state = state_;
   if (!hasWorker_) startWorker();
@@ -126,8 +150,17 @@ void LinuxSerialQueue::async(Task task) {
 }
 
 void LinuxSerialQueue::sync(const Task& task) {
-  if (!ProcessEnd::acceptsTasks()) return;
+  if (isForkedChild() || !ProcessEnd::acceptsTasks()) return;
   runTaskAndWait(*this, task);
+}
+
+bool LinuxSerialQueue::finishWithin(std::chrono::milliseconds limit) {
+  if (isForkedChild()) return false;
+  startWorker();  // One without a thread would have nobody to say that it has ended.
+  if (!state_->finishWithin(limit)) return false;
+  Lock lock(workerMutex_);
+  if (worker_.joinable()) worker_.join();
+  return true;
 }
 
 void LinuxSerialQueue::startWorker() {

@@ -30,7 +30,8 @@ class TaskCounter {
 /// A serial queue with one thread, which starts with the first task and sleeps between tasks.
 ///
 /// The destructor drops the tasks that have not begun and waits for the one that runs, unless it is that task
-/// that destroys the queue. When the process has ended its wait for the tasks, no further one begins.
+/// that destroys the queue. When the process has ended its wait for the tasks, no further one begins. A
+/// forked child, which does not have the thread, neither hands tasks over nor waits.
 class LinuxSerialQueue : public TaskQueue {
  public:
   LinuxSerialQueue(std::string label, std::shared_ptr<TaskCounter> unfinishedTasks);
@@ -41,6 +42,7 @@ class LinuxSerialQueue : public TaskQueue {
   std::string label() const override;
   void async(Task task) override;
   void sync(const Task& task) override;
+  bool finishWithin(std::chrono::milliseconds limit) override;
 
  private:
   struct State;

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "lumora/Platform/ForkedChild.h"
 #include "lumora/Platform/Linux/Files/FileDescriptor.h"
 #include "lumora/Platform/Mutex.h"
 
@@ -29,6 +30,7 @@ thread_local bool isLibraryThread = false;
 struct State {
   std::atomic<bool> hasBegun = false;
   std::atomic<bool> isOver = false;
+  std::atomic<bool> isAborting = false;
   std::atomic<std::size_t> tasks = 0;
   std::atomic<std::size_t> transfers = 0;
   /// The process that the work is done in. A forked child has none of the threads that it would wait for.
@@ -101,6 +103,23 @@ void ProcessEnd::watch() {
 
 bool ProcessEnd::hasBegun() noexcept {
   return shared().hasBegun;
+}
+
+void ProcessEnd::setAborting(bool isAborting) noexcept {
+  State& state = shared();
+  Lock lock(state.mutex);
+  if (state.isAborting.exchange(isAborting) == isAborting) return;
+  eventfd_t count = 0;
+  if (isAborting) {
+    ::eventfd_write(state.event.get(), 1);
+  } else if (!state.hasBegun) {
+    ::eventfd_read(state.event.get(), &count);
+  }
+}
+
+bool ProcessEnd::refusesTransfers() noexcept {
+  const State& state = shared();
+  return state.hasBegun || state.isAborting;
 }
 
 bool ProcessEnd::isOver() noexcept {

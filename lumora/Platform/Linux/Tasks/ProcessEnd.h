@@ -28,7 +28,12 @@ class ProcessEnd {
   static bool hasBegun() noexcept;
   /// Whether the wait is over too.
   static bool isOver() noexcept;
-  /// Readable once the process is ending.
+  /// Has transfers end before the process does, until it is called with false: those under way, and every new
+  /// one. For all loaders together.
+  static void setAborting(bool isAborting) noexcept;
+  /// Whether transfers are to end: the process does, or they are aborted.
+  static bool refusesTransfers() noexcept;
+  /// Readable while that is so.
   static int descriptor();
   /// Names who is told, once the wait is over, how many tasks it was not long enough for. Any number of them.
   static void reportUnfinished(std::function<void(std::size_t tasks)> report);
