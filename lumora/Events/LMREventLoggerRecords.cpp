@@ -4,6 +4,7 @@
 #include "lumora/Events/CurrentSecond.h"
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/EventKeys.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
@@ -18,6 +19,7 @@ Dictionary LMREventLogger::getEventSkeleton(std::string_view eventType) {
 }
 
 void LMREventLogger::saveEvent(const Dictionary& event) {
+  if (!CallGate::isWorking()) return;
   // Ahead of the lock: a wait for another process comes after it, when nobody waits for this thread.
   const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
@@ -40,6 +42,7 @@ void LMREventLogger::reportClientInfoIfDue() {
 
 void LMREventLogger::reportCheckpoint(const std::string& name, std::string_view type,
                                       const std::optional<Dictionary>& meta) {
+  if (!CallGate::isWorking()) return;
   const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
   Dictionary event = getEventSkeleton(KEY_CHECKPOINT);
@@ -51,6 +54,7 @@ void LMREventLogger::reportCheckpoint(const std::string& name, std::string_view 
 }
 
 void LMREventLogger::reportAppOpen() {
+  if (!CallGate::isWorking()) return;
   reportCheckpoint(std::string(kLmroAppOpen), KEY_TYPE_INTERNAL, std::nullopt);
   // Not flushed: losing the latest count at a sudden end is acceptable.
   logRefusalOf([] {
@@ -113,6 +117,7 @@ void LMREventLogger::reportPushOpen(const std::optional<Dictionary>& launchOptio
 
 void LMREventLogger::reportInappWithSubType(const std::optional<std::string>& subtype,
                                             const std::optional<std::string>& campaignId) {
+  if (!CallGate::isWorking()) return;
   const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
   Dictionary event = getEventSkeleton(KEY_INAPP);

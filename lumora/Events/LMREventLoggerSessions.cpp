@@ -6,6 +6,7 @@
 #include "lumora/Events/CurrentSecond.h"
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/EventKeys.h"
 #include "lumora/Util/Log.h"
 #include "lumora/Util/LumoraConstants.h"
@@ -13,6 +14,7 @@
 namespace lumora {
 
 bool LMREventLogger::startSession(const std::string& name) {
+  if (!CallGate::isWorking()) return false;
   const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
   if (sessions_.size() >= static_cast<std::size_t>(MAX_SESSIONS_COUNT)) {
@@ -34,6 +36,7 @@ bool LMREventLogger::isSessionOpen(std::string_view name) const {
 }
 
 void LMREventLogger::endSession(const std::string& name) {
+  if (!CallGate::isWorking()) return;
   const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
   const auto session = sessions_.find(name);
@@ -57,6 +60,7 @@ void LMREventLogger::endSession(const std::string& name) {
 }
 
 void LMREventLogger::endAllSessions() {
+  if (!CallGate::isWorking()) return;
   const LMRDataManager::WaitLater later;
   Lock lock(mutex_);
   // A copy, since each end takes an entry out of the table.
@@ -71,6 +75,7 @@ void LMREventLogger::discardAllSessions() {
 }
 
 bool LMREventLogger::startAppSession() {
+  if (!CallGate::isWorking()) return false;
   const LMRDataManager::WaitLater later;
   Lock lock(mutex_);  // Nobody ends the session before its opening is recorded.
   if (!startSession(std::string(kLmroSession))) return false;

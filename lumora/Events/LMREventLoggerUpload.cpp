@@ -5,6 +5,7 @@
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/FlagMark.h"
 #include "lumora/Util/LMRSecuritySignature.h"
 #include "lumora/Util/LMRSettingsKeys.h"
@@ -50,6 +51,7 @@ std::optional<std::string> LMREventLogger::getReportEndPoint() const {
 }
 
 void LMREventLogger::reportEvents(bool force) {
+  if (!CallGate::isOpen()) return;
   // Tested before the lock is taken: an ordinary trigger returns at once instead of waiting for an upload.
   if (isReporting_ && !force) {
     logTrace({operation, 144}, "Already reporting the event");

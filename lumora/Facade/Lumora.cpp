@@ -14,6 +14,7 @@
 #include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/FlagMark.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
@@ -56,12 +57,15 @@ Lumora::Lumora()
   MessageObserver::setCurrent(reports_);
   dataManager_.storeLaterOn(*serialQueue_);
   inAppHandler.fetchOn(*serialInAppQueue_);
+  resumeEarlierRun();
   appStoreEnvironment_ = !platform().bundle.pathForResource("embedded", "mobileprovision");
 }
 
 /// Hands work over that may take long or leave the device: what was recorded before is stored first.
 void Lumora::enqueue(Task task) {
   serialQueue_->async([this, task = std::move(task)] {
+    const CallGate::Work work;
+    if (!work) return;
     dataManager_.storeWaiting();
     task();
   });
@@ -81,6 +85,8 @@ void Lumora::enqueueEvents(Task task) {
     bool hasRun = false;
   };
   serialQueue_->async([this, counted = std::make_shared<Counted>(eventTasks_), task = std::move(task)] {
+    const CallGate::Work work;
+    if (!work) return;
     counted->hasRun = true;  // From here on the burst counts it.
     const LMRDataManager::Burst together(eventTasks_);
     task();
@@ -90,7 +96,7 @@ void Lumora::enqueueEvents(Task task) {
 void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
                                     const std::optional<std::string>& appSecret,
                                     std::optional<Dictionary> launchOptions) {
-  if (makingInitCall_) return;
+  if (!CallGate::admitsDespite({Closed::withoutConsent}) || makingInitCall_) return;
   if (LMRUtil::isStringEmpty(tarrowID)) {
     logLine("LumoraSDK-Tarrow ID is an empty string.");
     reports_.initializationFailed({.reason = Reason::credentialsMissing});
@@ -101,6 +107,8 @@ void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
     reports_.initializationFailed({.reason = Reason::credentialsMissing});
     return;
   }
+  rememberCredentials(*tarrowID, *appSecret);
+  if (!CallGate::admits()) return;
   if (this->appSecret()) {
     logLine("LumoraSDK-Already initialized.");
     return;
@@ -113,13 +121,13 @@ void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
   application.observe(LifecycleNotification::didEnterBackground, [this] { appDidEnterBackground(); });
   isSyncing_ = false;
   enqueue([this, tarrowID = *tarrowID, secret = *appSecret, options = std::move(launchOptions)] {
-    const FlagMark making(makingInitCall_);
-    initialize(tarrowID, secret, options);
+    FlagMark making(makingInitCall_);
+    initialize(tarrowID, secret, options, making);
   });
 }
 
 void Lumora::initialize(const std::string& tarrowID, const std::string& appSecret,
-                        const LaunchOptions& launchOptions) {
+                        const LaunchOptions& launchOptions, FlagMark& making) {
   const std::string storedVersion = LMRUtil::getStringForKey(kLmroAppVersion);
   // Read before the new account takes the stored one's place.
   const std::string storedCredentials =
@@ -142,7 +150,7 @@ void Lumora::initialize(const std::string& tarrowID, const std::string& appSecre
   }
   // Compared as one text: a character that moves from one to the other makes no difference.
   if (storedVersion != *version || storedCredentials != tarrowID + appSecret) {
-    initializeAfresh(appSecret, storedVersion.empty(), launchOptions);
+    initializeAfresh(appSecret, storedVersion.empty(), launchOptions, making);
   } else {
     restart(appSecret, launchOptions);
   }
@@ -150,15 +158,15 @@ void Lumora::initialize(const std::string& tarrowID, const std::string& appSecre
 
 /// The first run, an application update, or new credentials.
 void Lumora::initializeAfresh(const std::string& appSecret, bool isFirstRun,
-                              const LaunchOptions& launchOptions) {
+                              const LaunchOptions& launchOptions, FlagMark& making) {
   // The client information is due again, ahead of the next event.
   LMRUtil::setBool(false, kLmroInit);
   LMRUtil::setBool(isFirstRun, kLmroNewUser);
   if (isFirstRun) LMRUtil::setObject(getFormattedDate(), kLmroInstallDate);
-  getLatestConfiguration(appSecret, Attempt::ofHost);
+  getLatestConfiguration(appSecret, Attempt::ofHost, making);
   // Whether or not that succeeded: without a secret the upload ends at once, and the event waits for a later
   // one.
-  trackPushNotification(launchOptions);
+  trackNotification(launchOptions);
   eventLogger_.reportEvents(true);
 }
 
@@ -171,12 +179,13 @@ void Lumora::restart(const std::string& appSecret, const LaunchOptions& launchOp
     return;
   }
   completeInitialization(appSecret, Attempt::ofHost);
-  trackPushNotification(launchOptions);
+  trackNotification(launchOptions);
   eventLogger_.reportEvents(true);
   resyncConfiguration();
 }
 
 void Lumora::completeInitialization(const std::string& appSecret, Attempt attempt) {
+  reportTokenOfEarlierRun();
   // First: requests carry it, and without it nothing is uploaded.
   RunSecret::sharedInstance().set(appSecret);
   logLine("LumoraSDK-v.{} initialized successfully.", kOstrelSDKVersion);
@@ -190,14 +199,14 @@ void Lumora::completeInitialization(const std::string& appSecret, Attempt attemp
 /// was done then, and stays.
 void Lumora::retryInitialization() {
   if (sdkInitialized() || !canUpdate() || makingInitCall_.exchange(true)) return;
-  const FlagMark making(makingInitCall_);
+  FlagMark making(makingInitCall_);
   std::optional<std::string> secret;
   {
     Lock lock(textMutex_);
     secret = givenSecret_;
   }
   if (!secret) return;
-  getLatestConfiguration(*secret, Attempt::again);
+  getLatestConfiguration(*secret, Attempt::again, making);
   if (sdkInitialized()) eventLogger_.reportEvents(true);
 }
 
@@ -226,11 +235,11 @@ std::optional<std::string> Lumora::appSecret() const {
 }
 
 bool Lumora::sdkInitialized() const {
-  return !LMRUtil::isStringEmpty(appSecret());
+  return CallGate::admits() && !LMRUtil::isStringEmpty(appSecret());
 }
 
 void Lumora::sdkInitilizationWarning() const {
-  if (sdkInitialized() || makingInitCall_) return;
+  if (!LMRUtil::isStringEmpty(appSecret()) || makingInitCall_) return;
   logLine(
       "LumoraSDK-[warning] is not initialized. Initialize Framwork using initializeWithTarrowID:appSecret: "
       "method.");
@@ -244,6 +253,7 @@ bool Lumora::hasStoredCredentials() const {
 }
 
 void Lumora::appDidEnterBackground() {
+  if (!CallGate::admits()) return;
   Application& application = platform().application;
   // The time asked for lasts until the platform ends it; the work below does not end it earlier.
   auto task = std::make_shared<Application::BackgroundTaskId>();
@@ -258,6 +268,7 @@ void Lumora::appDidEnterBackground() {
 }
 
 void Lumora::appWillEnterForeground() {
+  if (!CallGate::admits()) return;
   if (!hasStoredCredentials()) return;
   enqueue([this] {
     startAppSession();
@@ -267,14 +278,17 @@ void Lumora::appWillEnterForeground() {
 }
 
 void Lumora::reportAll() {
+  if (!CallGate::admits()) return;
   enqueue([] { LMREventLogger::sharedInstance().reportEvents(true); });
 }
 
 std::string Lumora::getDeviceId() const {
+  if (!CallGate::admits()) return "";
   return UIDeviceAdditionalInfo::sharedInstance().installIdentifier();
 }
 
 void Lumora::setTimeoutInterval(long seconds) {
+  if (!CallGate::admits()) return;
   networkManager_.setTimeoutInterval(std::max(seconds, minimumTimeoutSeconds));
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -9,6 +10,7 @@
 
 #include "lumora/Facade/LumoraObserver.h"
 #include "lumora/Facade/LumoraStatus.h"
+#include "lumora/Facade/TrackingConsent.h"
 #include "lumora/Platform/Application.h"
 #include "lumora/Platform/Export.h"
 #include "lumora/Platform/Mutex.h"
@@ -18,6 +20,7 @@
 
 namespace lumora {
 
+class FlagMark;
 class Keeping;
 class LMRDataManager;
 class LMREventLogger;
@@ -41,6 +44,24 @@ class Reports;
 /// Failures: nothing is thrown and nothing is reported back; a call that cannot be served writes a line that
 /// begins with "LumoraSDK-" to the platform's log. What goes on after a call a `LumoraObserver` is told.
 /// Calls made before initialisation are noted there, and their records are kept and uploaded later.
+///
+/// Ignored calls: in a child made by `fork` (of a process that had its platform already), after `shutdown`,
+/// after `eraseAllData` and while consent is denied, every call does nothing and every question is answered
+/// as before an initialisation. The first such call writes one line; in a forked child it goes to standard
+/// error, whatever the host's log is. A child that runs another program by `exec` is not concerned, and one
+/// that is to use the library itself (a daemon) is forked before the platform is made.
+///
+/// The end of the process: a host that returns from `main` or calls `exit`, on any thread, loses nothing.
+/// With the Linux platform what was called before is stored by then, for which the end waits one second at
+/// most; a request under way is aborted and its events are sent by the next run. `_exit`, `quick_exit`,
+/// `abort` and a signal that kills end at once: the calls of the last milliseconds, those still in the
+/// library's queue, are lost, and nothing else. A host that is ended by a signal turns it into an `exit`
+/// outside of the handler, in which hardly any function may be called:
+///
+///     volatile std::sig_atomic_t isTerminating = 0;
+///     std::signal(SIGTERM, [](int) { isTerminating = 1; });
+///     while (isTerminating == 0) …;  // The host's loop, which the signal interrupts.
+///     return 0;
 ///
 ///     auto& lumora = lumora::Lumora::sharedInstance();
 ///     lumora.initializeWithTarrowID("acme", "s3cret");
@@ -78,6 +99,56 @@ class LUMORA_EXPORT Lumora {
   /// The host calls these itself only where the platform posts no lifecycle notifications.
   void appDidEnterBackground();
   void appWillEnterForeground();
+
+  /// @}
+
+  /// @name Its end
+  /// @{
+
+  /// Waits until everything that was called before is stored and uploaded, in one upload that heeds no pause;
+  /// true when no event waits any more. False when the time was over (the work goes on all the same), when
+  /// the upload failed, and at once on a thread of the library's own. Not for every call: it costs a request.
+  ///
+  ///     lumora.reportAction("logged_out");
+  ///     if (!lumora.flush(std::chrono::seconds(5))) …;  // It is stored, and goes out with the next run.
+  bool flush(std::chrono::milliseconds timeout);
+  /// Ends the library for this process: what was called before is stored, a request under way is aborted, the
+  /// library's threads end. Every later call is ignored. Waits until all that is done, but no longer than the
+  /// timeout; what is left then is still done, and a line says so. On a thread of the library's own it does
+  /// nothing.
+  ///
+  /// For hosts whose platform services end before the process does: afterwards the library uses none of them
+  /// but the log, and that only when it is called again. Other hosts need not call it.
+  void shutdown(std::chrono::milliseconds timeout);
+
+  /// @}
+
+  /// @name Privacy
+  /// @{
+
+  /// Stores what the person said to tracking; it holds from now on and in later runs. Any thread.
+  ///
+  /// Denied: every call is ignored, push notifications (their local copies too) and lifecycle notifications
+  /// included; nothing is recorded, sent, fetched or shown, no identifier is made or told, a request under
+  /// way is aborted. A message on the screen stays there, and a tap on it only dismisses it. What was called
+  /// before is stored still; it waits with the other events, or is erased with them. Open sessions end
+  /// without a record.
+  ///
+  /// Given again, or unknown: the library goes on where it was. An initialisation that was ignored is made up
+  /// for, and the application's session begins anew if one was open.
+  void setTrackingConsent(Consent consent, WaitingEvents waiting = WaitingEvents::areKept);
+  Consent trackingConsent() const noexcept;
+
+  /// Erases everything that the library keeps: events, campaigns, pictures, its settings, the keychain items
+  /// of this bundle, and files that were moved aside or left over beside them. Only the consent stays. A
+  /// request under way is aborted and its answer ignored.
+  ///
+  /// It is on its way when this returns; `shutdown` waits for it, and so does the end of the process. Every
+  /// call is ignored until the next start, which is that of a new installation, with new identifiers. What an
+  /// end in the middle leaves undone, the next start does before anything else. Not erased are what the
+  /// service has, and a broken keychain that was moved aside, in which other programs have items too. Another
+  /// process on the same files is not told: end it first.
+  void eraseAllData();
 
   /// @}
 
@@ -230,8 +301,9 @@ class LUMORA_EXPORT Lumora {
   void enqueueEvents(Task task);
 
   void initialize(const std::string& tarrowID, const std::string& appSecret,
-                  const LaunchOptions& launchOptions);
-  void initializeAfresh(const std::string& appSecret, bool isFirstRun, const LaunchOptions& launchOptions);
+                  const LaunchOptions& launchOptions, FlagMark& making);
+  void initializeAfresh(const std::string& appSecret, bool isFirstRun, const LaunchOptions& launchOptions,
+                        FlagMark& making);
   void restart(const std::string& appSecret, const LaunchOptions& launchOptions);
   void completeInitialization(const std::string& appSecret, Attempt attempt);
   void retryInitialization();
@@ -241,11 +313,24 @@ class LUMORA_EXPORT Lumora {
 
   std::optional<std::string> secretForSync() const;
   std::string getSyncUrl(const std::string& appSecret) const;
-  void getLatestConfiguration(const std::string& appSecret, Attempt attempt);
+  void getLatestConfiguration(const std::string& appSecret, Attempt attempt, FlagMark& making);
   void resyncConfiguration();
   bool parseResponseForBlockedAndFeatures(const std::optional<Dictionary>& response);
   void applyConfiguration(const Dictionary& config);
 
+  struct Credentials {
+    std::string tarrowID;
+    std::string appSecret;
+  };
+
+  void resumeEarlierRun();
+  void denyTracking(WaitingEvents waiting) LUMORA_REQUIRES(consentMutex_);
+  void resumeTracking() LUMORA_REQUIRES(consentMutex_);
+  void rememberCredentials(const std::string& tarrowID, const std::string& appSecret);
+  static void finishErasure();
+
+  void reportTokenOfEarlierRun();
+  void trackNotification(const std::optional<Dictionary>& notification);
   void trackTracking(const Value& tracking);
   void handlePayload(const Dictionary& payload, ApplicationState state);
 
@@ -265,6 +350,15 @@ class LUMORA_EXPORT Lumora {
   std::optional<std::string> givenSecret_ LUMORA_GUARDED_BY(textMutex_);
   std::optional<std::string> token_ LUMORA_GUARDED_BY(textMutex_);
   RecursiveMutex mutex_;
+  mutable Mutex consentMutex_;
+  std::atomic<Consent> consent_ = Consent::unknown;
+  /// Counts the denials, so that what an earlier one has queued does not settle a later one.
+  unsigned denials_ LUMORA_GUARDED_BY(consentMutex_) = 0;
+  /// What this run's last initialisation was given.
+  std::optional<Credentials> credentials_ LUMORA_GUARDED_BY(consentMutex_);
+  /// Of the library's queue alone.
+  bool isAppSessionSuspended_ = false;
+  std::string unreportedToken_;
   std::unique_ptr<TaskQueue> serialQueue_;
   /// How many of its tasks that record events have not ended.
   std::atomic<int> eventTasks_ = 0;

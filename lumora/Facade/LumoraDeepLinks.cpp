@@ -7,6 +7,7 @@
 
 #include "lumora/Facade/Lumora.h"
 #include "lumora/Manager/LMRNetworkManager.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -51,6 +52,7 @@ Parameters parametersOf(const std::string& query) {
 }  // namespace
 
 bool Lumora::applicationOpenURL(const URL& url) {
+  if (!CallGate::admits()) return false;
   if (!url.scheme().value_or("").starts_with(linkScheme)) {
     logLine("LumoraSDK-Deep link received but lmro url scheme not found.");
     return false;
@@ -97,6 +99,7 @@ bool Lumora::acceptDeepLink(const std::string& query) {
 }
 
 void Lumora::showDialog() {
+  if (!CallGate::isOpen()) return;
   Alert prompt;
   prompt.tag = addDeviceAlertTag;
   prompt.title = alertTitle;
@@ -110,6 +113,7 @@ void Lumora::showDialog() {
 }
 
 void Lumora::alertViewClickedButtonAtIndex(int alertTag, int buttonIndex, const std::string& text) {
+  if (!CallGate::admits()) return;
   if (alertTag != addDeviceAlertTag || buttonIndex != yesButtonIndex) return;
   logLine("LumoraSDK-Button YES was selected for add test device");
   if (text.empty()) {

@@ -5,10 +5,12 @@
 
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/Lumora.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/CompareVersions.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
+#include "lumora/Util/LogRefusal.h"
 
 namespace lumora {
 namespace {
@@ -41,6 +43,12 @@ void openAction(const std::string& action) {
 
 void openTapAction(const Dictionary& payload) {
   if (const std::string* action = tapAction(payload)) openAction(*action);
+}
+
+/// Its row is stored. Not flushed: that the next run reports the token once more does no harm.
+void forgetUnreported(const std::string& token) {
+  SettingsStore& settings = platform().settings;
+  if (settings.object(kLumoraUnreportedToken) == Value(token)) settings.removeObject(kLumoraUnreportedToken);
 }
 
 Value alertOf(const Dictionary& payload) {
@@ -82,6 +90,7 @@ void scheduleOlderForegroundCopy(const Dictionary& payload) {
 
 /// Shows a notification that arrived in the foreground as a local one. Main queue.
 void presentForegroundCopy(const Dictionary& payload) {
+  if (!CallGate::isOpen()) return;
   if (hasNotificationCenter()) {
     requestForegroundCopy(payload);
   } else {
@@ -92,6 +101,8 @@ void presentForegroundCopy(const Dictionary& payload) {
 }  // namespace
 
 void Lumora::registerPushDeviceToken(const std::optional<Data>& deviceToken) {
+  const CallGate::Pass pass;
+  if (!pass) return;
   logLine("LumoraSDK-registering push token");
   if (!deviceToken || deviceToken->empty()) return;
   const std::string text = hexadecimalText(*deviceToken);
@@ -100,16 +111,29 @@ void Lumora::registerPushDeviceToken(const std::optional<Data>& deviceToken) {
     logLine("LumoraSDK-Push token already registered");
     return;
   }
-  // Stored before it is reported: the same token, given again meanwhile, is registered already.
+  // Stored before it is reported: the same token, given again meanwhile, is registered already. The mark goes
+  // to the disk with it: a run that ends in between leaves the report to the next one.
+  logRefusalOf([&] { platform().settings.setObject(kLumoraUnreportedToken, text); });
   LMRUtil::setObject(text, kLmroToken);
   enqueue([this, text] {
     eventLogger_.reportPushToken(text);
+    forgetUnreported(text);
     eventLogger_.reportEvents(true);
     logLine("LumoraSDK-registered push_token successfully");
   });
 }
 
+/// The token that an earlier run stored, but ended too soon to report.
+void Lumora::reportTokenOfEarlierRun() {
+  const std::string token = std::exchange(unreportedToken_, "");
+  if (token.empty() || token != LMRUtil::getStringForKey(kLmroToken)) return;
+  eventLogger_.reportPushToken(token);
+  forgetUnreported(token);
+}
+
 void Lumora::unregisterPushDeviceToken() {
+  const CallGate::Pass pass;
+  if (!pass) return;
   LMREventLogger& logger = LMREventLogger::sharedInstance();
   logger.clearPushToken();
   logger.reportEvents(true);
@@ -120,14 +144,21 @@ void Lumora::unregisterPushDeviceToken() {
 }
 
 std::string Lumora::getPushDeviceToken() const {
+  if (!CallGate::admits()) return "";
   return LMRUtil::getStringForKey(kLmroToken);
 }
 
 bool Lumora::isPushRegistered() const {
+  if (!CallGate::admits()) return false;
   return !platform().settings.object(kLmroToken).isNull();
 }
 
 void Lumora::trackPushNotification(const std::optional<Dictionary>& notification) {
+  const CallGate::Pass pass;
+  if (pass) trackNotification(notification);
+}
+
+void Lumora::trackNotification(const std::optional<Dictionary>& notification) {
   if (!notification) return;
   const Dictionary* payload = &*notification;
   // One that the library made has the payload that it was made from as its user info.
@@ -164,6 +195,7 @@ void Lumora::trackTracking(const Value& tracking) {
 }
 
 void Lumora::handlePushNotification(const std::optional<Dictionary>& payload) {
+  if (!CallGate::admits()) return;
   sdkInitilizationWarning();
   // The state at the call: by the time the task runs a tap may have brought the host to the front.
   const ApplicationState state = platform().application.state();
@@ -183,7 +215,7 @@ void Lumora::handlePayload(const Dictionary& payload, ApplicationState state) {
     platform().queues.mainQueue().async([payload] { presentForegroundCopy(payload); });
     return;
   }
-  trackPushNotification(payload);
+  trackNotification(payload);
   eventLogger_.reportEvents(true);
   const std::string* action = tapAction(payload);
   if (action && !action->empty()) {

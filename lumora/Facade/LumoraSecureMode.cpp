@@ -2,6 +2,7 @@
 // sent by LMREventLoggerUpload.cpp. Whether the mode is on is the service's to say (LumoraSync.cpp).
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/Lumora.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/LMRSecuritySignature.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
@@ -10,6 +11,8 @@
 namespace lumora {
 
 void Lumora::setSecureSignature(const std::shared_ptr<LMRSecuritySignature>& signature) {
+  const CallGate::Pass pass;
+  if (!pass) return;
   // First, so that a store that refuses the new one is not left with the old one.
   removeSecureSignature();
   if (!signature) return;
@@ -20,12 +23,15 @@ void Lumora::setSecureSignature(const std::shared_ptr<LMRSecuritySignature>& sig
 }
 
 void Lumora::removeSecureSignature() {
+  const CallGate::Pass pass;
+  if (!pass) return;
   // Not flushed: the next flush, or the store by itself, writes it.
   platform().settings.removeObject(kLmroSecureToken);
   logLine("LumoraSDK-Removed secured signature.");
 }
 
 bool Lumora::isSecureModeEnabled() const {
+  if (!CallGate::admits()) return false;
   return LMRUtil::getBoolForKey(kLmroSecureMode);
 }
 

@@ -10,6 +10,7 @@
 #include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/Manager/LMRNetworkManager.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/DecimalText.h"
 #include "lumora/Util/FlagMark.h"
 #include "lumora/Util/LMRSettingsKeys.h"
@@ -44,6 +45,8 @@ bool switchesOn(std::string_view key, bool enabled) {
 
 /// The campaigns of one sync answer, on the in-app queue.
 void receiveCampaigns(const Value& campaigns) {
+  const CallGate::Work work;
+  if (!work) return;
   const List* list = campaigns.asList();
   if (!list) return;
   logTrace({"-[Lumora parseResponseForBlockedAndFeatures:]_block_invoke", 265},
@@ -68,13 +71,13 @@ std::string Lumora::getSyncUrl(const std::string& appSecret) const {
   return fmt::format("{}/{}?lst={}", kLmroInAppSync, appSecret, last.isNull() ? "0" : decimalText(last));
 }
 
-void Lumora::getLatestConfiguration(const std::string& appSecret, Attempt attempt) {
+void Lumora::getLatestConfiguration(const std::string& appSecret, Attempt attempt, FlagMark& making) {
   LumoraError error;
   const auto response = networkManager_.getDataFromEndpoint(getSyncUrl(appSecret), &error);
   if (!response) return reports_.initializationFailed(error);
   if (!parseResponseForBlockedAndFeatures(response) || accountBlocked_) {
     // The host may try again while the rest of this task runs.
-    makingInitCall_ = false;
+    making.end();
     reports_.initializationFailed({.reason = LumoraError::Reason::blocked});
     return;
   }
@@ -112,11 +115,13 @@ void Lumora::resyncConfiguration() {
 }
 
 bool Lumora::canUpdate() const {
+  if (!CallGate::admits()) return false;
   return hasMinimumPassed(kLmroLastUpdate, minimumSecondsBetweenSyncs, {"-[Lumora canUpdate]", 355},
                           "update call  ");
 }
 
 bool Lumora::canReport() const {
+  if (!CallGate::admits()) return false;
   return hasMinimumPassed(kLmroLastReport, LMREventLogger::minimumSecondsBetweenUploads,
                           {"-[Lumora canReport]", 334}, "report call ");
 }

@@ -6,6 +6,7 @@
 #include "lumora/Facade/Lumora.h"
 #include "lumora/Facade/LumoraActionMetaData.h"
 #include "lumora/Facade/LumoraLead.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/EventKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -13,6 +14,7 @@
 namespace lumora {
 
 void Lumora::startSession(const std::optional<std::string>& name) {
+  if (!CallGate::admits()) return;
   if (LMRUtil::isStringEmpty(name)) return;
   sdkInitilizationWarning();
   enqueueEvents([this, name = *name] {
@@ -22,6 +24,7 @@ void Lumora::startSession(const std::optional<std::string>& name) {
 }
 
 void Lumora::endSession(const std::optional<std::string>& name) {
+  if (!CallGate::admits()) return;
   if (LMRUtil::isStringEmpty(name)) return;
   sdkInitilizationWarning();
   enqueueEvents([this, name = *name] {
@@ -32,6 +35,7 @@ void Lumora::endSession(const std::optional<std::string>& name) {
 
 /// The type chooses nothing: sessions are not kept by type.
 void Lumora::endAllSessionsWithType(const std::optional<std::string>&) {
+  if (!CallGate::admits()) return;
   sdkInitilizationWarning();
   enqueueEvents([this] {
     eventLogger_.endAllSessions();
@@ -40,6 +44,8 @@ void Lumora::endAllSessionsWithType(const std::optional<std::string>&) {
 }
 
 void Lumora::discardAllSessions() {
+  const CallGate::Pass pass;
+  if (!pass) return;
   sdkInitilizationWarning();
   // At once, ahead of what is queued: a session whose start still waits there begins all the same.
   eventLogger_.discardAllSessions();
@@ -47,6 +53,7 @@ void Lumora::discardAllSessions() {
 
 void Lumora::reportAction(const std::optional<std::string>& name,
                           std::shared_ptr<LumoraActionMetaData> metaData) {
+  if (!CallGate::admits()) return;
   if (LMRUtil::isStringEmpty(name)) {
     logLine("LumoraSDK-Actin name should be a valid string. Failed to report action {}.", textOrNull(name));
     return;
@@ -61,6 +68,7 @@ void Lumora::reportAction(const std::optional<std::string>& name,
 }
 
 void Lumora::associateLead(std::shared_ptr<LumoraLead> lead) {
+  if (!CallGate::admits()) return;
   if (!lead) {
     logLine("LumoraSDK-Please set valid user attributes");
     return;

@@ -6,6 +6,7 @@
 #include "lumora/InApp/CampaignPictures.h"
 #include "lumora/InApp/MessageObserver.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/EventKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/LumoraConstants.h"
@@ -47,6 +48,7 @@ LMRInAppHandler::LMRInAppHandler()
 LMRInAppHandler::~LMRInAppHandler() = default;
 
 void LMRInAppHandler::currentEvent(const Dictionary& event) {
+  if (!CallGate::isOpen()) return;
   Lock lock(mutex_);
   // The first event of a run finds no map yet.
   if (!lmrInappEvents()) refill();
@@ -75,6 +77,8 @@ void LMRInAppHandler::imageAction(LMRTapGestureRecognizer& recognizer) {
 }
 
 void LMRInAppHandler::processAction(LMRTappable& element) {
+  const CallGate::Pass pass;
+  if (!pass) return ignoreTap(element);
   // The element may be a part of its screen, which ends as soon as nobody holds it.
   const LMRTappable tapped = element;
   const std::shared_ptr<ViewController> screen = tapped.lmrMessage.lock();
@@ -102,6 +106,15 @@ void LMRInAppHandler::processAction(LMRTappable& element) {
     const LMRUtil& util = LMRUtil::sharedInstance();
     util.openUrl(util.getFormatedUrl(tapped.lmrAction));
   }
+}
+
+/// The screen goes as the person expects, and nothing else happens. A forked child has no screens.
+void LMRInAppHandler::ignoreTap(LMRTappable& element) {
+  if (CallGate::isClosed(Closed::inForkedChild)) return;
+  const std::shared_ptr<ViewController> screen = element.lmrMessage.lock();
+  element.lmrMessage.reset();
+  if (screen) screen->dismiss(false);
+  onScreen_ = false;
 }
 
 void LMRInAppHandler::updateResource(const LMRTappable& element, std::int32_t enable) {

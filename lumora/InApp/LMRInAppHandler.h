@@ -91,6 +91,7 @@ class LUMORA_EXPORT LMRInAppHandler : public EventObserver, public CampaignObser
   void refill(Lacking lacking);
   std::shared_ptr<LMRInAppMessage> messageOf(const CampaignRow& row, Lacking lacking);
   void fetchSoon();
+  void ignoreTap(LMRTappable& element);
 
   mutable RecursiveMutex mutex_;
   std::shared_ptr<LMRInAppMessage> message_ LUMORA_GUARDED_BY(mutex_);

@@ -6,6 +6,7 @@
 #include "lumora/InApp/CampaignPictures.h"
 #include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/CallGate.h"
 
 namespace lumora {
 
@@ -64,7 +65,8 @@ void LMRInAppHandler::fetchSoon() {
   if (!queue || isFetchQueued_.exchange(true)) return;
   queue->async([this] {
     isFetchQueued_ = false;  // What is missed from now on has another round.
-    fetchAndRefill();
+    const CallGate::Work work;
+    if (work) fetchAndRefill();
   });
 }
 

@@ -5,6 +5,7 @@
 #include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/InApp/LMRInAppViewController.h"
 #include "lumora/InApp/MessageObserver.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/CompareVersions.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -61,6 +62,7 @@ std::shared_ptr<ViewController> LMRInAppMessage::inAppViewController() const {
 }
 
 void LMRInAppMessage::present(const std::shared_ptr<ViewController>& container) const {
+  if (!CallGate::isOpen()) return;
   const auto root = platform().application.rootViewController();
   // The handler counts the message as shown all the same.
   if (!root) return;

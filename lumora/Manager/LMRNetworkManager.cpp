@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "lumora/Platform/JSON.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -97,6 +98,7 @@ std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::stri
                                                                  LumoraError* error) {
   // Held over the request: one at a time, and nothing but a request waits for this lock.
   Lock lock(mutex_);
+  if (!CallGate::isOpen()) return std::nullopt;
   const auto url = getBaseUrlWithEndPoint(endPoint);
   if (!url) {
     logLine("LumoraSDK-Error creating request Url");
@@ -116,6 +118,7 @@ std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::stri
   setHeaders(request);
 
   const URLResponse response = platform().urlLoader.load(request);
+  if (!CallGate::isOpen()) return std::nullopt;  // What it says comes too late.
   // No other status matters: what the answer says of itself decides.
   if (!hasBody(response)) {
     if (response.statusCode == 304) {
@@ -140,6 +143,7 @@ std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::stri
 std::optional<Dictionary> LMRNetworkManager::postDataSync(std::string data, const std::string& toEndpoint,
                                                           LumoraError* error) {
   Lock lock(mutex_);
+  if (!CallGate::isOpen()) return std::nullopt;
   const auto url = getBaseUrlWithEndPoint(toEndpoint);
   if (!url) {
     logLine("LumoraSDK-Error creating request Url");

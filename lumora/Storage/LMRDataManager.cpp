@@ -8,6 +8,7 @@
 
 #include "lumora/Platform/FileLock.h"
 #include "lumora/Storage/DatabaseTables.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/FlagMark.h"
 #include "lumora/Util/Log.h"
 
@@ -109,6 +110,7 @@ bool LMRDataManager::transact(Access access, const Operation& operation) {
   DatabaseFault fault;
   const bool isOver = tryUntilFree([&] {
     Lock lock(databaseLock_);
+    if (CallGate::isClosed(Closed::afterErasure)) return true;
     // What waits goes first: a reading sees what was saved before it.
     if (!sql_.isInTransaction() && !storeUpTo(newestChange_)) return false;
     fault = attempt(access, operation);
@@ -124,6 +126,7 @@ bool LMRDataManager::transact(Access access, const Operation& operation) {
 void LMRDataManager::change(Operation operation, Outcome whenOver, Due due) {
   {
     Lock lock(databaseLock_);
+    if (CallGate::isClosed(Closed::afterErasure)) return;
     if (sql_.isInTransaction()) {  // Part of the operation under way.
       operation(sql_);
       if (whenOver) whenOver({});

@@ -154,6 +154,11 @@ class LMRDataManager {
   void setLossObserver(EventLossObserver& observer) noexcept { lossObserver_ = &observer; }
   /// Names the queue that stores what the main thread could not; it must live as long as the process.
   void storeLaterOn(TaskQueue& queue) noexcept { laterQueue_ = &queue; }
+  /// Whether no event waits for upload; false too when the database cannot be read.
+  bool holdsNoEvents();
+  /// Removes the database with everything beside it that was made from it, and drops what is not stored yet;
+  /// false when a file is left. Once an erasure has closed the gate nothing is read or stored any more.
+  bool eraseFiles();
   /// Stores what was saved in a burst, or still waits for a database that was busy. Call it before anything
   /// outside the database that says it is stored.
   void storeWaiting() noexcept;

@@ -218,8 +218,19 @@ void LMRDataManager::deleteSent(OstrelSQLiteManager& sql) {
   storedEvents_.reset();
 }
 
+bool LMRDataManager::holdsNoEvents() {
+  bool isEmpty = false;
+  const bool isRead = transact(Access::reads, [this, &isEmpty](OstrelSQLiteManager& sql) {
+    Lock lock(databaseLock_);
+    isEmpty = countEvents(sql, "") <= sentEvents();
+  });
+  return isRead && isEmpty;
+}
+
 void LMRDataManager::cleanUpAppEvents() {
   change([this](OstrelSQLiteManager& sql) {
+    // Without this the texts would stay in the file's free pages.
+    sql.getRowsForQuery("PRAGMA secure_delete = ON");
     sql.doQuery("delete from ostrel_events");
     Lock lock(databaseLock_);
     storedEvents_.reset();

@@ -181,6 +181,26 @@ int LMRDataManager::carryOver(const SavedRows& saved) {
   return transaction.commit() ? 0 : events;
 }
 
+bool LMRDataManager::eraseFiles() {
+  Lock lock(databaseLock_);
+  waiting_.clear();
+  sent_.clear();
+  tablesAreThere_ = false;
+  FileSystem& files = platform().files;
+  const std::string folder = files.documentsDirectory() + "/";
+  const std::string name = sql_.getDatabasePath().substr(folder.size());
+  bool isClean = true;
+  for (const std::string& entry : files.list(folder).value_or(std::vector<std::string>())) {
+    // The lock file tells nothing, and another process may hold it.
+    if (!entry.starts_with(name) || entry == name + ".lock") continue;
+    if (const auto failure = files.remove(folder + entry)) {
+      logLine("LumoraSDK-The file {} cannot be erased: {}", folder + entry, *failure);
+      isClean = false;
+    }
+  }
+  return isClean;
+}
+
 /// Nothing on success, else the reason.
 std::optional<std::string> LMRDataManager::moveFilesTo(const std::string& aside) {
   const Platform& system = platform();

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/Log.h"
 
 namespace lumora {
@@ -77,11 +78,12 @@ LMRIOManager::Text LMRIOManager::getFileFromLocal(const Text& url, const Text& w
 
 LMRIOManager::Text LMRIOManager::saveFileFromServer(const Text& url, const Text& withId) const {
   const Text path = pathForFile(url, withId);
-  if (!path || !URL::parse(*url)) return std::nullopt;
+  if (!path || !URL::parse(*url) || !CallGate::isOpen()) return std::nullopt;
   LMRDataManager::sharedInstance().storeWaiting();  // A download may take minutes.
   logLine("LumoraSDK-Dowloading resource from: {}", *url);
   // Looked at before it is kept: what lies in the cache is never fetched again.
   std::string bytes = download(*url);
+  if (!CallGate::isOpen()) return std::nullopt;
   if (!platform().imageDecoder.isImage(bytes) || !platform().files.writeAtomically(*path, bytes)) {
     logLine("LumoraSDK-Dowloading failed for resource : {}", *url);
     return std::nullopt;

@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "lumora/Util/LumoraConstants.h"
+
 namespace lumora {
 
 // The keys under which the library keeps its state in the host's settings store.
@@ -44,5 +46,35 @@ inline constexpr std::string_view kLmroAcountBlocked = "lmro.AcountBlocked";
 inline constexpr std::string_view kLmroInit = "lmro.InitReport";
 /// String: the install identifier; with the bundle identifier appended, the device identifier.
 inline constexpr std::string_view kOstrelAppIDDefaultsKey = "kOstrelAppIDDefaultsKey";
+
+/// String: a push token that is stored under its key already, but not as a row yet.
+inline constexpr std::string_view kLumoraUnreportedToken = "LumoraUnreportedToken";
+/// String: the person's consent to tracking, "granted" or "denied". No erasure removes it.
+inline constexpr std::string_view kLumoraConsent = "LumoraConsent";
+/// Boolean: an erasure has begun and not ended.
+inline constexpr std::string_view kLumoraErasure = "LumoraErasure";
+
+/// The keys that an erasure removes. Beside them there is kOstrelAppIDDefaultsKey with the bundle identifier.
+inline constexpr std::string_view erasedSettingsKeys[] = {kLmroTarrowID,
+                                                          kLmroAppSecret,
+                                                          kLmroAppVersion,
+                                                          kLmroLastUpdate,
+                                                          kLmroLastInAppUpdate,
+                                                          kLmroSyncTimepout,
+                                                          kLmroSecureMode,
+                                                          kLmroSecureToken,
+                                                          kLmroTestDevice,
+                                                          kLmroTestDeviceName,
+                                                          kLmroToken,
+                                                          kLmroLastReport,
+                                                          kLmroEtag,
+                                                          kOstrelEtagDefaultsKey,
+                                                          kLmroNewUser,
+                                                          kLmroInstallDate,
+                                                          kLmroAcountBlocked,
+                                                          kLmroInit,
+                                                          kOstrelAppIDDefaultsKey,
+                                                          kLmroAppOpen,
+                                                          kLumoraUnreportedToken};
 
 }  // namespace lumora

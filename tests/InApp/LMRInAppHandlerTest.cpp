@@ -4,6 +4,8 @@
 #include <thread>
 
 #include "lumora/InApp/LMRInAppViewController.h"
+#include "lumora/Util/CallGate.h"
+#include "tests/Facade/LumoraFixture.h"
 #include "tests/Facade/NoticeList.h"
 #include "tests/InApp/Campaigns.h"
 
@@ -85,6 +87,21 @@ TEST_F(LMRInAppHandlerTest, TriggerShowsOneCampaignUntilItIsTapped) {
   // Two screens of one message wait in the main queue, each to be presented once.
   EXPECT_EQ(event("other"), " c2 style 4; presents 1 c2 style 4; presents 1");
   EXPECT_EQ(host.application.openedURLs().at(0).absoluteString(), "http://acme.example/a");
+}
+
+TEST_F(LMRInAppHandlerTest, WithoutConsentATapOnlyDismisses) {
+  offer();
+  event("open");
+  const auto screen = std::static_pointer_cast<Screen>(handler.message()->inAppViewController());
+  const Texts before = storedEvents();
+  CallGate::close(Closed::withoutConsent);
+  LMRTappable view{"c1", 1, 102, screen, "acme.example/a"};
+  handler.processAction(view);
+  EXPECT_EQ(event("open"), "") << "nothing is shown either";
+  EXPECT_EQ(screen->notes, "c1 style 4 dismissed 0");
+  EXPECT_TRUE(host.application.openedURLs().empty());
+  EXPECT_EQ(storedEvents().size(), before.size() + 1) << "what was called before is still recorded";
+  EXPECT_FALSE(handler.onScreen());
 }
 
 TEST_F(LMRInAppHandlerTest, SystemVersionsAndMissingParts) {

@@ -1,4 +1,4 @@
-#include "lumora/Platform/Linux/Network/CurlURLLoader.h"
+#include "lumora/Platform/Linux/Network/LinuxURLLoader.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -35,7 +35,7 @@ struct CurlURLLoaderTest : ::testing::Test {
     return response.error->code;
   }
 
-  CurlURLLoader loader{"", ""};
+  LinuxURLLoader loader{"", ""};
 };
 
 TEST_F(CurlURLLoaderTest, SendsTheGivenHeadersInOrderAndNoOthers) {

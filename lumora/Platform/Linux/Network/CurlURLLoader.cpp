@@ -349,10 +349,6 @@ CurlURLLoader::~CurlURLLoader() {
   keptHandle_.reset();
 }
 
-void CurlURLLoader::setAborting(bool isAborting) {
-  ProcessEnd::setAborting(isAborting);
-}
-
 std::unique_ptr<CurlHandle> CurlURLLoader::takeHandle() {
   {
     const Lock lock(mutex_);

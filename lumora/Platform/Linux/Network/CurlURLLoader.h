@@ -31,8 +31,6 @@ class CurlURLLoader : public URLLoader {
   CurlURLLoader& operator=(const CurlURLLoader&) = delete;
 
   URLResponse load(const URLRequest& request) override;
-  /// Aborts the requests of every loader of this process.
-  void setAborting(bool isAborting) override;
 
  private:
   std::unique_ptr<CurlHandle> takeHandle();

@@ -22,6 +22,10 @@ URLLoader* LinuxURLLoader::curl() {
   return curl_.get();
 }
 
+void LinuxURLLoader::setAborting(bool isAborting) {
+  ProcessEnd::setAborting(isAborting);
+}
+
 URLResponse LinuxURLLoader::load(const URLRequest& request) try {
   URLResponse response;
   // The end of the process waits for the start of libcurl as for a request; once it has begun, none starts.
@@ -31,6 +35,7 @@ URLResponse LinuxURLLoader::load(const URLRequest& request) try {
     return response;
   };
   if (ProcessEnd::hasBegun()) return fail(kURLErrorCancelled, "The program is ending.");
+  if (ProcessEnd::refusesTransfers()) return fail(kURLErrorCancelled, "The request was aborted.");
   if (URLLoader* const loader = curl()) return loader->load(request);
   return fail(kURLErrorNotConnectedToInternet, "The HTTP library cannot be loaded.");
 } catch (const std::exception& error) {

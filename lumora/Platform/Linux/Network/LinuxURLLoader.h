@@ -18,6 +18,8 @@ class LinuxURLLoader : public URLLoader {
   LinuxURLLoader(std::string certificateAuthorityFile, std::string connectTo);
 
   URLResponse load(const URLRequest& request) override;
+  /// Aborts the requests of every loader of this process.
+  void setAborting(bool isAborting) override;
 
  private:
   URLLoader* curl();

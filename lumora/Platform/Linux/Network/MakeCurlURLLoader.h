@@ -16,10 +16,12 @@ namespace lumora {
 std::unique_ptr<URLLoader> makeCurlURLLoader(const std::string& certificateAuthorityFile,
                                              const std::string& connectTo);
 
-/// What the module calls of the library: there is one end of the process for both.
-struct ProcessEndFunctions {
+/// What the module calls of the library: there is one process, and one end of it, for both.
+struct ProcessFunctions {
+  bool (*isForkedChild)() noexcept;
   void (*watch)();
   bool (*hasBegun)() noexcept;
+  bool (*refusesTransfers)() noexcept;
   int (*descriptor)();
   void (*begin)(ProcessEnd::Work work) noexcept;
   void (*finish)(ProcessEnd::Work work, std::size_t count) noexcept;
@@ -27,7 +29,7 @@ struct ProcessEndFunctions {
 
 /// How the module names its function; who calls it owns the loader.
 inline constexpr const char* makeURLLoaderSymbol = "lumoraMakeURLLoader";
-using MakeURLLoaderFunction = URLLoader*(const ProcessEndFunctions& processEnd,
+using MakeURLLoaderFunction = URLLoader*(const ProcessFunctions& process,
                                          const std::string& certificateAuthorityFile,
                                          const std::string& connectTo);
 

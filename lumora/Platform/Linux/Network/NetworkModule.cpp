@@ -1,5 +1,6 @@
 // The loader of the shared library: made by the module beside it, which is loaded with the first request and
 // stays. Only this source and NetworkModuleEntry.cpp know that there are two files.
+#include "lumora/Platform/ForkedChild.h"
 #include "lumora/Platform/Linux/Modules/LoadModule.h"
 #include "lumora/Platform/Linux/Network/MakeCurlURLLoader.h"
 
@@ -10,12 +11,14 @@ std::unique_ptr<URLLoader> makeCurlURLLoader(const std::string& certificateAutho
   static auto* const make = reinterpret_cast<MakeURLLoaderFunction*>(
       functionOfModule(LUMORA_NETWORK_MODULE, makeURLLoaderSymbol, "Requests cannot be made"));
   if (!make) return nullptr;
-  constexpr ProcessEndFunctions processEnd{.watch = ProcessEnd::watch,
-                                           .hasBegun = ProcessEnd::hasBegun,
-                                           .descriptor = ProcessEnd::descriptor,
-                                           .begin = ProcessEnd::begin,
-                                           .finish = ProcessEnd::finish};
-  return std::unique_ptr<URLLoader>(make(processEnd, certificateAuthorityFile, connectTo));
+  constexpr ProcessFunctions process{.isForkedChild = isForkedChild,
+                                     .watch = ProcessEnd::watch,
+                                     .hasBegun = ProcessEnd::hasBegun,
+                                     .refusesTransfers = ProcessEnd::refusesTransfers,
+                                     .descriptor = ProcessEnd::descriptor,
+                                     .begin = ProcessEnd::begin,
+                                     .finish = ProcessEnd::finish};
+  return std::unique_ptr<URLLoader>(make(process, certificateAuthorityFile, connectTo));
 }
 
 }  // namespace lumora

@@ -1,14 +1,19 @@
-// The one name that the network module offers to the shared library. The end of the process that its sources
-// speak of is the library's, whose functions are handed over here.
+// The one name that the network module offers to the shared library. What its sources ask of the process is
+// the library's to answer, whose functions are handed over here.
 #include "lumora/Platform/Export.h"
+#include "lumora/Platform/ForkedChild.h"
 #include "lumora/Platform/Linux/Network/MakeCurlURLLoader.h"
 
 namespace lumora {
 namespace {
 
-ProcessEndFunctions library{};
+ProcessFunctions library{};
 
 }  // namespace
+
+bool isForkedChild() noexcept {
+  return library.isForkedChild();
+}
 
 void ProcessEnd::watch() {
   library.watch();
@@ -16,6 +21,10 @@ void ProcessEnd::watch() {
 
 bool ProcessEnd::hasBegun() noexcept {
   return library.hasBegun();
+}
+
+bool ProcessEnd::refusesTransfers() noexcept {
+  return library.refusesTransfers();
 }
 
 int ProcessEnd::descriptor() {
@@ -32,9 +41,9 @@ void ProcessEnd::finish(Work work, std::size_t count) noexcept {
 
 }  // namespace lumora
 
-extern "C" LUMORA_EXPORT lumora::URLLoader* lumoraMakeURLLoader(const lumora::ProcessEndFunctions& processEnd,
+extern "C" LUMORA_EXPORT lumora::URLLoader* lumoraMakeURLLoader(const lumora::ProcessFunctions& process,
                                                                 const std::string& certificateAuthorityFile,
                                                                 const std::string& connectTo) {
-  lumora::library = processEnd;
+  lumora::library = process;
   return lumora::makeCurlURLLoader(certificateAuthorityFile, connectTo).release();
 }
