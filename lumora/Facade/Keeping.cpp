@@ -8,6 +8,7 @@
 #include "lumora/Facade/Lumora.h"
 #include "lumora/Facade/Reports.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -71,6 +72,10 @@ void Keeping::eventWaits() {
   if (!ignoresEvents_.load(std::memory_order_relaxed)) checkSoon();
 }
 
+void Keeping::resumed() {
+  checkSoon();
+}
+
 void Keeping::succeeded(Work work) {
   {
     Lock lock(mutex_);
@@ -131,6 +136,10 @@ void Keeping::check() {
 
 KeeperPlan::Needs Keeping::needs() {
   KeeperPlan::Needs needs;
+  if (!CallGate::isOpen()) {
+    ignoresEvents_ = true;  // Consent is heard of.
+    return needs;
+  }
   if (!lumora_.sdkInitialized()) {
     ignoresEvents_ = true;  // The initialisation is heard of.
     needs.initialization =

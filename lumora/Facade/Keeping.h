@@ -28,6 +28,8 @@ class Keeping : public std::enable_shared_from_this<Keeping> {
 
   // What happened. Any thread, whatever locks it holds.
   void eventWaits();
+  /// Tracking is allowed again.
+  void resumed();
   void succeeded(Work work);
   void failed(Work work, const LumoraError& error);
 

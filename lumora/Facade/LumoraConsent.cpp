@@ -4,6 +4,7 @@
 
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/Lumora.h"
+#include "lumora/Facade/Reports.h"
 #include "lumora/InApp/LMRInAppHandler.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Storage/LMRIOManager.h"
@@ -115,6 +116,7 @@ void Lumora::resumeTracking() {
     }
     // The initialisation that was ignored, or aborted.
     if (credentials && !appSecret()) initializeWithTarrowID(credentials->tarrowID, credentials->appSecret);
+    reports_.trackingResumed();
   });
 }
 

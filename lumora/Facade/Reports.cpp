@@ -71,6 +71,10 @@ void Reports::configurationFailed(const LumoraError& error) {
   if (keeper) keeper->failed(Work::refresh, error);
 }
 
+void Reports::trackingResumed() {
+  if (const auto keeper = keeping()) keeper->resumed();
+}
+
 void Reports::eventWaits() {
   if (const auto keeper = keeping()) keeper->eventWaits();
 }

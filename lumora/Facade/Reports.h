@@ -34,6 +34,7 @@ class Reports : public UploadObserver, public EventLossObserver, public MessageO
   void initializationFailed(const LumoraError& error);
   void configurationReceived(bool isBlocked, std::size_t campaigns);
   void configurationFailed(const LumoraError& error);
+  void trackingResumed();
 
   // From the floors below.
   void eventWaits() override;
