@@ -282,7 +282,8 @@ TEST_F(LMRInAppHandlerTest, TheHostsObserverIsToldOfEachMessage) {
   lumora().setObserver(observer);
   offer();
   EXPECT_NE(event("open"), "");
-  LMRTappable view{"c1", 1, 102, handler.message()->inAppViewController(), "close"};
+  const auto screen = handler.message()->inAppViewController();
+  LMRTappable view{"c1", 1, 102, screen, "close"};
   handler.processAction(view);
   read(plainCampaign("end_time"));
   host.queues.runAll();
