@@ -3,6 +3,7 @@
 
 #include <QDesktopServices>
 #include <QGuiApplication>
+#include <QTimer>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -51,7 +52,12 @@ lumora::LinuxPlatformOptions Shop::options(const std::string& connectTo, const s
   return options;
 }
 
+/// A link can be there before the first configuration is: without that the library refuses every link.
 void Shop::openLink(const std::string& link) {
+  if (!Lumora::sharedInstance().sdkInitialized()) {
+    QTimer::singleShot(200, this, [this, link] { openLink(link); });
+    return;
+  }
   if (const auto url = lumora::URL::parse(link)) Lumora::sharedInstance().applicationOpenURL(*url);
 }
 
