@@ -5,15 +5,31 @@
 #include <sstream>
 #include <utility>
 
-#include "MessageScreen.h"
 #include "lumora/Facade/Lumora.h"
 #include "lumora/Platform/Linux/LinuxApplication.h"
 
 using lumora::Lumora;
 
-// The platform is kept until the process ends: the library's threads use it to the last moment.
+namespace {
+
+/// A message on a terminal: its parts, with their texts.
+void draw(const lumora::Dictionary& description) {
+  std::cout << "  +-- message: " << description.at("campaign").description() << '\n';
+  for (const auto& [name, part] : *lumora::findMap(description, "elements")) {
+    const std::string* text = lumora::findText(*part.asDictionary(), "text");
+    std::cout << "  | " << name << (text ? ": " + *text : "") << '\n';
+  }
+  std::cout << "  +-- tap ELEMENT" << std::endl;
+}
+
+}  // namespace
+
+// Messages and platform are kept until the process ends: the library uses them to the last moment.
 Shop::Shop(const std::string& connectTo, const std::string& authorities)
-    : platform_(*new lumora::LinuxPlatform(options(connectTo, authorities))) {
+    : messages_(
+          *new lumora::MessageScreens([](auto, const lumora::Dictionary& description) { draw(description); },
+                                      [](auto) { std::cout << "message dismissed" << std::endl; })),
+      platform_(*new lumora::LinuxPlatform(options(connectTo, authorities))) {
   lumora::installPlatform(platform_.platform());
   Lumora::sharedInstance().initializeWithTarrowID("acme", "s3cret");
 }
@@ -24,8 +40,8 @@ lumora::LinuxPlatformOptions Shop::options(const std::string& connectTo, const s
   options.connectTo = connectTo;
   options.certificateAuthorityFile = authorities;
   options.alertPresenter = [this](lumora::Alert alert) { show(std::move(alert)); };
-  options.layoutLoader = [](const std::string&) { return MessageScreen::layout(); };
-  options.rootViewController = [] { return MessageScreen::window(); };
+  options.layoutLoader = [this](const std::string&) { return messages_.layout(); };
+  options.rootViewController = [this] { return messages_.window(); };
   options.urlOpener = [](const lumora::URL& url) {
     std::cout << "opens " << url.absoluteString() << std::endl;
     return true;
@@ -68,8 +84,7 @@ bool Shop::handleLine(const std::string& line) {
     const auto url = lumora::URL::parse(rest);
     if (!url || !Lumora::sharedInstance().applicationOpenURL(*url)) std::cout << "not Lumora's" << std::endl;
   } else if (command == "tap") {
-    const auto message = MessageScreen::top();
-    if (!message || !message->tap(rest)) std::cout << "nothing like that on screen" << std::endl;
+    if (!messages_.tap(messages_.shown(), rest)) std::cout << "nothing like that on screen" << std::endl;
   } else if (command == "background") {
     enterBackground();
   } else if (command == "foreground") {

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "lumora/InApp/MessageScreens.h"
 #include "lumora/Platform/Alerts.h"
 #include "lumora/Platform/Linux/LinuxPlatform.h"
 
@@ -27,5 +28,6 @@ class Shop {
   void answer(int button, const std::string& text);
 
   std::vector<lumora::Alert> alerts_;
+  lumora::MessageScreens& messages_;
   lumora::LinuxPlatform& platform_;
 };

@@ -1,4 +1,5 @@
-// Alerts as dialogs. Closing one answers it with its first button, so that no alert stays without an answer.
+// Alerts and messages as dialogs. Closing an alert answers it with its first button, so that no alert stays
+// without an answer.
 #include "Dialogs.h"
 
 #include <QDialog>
@@ -32,4 +33,28 @@ void showAlert(QWidget* parent, const lumora::Alert& alert) {
     if (alert.onButton) alert.onButton(index, field ? field->text().toStdString() : "");
   });
   dialog->open();
+}
+
+QDialog* showMessage(QWidget* parent, const lumora::Dictionary& description,
+                     const std::function<void(const std::string& element)>& tap) {
+  auto* const dialog = new QDialog(parent);
+  dialog->setObjectName("message");
+  auto* const column = new QVBoxLayout(dialog);
+  const lumora::Dictionary& elements = *lumora::findMap(description, "elements");
+  for (const std::string name : {"primary_text", "secondary_text", "primary_button", "secondary_button"}) {
+    const lumora::Dictionary* part = lumora::findMap(elements, name);
+    if (!part) continue;
+    const std::string* text = lumora::findText(*part, "text");
+    const QString words = QString::fromStdString(text ? *text : name);
+    if (part->contains("type")) {
+      auto* const button = new QPushButton(words);
+      QObject::connect(button, &QPushButton::clicked, dialog, [tap, name] { tap(name); });
+      column->addWidget(button);
+    } else {
+      column->addWidget(new QLabel(words));
+    }
+  }
+  QObject::connect(dialog, &QDialog::rejected, dialog, [tap] { tap("close_button"); });
+  dialog->open();
+  return dialog;
 }

@@ -16,9 +16,13 @@ using lumora::ApplicationState;
 using lumora::LifecycleNotification;
 using lumora::Lumora;
 
-// The platform is kept until the process ends: the library's threads use it to the last moment.
+// Messages and platform are kept until the process ends: the library uses them to the last moment.
 Shop::Shop(const std::string& connectTo, const std::string& authorities)
-    : screen_(std::make_shared<WindowScreen>(this)),
+    : messages_(*new lumora::MessageScreens(
+          [this](auto message, const lumora::Dictionary& description) {
+            showMessageDialog(message, description);
+          },
+          [this](auto message) { dismiss(message); })),
       platform_(*new lumora::LinuxPlatform(options(connectTo, authorities))),
       mainQueueHasWork_(platform_.mainQueue().descriptor(), QSocketNotifier::Read),
       createProfile_("Create my profile") {
@@ -44,12 +48,27 @@ lumora::LinuxPlatformOptions Shop::options(const std::string& connectTo, const s
   options.connectTo = connectTo;
   options.certificateAuthorityFile = authorities;
   options.alertPresenter = [this](const lumora::Alert& alert) { showAlert(this, alert); };
-  options.layoutLoader = [](const std::string&) { return std::make_shared<MessageLayout>(); };
-  options.rootViewController = [screen = screen_] { return screen; };
+  options.layoutLoader = [this](const std::string&) { return messages_.layout(); };
+  options.rootViewController = [this] { return messages_.window(); };
   options.urlOpener = [](const lumora::URL& url) {
     return QDesktopServices::openUrl(QUrl(QString::fromStdString(url.absoluteString())));
   };
   return options;
+}
+
+void Shop::showMessageDialog(lumora::MessageScreens::MessageId message,
+                             const lumora::Dictionary& description) {
+  dialogs_[message] = showMessage(this, description, [this, message](const std::string& element) {
+    // A message without a close button is closed by a tap on nothing.
+    if (!messages_.tap(message, element)) dismiss(message);
+  });
+}
+
+void Shop::dismiss(lumora::MessageScreens::MessageId message) {
+  const QPointer<QDialog> dialog = dialogs_.take(message);
+  if (!dialog) return;
+  dialog->hide();
+  dialog->deleteLater();  // it may be in its own button's click
 }
 
 /// A link can be there before the first configuration is: without that the library refuses every link.

@@ -1,12 +1,14 @@
 #pragma once
 
+#include <QDialog>
+#include <QMap>
+#include <QPointer>
 #include <QPushButton>
 #include <QSocketNotifier>
 #include <QWidget>
-#include <memory>
 #include <string>
 
-#include "MessageScreen.h"
+#include "lumora/InApp/MessageScreens.h"
 #include "lumora/Platform/Linux/LinuxPlatform.h"
 
 /// The application's window, and Lumora in it. Main thread only.
@@ -23,10 +25,13 @@ class Shop : public QWidget {
 
  private:
   lumora::LinuxPlatformOptions options(const std::string& connectTo, const std::string& authorities);
+  void showMessageDialog(lumora::MessageScreens::MessageId message, const lumora::Dictionary& description);
+  void dismiss(lumora::MessageScreens::MessageId message);
   void followState(Qt::ApplicationState state);
   void enterBackground();
 
-  const std::shared_ptr<WindowScreen> screen_;
+  QMap<lumora::MessageScreens::MessageId, QPointer<QDialog>> dialogs_;
+  lumora::MessageScreens& messages_;
   lumora::LinuxPlatform& platform_;
   QSocketNotifier mainQueueHasWork_;
   QPushButton createProfile_;

@@ -97,19 +97,4 @@ Dictionary describeInAppMessage(const LMRInAppMessage& message) {
           {"elements", std::move(elements)}};
 }
 
-std::optional<LMRTappable> tappableElement(const LMRInAppMessage& message, std::string_view element,
-                                           const std::shared_ptr<ViewController>& screen) {
-  const Dictionary description = describeInAppMessage(message);
-  const Dictionary* part = findMap(*findMap(description, "elements"), element);
-  const Value* type = part ? findValue(*part, "type") : nullptr;
-  if (!type) return std::nullopt;
-  LMRTappable tappable;
-  tappable.lmrCampaignId = message.getCampaignId().value_or("");
-  tappable.lmrFrequency = message.getFrequency();
-  tappable.lmrButtonType = static_cast<std::int32_t>(type->integerValue());
-  tappable.lmrMessage = screen;
-  if (const std::string* action = findText(*part, "action")) tappable.lmrAction = *action;
-  return tappable;
-}
-
 }  // namespace lumora

@@ -1,9 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <optional>
-#include <string_view>
 
 #include "lumora/InApp/LMRInAppMessage.h"
 #include "lumora/InApp/LMRTappable.h"
@@ -29,15 +26,5 @@ inline constexpr std::int32_t kLmroBackgroundType = 105;
 ///
 /// Any thread; only asks the cache which files exist, downloads nothing.
 LUMORA_EXPORT Dictionary describeInAppMessage(const LMRInAppMessage& message);
-
-/// What a screen hands to `LMRInAppHandler` when a part of its message is tapped: the part's values, with the
-/// screen that the tap dismisses. `element` is the part's name in the description, such as "close_button".
-/// Nothing when the message has no such part, or one that cannot be tapped.
-///
-///     auto tapped = tappableElement(*message_, "primary_button", shared_from_this());
-///     if (tapped) LMRInAppHandler::sharedInstance().buttonAction(*tapped);
-LUMORA_EXPORT std::optional<LMRTappable> tappableElement(const LMRInAppMessage& message,
-                                                         std::string_view element,
-                                                         const std::shared_ptr<ViewController>& screen);
 
 }  // namespace lumora

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "lumora/InApp/MessageScreens.h"
 #include "lumora/Platform/Export.h"
 #include "lumora/Platform/Value.h"
 #include "lumora/Testing/FakePlatform.h"
@@ -17,14 +17,13 @@ class LUMORA_EXPORT TestScreen {
  public:
   /// Becomes the window and the layout resource of these fakes, which must outlive the screen.
   explicit TestScreen(FakePlatform& fakes);
-  ~TestScreen();
   TestScreen(const TestScreen&) = delete;
   TestScreen& operator=(const TestScreen&) = delete;
 
   /// The campaign whose message is on screen, "" when there is none.
   std::string campaign() const;
   /// The campaigns whose messages were shown so far, in that order.
-  std::vector<std::string> shownCampaigns() const;
+  std::vector<std::string> shownCampaigns() const { return shownCampaigns_; }
   /// What the message on screen consists of, as `describeInAppMessage` gives it; empty when there is none.
   Dictionary description() const;
   /// A text of the message on screen: of "primary_text", "secondary_text", or a button. "" when it has none.
@@ -36,12 +35,15 @@ class LUMORA_EXPORT TestScreen {
   void tap(const std::string& element);
 
  private:
-  class MessageScreen;
-  class Root;
-  class Layout;
-  struct State;
+  struct Shown {
+    MessageScreens::MessageId message;
+    Dictionary description;
+  };
 
-  const std::shared_ptr<State> state_;
+  /// The topmost last.
+  std::vector<Shown> shown_;
+  std::vector<std::string> shownCampaigns_;
+  MessageScreens screens_;
 };
 
 }  // namespace lumora::testing
