@@ -8,6 +8,7 @@
 #include "lumora/Facade/Reports.h"
 #include "lumora/Platform/Platform.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 
 namespace lumora {
@@ -21,10 +22,12 @@ std::optional<Date> dateSetting(std::string_view key) {
 }  // namespace
 
 void Lumora::setObserver(std::shared_ptr<LumoraObserver> observer, LumoraExecutor executor) {
+  if (!CallGate::admitsDespite({Closed::withoutConsent})) return;
   reports_.notices().setObserver(std::move(observer), std::move(executor));
 }
 
 LumoraStatus Lumora::status() const {
+  if (!CallGate::admits()) return {};
   return {.isInitialized = sdkInitialized(),
           .isBlocked = accountBlocked(),
           .waitingEvents = dataManager_.waitingEvents(),

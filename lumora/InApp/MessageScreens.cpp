@@ -3,6 +3,8 @@
 #include "lumora/InApp/MessageScreens.h"
 
 #include <algorithm>
+#include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -58,30 +60,45 @@ class MessageScreens::Display::Screen : public LMRInAppViewController {
 
   MessageId id() const noexcept { return id_; }
 
+  /// Builds the parts that can be tapped, and says what is to be drawn.
   Dictionary appear(MessageId id) {
     id_ = id;
     Dictionary description = describeInAppMessage(*message_);
+    for (const auto& [name, element] : *findMap(description, "elements")) {
+      const Dictionary& part = *element.asDictionary();
+      if (const Value* type = findValue(part, "type")) addTappable(name, *type, findText(part, "action"));
+    }
     description["presentation"] = static_cast<int>(style_);
     return description;
   }
 
   bool tap(std::string_view element) {
-    auto tapped = tappableElement(*message_, element, shared_from_this());
-    if (!tapped) return false;
+    const auto found = tappables_.find(element);
+    if (found == tappables_.end()) return false;
     LMRInAppHandler& handler = LMRInAppHandler::sharedInstance();
     if (isView(element)) {
-      tapView(handler, *tapped);
+      tapView(handler, found->second);
     } else {
-      handler.buttonAction(*tapped);
+      handler.buttonAction(found->second);
     }
     return true;
   }
 
  private:
+  void addTappable(const std::string& name, const Value& type, const std::string* action) {
+    LMRTappable& tappable = tappables_[name];
+    tappable.lmrCampaignId = message_->getCampaignId().value_or("");
+    tappable.lmrFrequency = message_->getFrequency();
+    tappable.lmrButtonType = static_cast<std::int32_t>(type.integerValue());
+    tappable.lmrMessage = weak_from_this();
+    if (action != nullptr) tappable.lmrAction = *action;
+  }
+
   const std::weak_ptr<Display> display_;
   std::shared_ptr<LMRInAppMessage> message_ = std::make_shared<LMRInAppMessage>();
   ModalPresentationStyle style_ = ModalPresentationStyle::unset;
   MessageId id_ = 0;
+  std::map<std::string, LMRTappable, std::less<>> tappables_;
 };
 
 /// The window's bottom screen: it shows nothing itself.
