@@ -25,7 +25,7 @@ const std::map<std::string, LogLineKind> composedLines = {
     {"LumoraSDK- Successfully register this device as a developer test device/{}\\n", trace},
     {"LumoraSDK-Actin name should be a valid string. Failed to report action {}.", developer},  // Empty or absent.
     {"LumoraSDK-Another process holds the database {} and this one ends, changes lost: {}", developer},
-    {"LumoraSDK-Another process holds the database {} for too long, changes lost: {}", developer},
+    {"LumoraSDK-Another process holds the database {} for too long, changes lost: 1", developer},
     {"LumoraSDK-Could not delete file : {}", developer},
     {"LumoraSDK-Could not delete file : {} ", developer},
     {"LumoraSDK-Current UUID is : {} ", trace},
@@ -36,7 +36,6 @@ const std::map<std::string, LogLineKind> composedLines = {
     {"LumoraSDK-Failed to launch action:{}", trace},
     {"LumoraSDK-Failed to register this device as a developer test device/{}\\n", trace},
     {"LumoraSDK-Log lines lost before this one, nobody took them: ", developer},
-    {"LumoraSDK-Pictures cannot be read: ", developer},
     {"LumoraSDK-Received invalid push notification from Lumora- {}", trace},
     {"LumoraSDK-Sent events that cannot be deleted: {} ({})", developer},
     {"LumoraSDK-Session threshold exceeded, unable to start this session {}.", trace},
@@ -46,11 +45,16 @@ const std::map<std::string, LogLineKind> composedLines = {
     {"LumoraSDK-The database {} cannot be used: {}", developer},
     {"LumoraSDK-The database {} is corrupt ({}): it is kept as {}, events carried over: {}", developer},
     {"LumoraSDK-The file ", developer},
+    {"LumoraSDK-The erasure that an earlier run began is {}.", developer},
+    {"LumoraSDK-The file {} cannot be erased: {}", developer},
+    {"LumoraSDK-The observer has thrown an exception: {}", developer},
     {"LumoraSDK-The process ends before its last calls were carried out, changes lost: {}", developer},
+    {"LumoraSDK-The shutdown took longer than the {} ms that it was given, its rest goes on.", developer},
     {"LumoraSDK-v.{} initialized successfully.", developer},
     {"LumoraSDK-{} error encoding api data: {}", developer},
     {"LumoraSDK-{} exception encoding api data: {}", developer},
     {"LumoraSDK-{} session not started.", trace},
+    {"LumoraSDK-{} was called by a task of the library itself, which cannot wait.", developer},
     {"LumoraSDK-{} warning: property keys should be strings. got: {}. coercing to: {}", trace},
     {"LumoraSDK-{} warning: property values should be valid json types. got: {}. coercing to: {}", trace}};
 // clang-format on
