@@ -189,7 +189,8 @@ void OstrelSQLiteManager::beginTransaction(Access access) {
   if (openDatabase()) {
     fault_ = {DatabaseFault::Kind::unusable, db_ ? reasonOf(db_) : "out of memory"};
   } else if (access == Access::writes) {
-    note(sqlite3_exec(db_, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr));
+    // EXTRA: the journal's removal, which is the commit, must survive a power cut too.
+    note(sqlite3_exec(db_, "PRAGMA synchronous=EXTRA; BEGIN EXCLUSIVE", nullptr, nullptr, nullptr));
   } else {
     // The first look takes the lock that a transaction which reads keeps to its end.
     note(sqlite3_exec(db_, "BEGIN; SELECT 1 FROM sqlite_master LIMIT 1", nullptr, nullptr, nullptr));

@@ -1,0 +1,176 @@
+"""Runs scenarios, and tells how they went."""
+import argparse
+import collections
+import concurrent.futures
+import importlib
+import os
+import queue
+import random
+import shutil
+import sys
+import tempfile
+import threading
+import time
+import traceback
+
+from suite.scenario import Failure, Round, Scenario
+from suite.service import Service
+
+ROOT = os.path.realpath(os.path.join(os.path.dirname(__file__), "../.."))
+# In the order in which they run.
+MODULES = ["kills", "failures", "power_cuts", "stores"]
+
+
+class Suite:
+    """Where the programs are, and the one temporary folder."""
+
+    def __init__(self, build, folder):
+        self.root = ROOT
+        self.build = build
+        self.folder = folder
+
+    def program(self, name):
+        return os.path.join(self.build, name)
+
+
+def scenarios():
+    found = []
+    for module in MODULES:
+        content = vars(importlib.import_module("scenarios." + module)).values()
+        found += [thing() for thing in content
+                  if isinstance(thing, type) and issubclass(thing, Scenario) and thing.__module__ == "scenarios." + module]
+    return found
+
+
+class Progress:
+    """A line now and then, on a terminal the same one again and again."""
+
+    def __init__(self, name, total):
+        self.name, self.total, self.done = name, total, 0
+        self.start = self.told = time.monotonic()
+
+    def seconds(self):
+        return max(time.monotonic() - self.start, 0.001)
+
+    def step(self):
+        self.done += 1
+        interval = 0.5 if sys.stdout.isatty() else 20
+        if time.monotonic() - self.told > interval:
+            self.told = time.monotonic()
+            text = f"   {self.name}: {self.done} of {self.total} rounds, {self.done / self.seconds():.1f}/s"
+            print(text, end="\r" if sys.stdout.isatty() else "\n", flush=True)
+
+
+class Run:
+    """One scenario, from its first round to its last or to its first failure."""
+
+    def __init__(self, suite, scenario, size, seed, numbers):
+        self.suite, self.scenario, self.size, self.seed = suite, scenario, size, seed
+        self.figures = collections.Counter()
+        self.failure = None
+        self.lock = threading.Lock()
+        self.folder = os.path.join(suite.folder, scenario.name)
+        os.makedirs(self.folder)
+        scenario.prepare(suite)
+        self.numbers = list(numbers or scenario.rounds(size))
+        self.progress = Progress(scenario.name, len(self.numbers))
+
+    def play(self):
+        services = queue.SimpleQueue()
+        count = min(self.scenario.workers, len(self.numbers))
+        running = []
+        try:
+            for worker in range(count):
+                running.append(Service(self.suite, os.path.join(self.folder, f"service{worker}")))
+                services.put(running[-1])
+            with concurrent.futures.ThreadPoolExecutor(count or 1) as pool:
+                list(pool.map(lambda number: self.play_round(number, services), self.numbers))
+        finally:
+            for service in running:
+                service.stop()
+        return self.failure is None
+
+    def play_round(self, number, services):
+        if self.failure:
+            return
+        service = services.get()
+        folder = os.path.join(self.folder, str(number))
+        os.makedirs(folder)
+        round = Round(self.scenario, number, self.seed, folder, service, self.suite)
+        try:
+            service.forget()
+            self.scenario.play(round)
+            with self.lock:
+                self.figures.update(round.figures)
+                self.progress.step()
+            shutil.rmtree(folder, ignore_errors=True)
+        except Exception as error:  # A fault of the suite's own ends the scenario just as well.
+            with self.lock:
+                if not self.failure:
+                    what = str(error) if isinstance(error, Failure) else traceback.format_exc()
+                    self.failure = (number, what)
+        finally:
+            services.put(service)
+
+    def report(self):
+        name, seconds = self.scenario.name, self.progress.seconds()
+        rate = f"{self.progress.done} rounds in {seconds:.0f} s, {self.progress.done / seconds:.1f}/s, seed {self.seed}"
+        if self.failure:
+            number, what = self.failure
+            print(f"FAILED {name}: {what}\n   after {rate}\n"
+                  f"   again: endurance/run {name} --{self.size} --seed {self.seed} --round {number}", flush=True)
+        else:
+            figures = ", ".join(f"{count:,} {what}" for what, count in sorted(self.figures.items()))
+            print(f"ok {name}: {rate}" + (f": {figures}" if figures else ""), flush=True)
+
+
+def options():
+    parser = argparse.ArgumentParser(prog="endurance/run", description="Proves that nothing is lost.")
+    known = [scenario.name for scenario in scenarios()]
+    parser.add_argument("scenarios", nargs="*", metavar="SCENARIO", help="of: " + ", ".join(known) + "; default: all")
+    size = parser.add_mutually_exclusive_group()
+    for name, text in (("ci", "three minutes (the default)"), ("hour", "an hour"), ("long", "everything")):
+        size.add_argument("--" + name, dest="size", action="store_const", const=name, help=text)
+    parser.add_argument("--rounds", type=int, metavar="N", help="so many rounds of each scenario")
+    parser.add_argument("--round", type=int, metavar="N", help="only this round")
+    parser.add_argument("--seed", type=int, metavar="S", help="of the random numbers; default: a new one")
+    parser.add_argument("--keep", action="store_true", help="leave the temporary folder after a failure")
+    parser.add_argument("--build", metavar="DIR", default=os.path.join(ROOT, "build/endurance"),
+                        help="the build folder whose programs are run")
+    parser.set_defaults(size="ci")
+    chosen = parser.parse_args()
+    unknown = set(chosen.scenarios) - set(known)
+    if unknown:
+        parser.error(f"unknown scenarios: {', '.join(sorted(unknown))}; known are {', '.join(known)}")
+    return chosen
+
+
+def main():
+    chosen = options()
+    seed = random.randrange(1, 1000000) if chosen.seed is None else chosen.seed
+    folder = tempfile.mkdtemp(prefix="endurance-")
+    suite = Suite(os.path.realpath(chosen.build), folder)
+    failed = 0
+    runs = []
+    try:
+        for scenario in scenarios():
+            if chosen.scenarios and scenario.name not in chosen.scenarios:
+                continue
+            numbers = [chosen.round] if chosen.round else None
+            if chosen.rounds:
+                numbers = list(scenario.rounds(chosen.size))[:chosen.rounds]
+            runs.append(Run(suite, scenario, chosen.size, seed, numbers))
+            runs[-1].play()
+            runs[-1].report()
+            failed += runs[-1].failure is not None
+    finally:
+        if chosen.keep and failed:
+            print(f"The files are in {folder}")
+        else:
+            shutil.rmtree(folder, ignore_errors=True)
+    print(f"{len(runs) - failed} passed, {failed} failed")
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

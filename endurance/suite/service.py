@@ -1,0 +1,87 @@
+"""The local service as a process."""
+import copy
+import json
+import os
+import sqlite3
+import subprocess
+import time
+
+from suite.scenario import Failure
+
+SECRET = "s3cret"
+
+
+def wait_until(condition, what, seconds=20):
+    end = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > end:
+            raise Failure(f"{what} did not come in {seconds} s")
+        time.sleep(0.002)
+
+
+class Service:
+    """A running lumora-service with one account, "acme", and the pictures of the examples."""
+
+    def __init__(self, suite, folder, *options):
+        os.makedirs(folder, exist_ok=True)
+        self.folder = folder
+        self.assets = os.path.join(suite.root, "examples/campaigns/assets")
+        with open(os.path.join(suite.root, "examples/accounts.json")) as file:
+            self.example = json.load(file)["accounts"]["acme"]
+        self.requests_file = os.path.join(folder, "requests.jsonl")
+        self.configure()
+        ready = os.path.join(folder, "ready.json")
+        self.log = open(os.path.join(folder, "log"), "wb")
+        self.process = subprocess.Popen(
+            [suite.program("service/lumora-service"), "--data", os.path.join(folder, "data"), "--accounts",
+             os.path.join(folder, "accounts.json"), "--assets", self.assets, "--ready-file", ready,
+             "--json-log", self.requests_file, *options],
+            stdin=subprocess.DEVNULL, stdout=self.log, stderr=self.log)
+        wait_until(lambda: os.path.exists(ready) and os.path.getsize(ready) > 0, "the service")
+        with open(ready) as file:
+            listening = json.load(file)
+        self.port, self.ca = listening["port"], listening["ca"]
+        self.database = os.path.join(folder, "data/service.sqlite")
+
+    def configure(self, campaigns=None, **changes):
+        """What the account answers from now on: the examples' campaigns, or some of them, and further entries."""
+        account = copy.deepcopy(self.example)
+        if campaigns is not None:
+            account["campaigns"] = campaigns
+        account.update(changes)
+        path = os.path.join(self.folder, "accounts.json")
+        with open(path + ".new", "w") as file:
+            json.dump({"accounts": {"acme": account}}, file)
+        os.replace(path + ".new", path)
+
+    def events(self):
+        """The texts of the events that arrived, in their order."""
+        if not os.path.exists(self.database):
+            return []
+        connection = sqlite3.connect(self.database, timeout=10)
+        try:
+            return [row[0] for row in connection.execute("SELECT event FROM events ORDER BY id")]
+        finally:
+            connection.close()
+
+    def requests(self):
+        if not os.path.exists(self.requests_file):
+            return []
+        with open(self.requests_file) as file:
+            return [json.loads(line) for line in file]
+
+    def forget(self):
+        """Between two rounds: what arrived is removed."""
+        if os.path.exists(self.database):
+            connection = sqlite3.connect(self.database, timeout=10)
+            connection.execute("DELETE FROM events")
+            connection.commit()
+            connection.close()
+        if os.path.exists(self.requests_file):
+            os.truncate(self.requests_file, 0)
+        self.configure()
+
+    def stop(self):
+        self.process.terminate()
+        self.process.wait(20)
+        self.log.close()
