@@ -72,12 +72,15 @@ std::optional<std::string> LinuxSharedFiles::makeFolder(const std::string& path)
 
 std::optional<std::string> LinuxSharedFiles::makePrivateFile(const std::string& path) {
   if (!isPath(path)) return "Not a path";
-  if (FileDescriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600)).isOpen())
-    return std::nullopt;
+  constexpr int flags = O_WRONLY | O_CREAT | O_CLOEXEC;
+  if (FileDescriptor(::open(path.c_str(), flags | O_EXCL, 0600)).isOpen()) return std::nullopt;
   struct stat status {};
-  if (errno != EEXIST || ::stat(path.c_str(), &status) != 0) return reasonOf(errno);
-  if (!S_ISREG(status.st_mode)) return "Not a file";
-  if ((status.st_mode & 0777U) == 0600U || ::chmod(path.c_str(), 0600) == 0) return std::nullopt;
+  if (errno == EEXIST && ::stat(path.c_str(), &status) == 0) {
+    if (!S_ISREG(status.st_mode)) return "Not a file";
+    if ((status.st_mode & 0777U) == 0600U || ::chmod(path.c_str(), 0600) == 0) return std::nullopt;
+  } else if (errno == ENOENT && FileDescriptor(::open(path.c_str(), flags, 0600)).isOpen()) {
+    return std::nullopt;  // A link to a file that was not there: it is made where the link leads.
+  }
   return reasonOf(errno);
 }
 
