@@ -24,7 +24,8 @@ MODULES = ["kills", "failures", "power_cuts", "stores"]
 class Suite:
     """Where the programs are, and the one temporary folder."""
 
-    def __init__(self, build, folder):
+    def __init__(self, build, folder, goes_on):
+        self.goes_on = goes_on
         self.root = ROOT
         self.build = build
         self.folder = folder
@@ -91,7 +92,7 @@ class Run:
         return self.failure is None
 
     def play_round(self, number, services):
-        if self.failure:
+        if self.failure and not self.suite.goes_on:
             return
         service = services.get()
         folder = os.path.join(self.folder, str(number))
@@ -106,8 +107,10 @@ class Run:
             shutil.rmtree(folder, ignore_errors=True)
         except Exception as error:  # A fault of the suite's own ends the scenario just as well.
             with self.lock:
-                if not self.failure:
-                    what = str(error) if isinstance(error, Failure) else traceback.format_exc()
+                what = str(error) if isinstance(error, Failure) else traceback.format_exc()
+                if self.failure:
+                    print(f"   round {number}: {what}", flush=True)
+                else:
                     self.failure = (number, what)
         finally:
             services.put(service)
@@ -134,6 +137,7 @@ def options():
     parser.add_argument("--rounds", type=int, metavar="N", help="so many rounds of each scenario")
     parser.add_argument("--round", type=int, metavar="N", help="only this round")
     parser.add_argument("--seed", type=int, metavar="S", help="of the random numbers; default: a new one")
+    parser.add_argument("--go-on", action="store_true", help="play the other rounds after a failure too")
     parser.add_argument("--keep", action="store_true", help="leave the temporary folder after a failure")
     parser.add_argument("--build", metavar="DIR", default=os.path.join(ROOT, "build/endurance"),
                         help="the build folder whose programs are run")
@@ -149,7 +153,7 @@ def main():
     chosen = options()
     seed = random.randrange(1, 1000000) if chosen.seed is None else chosen.seed
     folder = tempfile.mkdtemp(prefix="endurance-")
-    suite = Suite(os.path.realpath(chosen.build), folder)
+    suite = Suite(os.path.realpath(chosen.build), folder, chosen.go_on)
     failed = 0
     runs = []
     try:
