@@ -18,7 +18,7 @@ from suite.service import Service
 
 ROOT = os.path.realpath(os.path.join(os.path.dirname(__file__), "../.."))
 # In the order in which they run.
-MODULES = ["kills", "failures", "power_cuts", "stores"]
+MODULES = ["kills", "failures", "power_cuts", "stores", "processes", "ends", "memory"]
 
 
 class Suite:

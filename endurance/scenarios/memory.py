@@ -1,0 +1,56 @@
+"""One allocation of a whole life fails: the library does not crash, and its files stay whole."""
+import os
+import signal
+import subprocess
+
+from suite.host import Host, names_in
+from suite.scenario import Failure, Scenario
+from suite.service import Service
+from suite.stores import Ledger, rows
+
+STEPS = {"ci": 300, "hour": 50, "long": 1}
+
+
+class Memory(Scenario):
+    name = "memory"
+    tries = "the n-th allocation fails, for n over a whole life, whoever asks for it: the library, SQLite, curl, OpenSSL"
+    holds = "no crash of the library's own, nothing thrown at the host; at most the one event is lost; stores whole"
+
+    def prepare(self, suite):
+        folder = os.path.join(suite.folder, "memory-life")
+        service = Service(suite, folder + "/service")
+        try:
+            self.allocations = int(self.live(suite, service, folder + "/host", 0).stdout.split()[0])
+        finally:
+            service.stop()
+
+    def rounds(self, size):
+        return range(1, self.allocations + 1, STEPS[size])
+
+    def live(self, suite, service, folder, number):
+        try:
+            return subprocess.run(
+                [suite.program("endurance/endurance-host"), folder, str(service.port), service.ca, "allocations",
+                 str(number), "e"], capture_output=True, timeout=90, text=True, errors="replace", check=False)
+        except subprocess.TimeoutExpired:
+            raise Failure("the host hangs") from None
+
+    def play(self, round):
+        folder = round.folder + "/host"
+        result = self.live(round.suite, round.service, folder, round.number)
+        status = result.returncode
+        name = signal.Signals(-status).name if status < 0 else status
+        round.expect(status == 0, f"the host ended with {name}: {result.stderr[-400:]}")
+        round.expect("thrown" not in result.stdout and "stuck" not in result.stdout, result.stdout)
+        ledger = Ledger()
+        ledger.after_life(folder, round.service.assets, names_in(result.stderr))
+        host = Host(round.suite, folder, round.service)
+        host.ask_all("init acme s3cret", "drain", "report-all", "drain")
+        host.quit()
+        round.expect(not rows(folder), "rows stay after the last upload")
+        arrived = names_in("\n".join(round.service.events()))
+        ledger.check_arrivals(arrived)
+        lost = {f"e-{action}" for action in range(20)} - set(arrived)
+        round.expect(len(lost) <= 1, f"{len(lost)} events are lost: {sorted(lost)[:5]}")
+        round.count("failed allocations")
+        round.count("events lost", len(lost))

@@ -1,0 +1,80 @@
+"""Several processes of one application share its files: each event once, one identifier, no lost setting."""
+import collections
+import threading
+import time
+
+from suite.host import Host, names_in
+from suite.scenario import Scenario
+from suite.stores import INSTALL_ID, check_files, check_pictures, rows, settings, store
+
+
+class Processes(Scenario):
+    name = "processes"
+    tries = ("two and eight processes at a time on one application's files, which start, record, upload, write settings "
+             "and end as they like")
+    holds = "each event arrives once; every process knows the same identifiers; no setting is lost"
+    sizes = {"ci": 2, "hour": 2, "long": 2}
+    workers = 1
+    seconds = {"ci": 4, "hour": 60, "long": 300}
+
+    def rounds(self, size):
+        self.length = self.seconds[size]
+        return [2, 8]
+
+    def play(self, round):
+        folder = round.folder + "/host"
+        end = time.monotonic() + self.length
+        identifiers, called, failures = set(), [], []
+
+        def live(process):
+            """One life after the other until the time is over."""
+            life = 0
+            try:
+                while time.monotonic() < end and not failures:
+                    life += 1
+                    self.live(round, folder, f"{process}-{life}", identifiers, called)
+            except Exception as error:
+                failures.append(error)
+
+        threads = [threading.Thread(target=live, args=(process,)) for process in range(round.number)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+        if failures:
+            raise failures[0]
+        last = Host(round.suite, folder, round.service)
+        last.ask_all("init acme s3cret", "drain", "report-all", "drain")
+        last.quit()
+        round.expect(not rows(folder), "rows stay after the last upload")
+        counts = collections.Counter(names_in("\n".join(round.service.events())))
+        lost = sorted(set(called) - set(counts))
+        round.expect(not lost, f"{len(lost)} events are lost: {lost[:5]}")
+        twice = [name for name, count in counts.items() if count > 1]
+        round.expect(not twice, f"{len(twice)} events arrived more than once: {twice[:5]}")
+        round.expect(len(identifiers) == 1, f"processes have different identifiers: {identifiers}")
+        sent = {value for request in round.service.requests() for name, value in request["headers"]
+                if name == "uuid"}
+        kept = settings(folder)[INSTALL_ID]
+        round.expect(sent == {kept}, f"sent as identifiers: {sent}; kept: {kept}")
+        round.expect(len(store(folder, "keychain")) == 1, "the keychain has several identifiers")
+        check_files(folder)
+        check_pictures(folder, round.service.assets)
+        values = settings(folder)
+        lost = [name for name in called if values.get(f"s-{name}") != name]
+        round.expect(not lost, f"{len(lost)} settings are lost: {lost[:5]}")
+        round.count("events", len(called))
+        round.count("lives of processes", len({name.rsplit("-", 1)[0] for name in called}))
+
+    def live(self, round, folder, life, identifiers, called):
+        host = Host(round.suite, folder, round.service)
+        host.ask("init acme s3cret")
+        for number in range(20):
+            name = f"e-{life}-{number}"
+            host.ask_all(f"action {name}", f"set-setting s-{name} '\"{name}\"'")
+            called.append(name)
+            if number % 5 == 4:
+                host.ask_all("advance 6", "report-all")
+        identifiers.add(host.ask("device-id"))
+        host.ask("drain")
+        host.quit()
