@@ -2,6 +2,7 @@
 // and LinuxFileSystem to say.
 #include "lumora/Platform/Linux/Files/Files.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -68,11 +70,9 @@ class TemporaryFile {
 };
 
 void removeAbandonedFiles(const std::string& folder) {
-  std::error_code error;
-  std::filesystem::directory_iterator entry(folder, error);
-  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    const std::filesystem::path& path = entry->path();
-    if (!path.filename().native().starts_with(kTemporaryPrefix)) continue;
+  for (const std::string& name : namesIn(folder).value_or(std::vector<std::string>())) {
+    if (!name.starts_with(kTemporaryPrefix)) continue;
+    const std::string path = folder + "/" + name;
     const FileDescriptor file(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
     if (file.isOpen() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0) ::unlink(path.c_str());
   }
@@ -105,6 +105,20 @@ std::string followLinks(std::string path) {
     path = (std::filesystem::path(path).parent_path() / target).string();
   }
   return path;
+}
+
+std::optional<std::vector<std::string>> namesIn(const std::string& folder) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> opened(::opendir(folder.c_str()),
+                                                   [](DIR* it) { return ::closedir(it); });
+  if (!opened) return std::nullopt;
+  std::vector<std::string> names;
+  errno = 0;
+  while (const dirent* entry = ::readdir(opened.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names.emplace_back(name);
+    errno = 0;
+  }
+  return errno == 0 ? std::optional(std::move(names)) : std::nullopt;
 }
 
 bool makeFolders(const std::string& folder) {

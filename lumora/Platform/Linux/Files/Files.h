@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "lumora/Platform/Linux/Files/FileDescriptor.h"
 
@@ -24,6 +25,10 @@ std::string parentFolder(const std::string& path);
 
 /// The path at the end of the symbolic links that begin here, whether or not something lies there.
 std::string followLinks(std::string path);
+
+/// The names of what is in a folder; nothing when it cannot be read. Not by the standard library's iterator,
+/// which ends the process when memory runs out.
+std::optional<std::vector<std::string>> namesIn(const std::string& folder);
 
 /// Makes a folder and those above it that are missing, for their owner alone (0700). Returns false when one
 /// cannot be made; `errno` tells why.

@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -40,16 +39,7 @@ bool LinuxFileSystem::fileExists(const std::string& path) {
 }
 
 std::optional<std::vector<std::string>> LinuxFileSystem::list(const std::string& directory) {
-  if (!isPath(directory)) return std::nullopt;
-  std::error_code error;
-  std::vector<std::string> names;
-  std::filesystem::directory_iterator entry(directory, error);
-  while (!error && entry != std::filesystem::directory_iterator()) {
-    names.push_back(entry->path().filename().string());
-    entry.increment(error);
-  }
-  if (error) return std::nullopt;
-  return names;
+  return isPath(directory) ? namesIn(directory) : std::nullopt;
 }
 
 std::optional<std::string> LinuxFileSystem::read(const std::string& path) {

@@ -7,11 +7,12 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
-#include <filesystem>
 #include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "lumora/Platform/Linux/Files/Files.h"
 #include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
 
 namespace lumora {
@@ -27,10 +28,8 @@ using Queued = std::pair<int, int>;
 /// The open files that a started program would inherit.
 std::map<int, Queued> inheritedFiles() {
   std::map<int, Queued> files;
-  std::error_code error;
-  std::filesystem::directory_iterator entry("/proc/self/fd", error);
-  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    const int file = std::stoi(entry->path().filename().string());
+  for (const std::string& name : namesIn("/proc/self/fd").value_or(std::vector<std::string>())) {
+    const int file = std::stoi(name);
     const int flags = ::fcntl(file, F_GETFD);
     if (flags < 0 || (flags & FD_CLOEXEC) != 0) continue;
     Queued& queued = files[file];
