@@ -1,4 +1,5 @@
 """A host may end at any time: what it called before is stored or delivered, and a forked child changes nothing."""
+import os
 import signal
 import subprocess
 import time
@@ -34,15 +35,16 @@ class Ends(Scenario):
         with open(log, "wb") as log_file:
             host = subprocess.Popen(
                 [round.suite.program("endurance/endurance-host"), folder, str(round.service.port), round.service.ca,
-                 "end", how, str(ACTIONS), name], stdout=subprocess.PIPE, stderr=log_file, text=True)
+                 "end", how, str(ACTIONS), name], stdout=subprocess.PIPE, stderr=log_file, text=True,
+                start_new_session=True)
         try:
             if how == "wait":
                 host.stdout.readline()
                 time.sleep(round.random.uniform(0, 0.05))
                 host.send_signal(signal.SIGTERM)
-            output = host.communicate(timeout=40)[0]
+            output = host.communicate(timeout=15)[0]
         except subprocess.TimeoutExpired:
-            host.kill()
+            os.killpg(host.pid, signal.SIGKILL)  # A forked child too.
             host.communicate()
             raise Failure(f"{how}: the host hangs") from None
         round.expect(host.returncode == (KEEPS | LOSES)[how], f"{how}: status {host.returncode}, {output!r}")

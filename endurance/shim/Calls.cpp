@@ -511,8 +511,10 @@ struct dirent64* readdir64(DIR* folder) {
 }
 int closedir(DIR* folder) {
   static const auto real = next<int (*)(DIR*)>("closedir");
+  const auto operation = [&](const Turn&) { return real(folder); };
+  if (!shim().concerns(::dirfd(folder))) return operation({});
   shim().forget(::dirfd(folder));
-  return real(folder);
+  return shim().run(Kind::close, operation, unnoted);
 }
 
 }  // extern "C"

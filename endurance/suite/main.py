@@ -18,7 +18,8 @@ from suite.service import Service
 
 ROOT = os.path.realpath(os.path.join(os.path.dirname(__file__), "../.."))
 # In the order in which they run.
-MODULES = ["kills", "failures", "power_cuts", "stores", "processes", "ends", "memory"]
+MODULES = ["shim", "kills", "failures", "power_cuts", "disks", "stores", "processes", "hostile_service", "ends",
+           "long_life", "memory"]
 
 
 class Suite:
@@ -65,7 +66,7 @@ class Progress:
 class Run:
     """One scenario, from its first round to its last or to its first failure."""
 
-    def __init__(self, suite, scenario, size, seed, numbers):
+    def __init__(self, suite, scenario, size, seed, only=None, rounds=None):
         self.suite, self.scenario, self.size, self.seed = suite, scenario, size, seed
         self.figures = collections.Counter()
         self.failure = None
@@ -73,7 +74,7 @@ class Run:
         self.folder = os.path.join(suite.folder, scenario.name)
         os.makedirs(self.folder)
         scenario.prepare(suite)
-        self.numbers = list(numbers or scenario.rounds(size))
+        self.numbers = [only] if only else list(scenario.rounds(size))[:rounds]
         self.progress = Progress(scenario.name, len(self.numbers))
 
     def play(self):
@@ -160,10 +161,7 @@ def main():
         for scenario in scenarios():
             if chosen.scenarios and scenario.name not in chosen.scenarios:
                 continue
-            numbers = [chosen.round] if chosen.round else None
-            if chosen.rounds:
-                numbers = list(scenario.rounds(chosen.size))[:chosen.rounds]
-            runs.append(Run(suite, scenario, chosen.size, seed, numbers))
+            runs.append(Run(suite, scenario, chosen.size, seed, chosen.round, chosen.rounds))
             runs[-1].play()
             runs[-1].report()
             failed += runs[-1].failure is not None

@@ -70,8 +70,8 @@ class Service:
         with open(self.requests_file) as file:
             return [json.loads(line) for line in file]
 
-    def forget(self):
-        """Between two rounds: what arrived is removed."""
+    def forget_events(self):
+        """What arrived is removed."""
         if os.path.exists(self.database):
             connection = sqlite3.connect(self.database, timeout=10)
             connection.execute("DELETE FROM events")
@@ -79,6 +79,10 @@ class Service:
             connection.close()
         if os.path.exists(self.requests_file):
             os.truncate(self.requests_file, 0)
+
+    def forget(self):
+        """Between two rounds, the account's changes too."""
+        self.forget_events()
         self.configure()
 
     def stop(self):

@@ -76,7 +76,8 @@ def check_files(folder):
     """Nothing was taken for damaged, and no temporary file has come to stay."""
     for base, _, names in os.walk(folder):
         left = [name for name in names if name.startswith(TEMPORARY)]
-        if len(left) > 3:
+        # Whoever replaces a file removes what was left before; two threads fetch pictures.
+        if len(left) > (2 if os.path.basename(base) == "Caches" else 1):
             raise Failure(f"temporary files heap up in {base}: {left}")
         aside = [name for name in names if ".corrupt-" in name]
         if aside:

@@ -1,0 +1,218 @@
+"""Whatever the service does, rows stay until it has taken them, memory stays bounded, and no call waits."""
+import os
+import ssl
+import time
+
+from suite.host import Host
+from suite.raw_server import CERTIFICATES, Certificates, RawServer, reset, server_context
+from suite.scenario import Scenario
+from suite.stores import waiting
+
+LARGEST_MEMORY = 64
+LONGEST_CALL = 1.0  # A machine that is busy with other things takes its time too.
+JSON = "Content-Type: application/json\r\n"
+SUCCESS = b'{"success":true}'
+TAKEN = b"HTTP/1.1 200 OK\r\n" + JSON.encode() + b"Content-Length: 16\r\nConnection: close\r\n\r\n" + SUCCESS
+
+
+def status(code, body=b"", headers=""):
+    return (f"HTTP/1.1 {code} Odd\r\n{headers}Content-Length: {len(body)}\r\n\r\n").encode() + body
+
+
+def send(*parts):
+    """Sends the parts, and ends the connection."""
+    def answer(request, connection):
+        for part in parts:
+            connection.sendall(part)
+    return answer
+
+
+def endless(start, block, count):
+    return lambda request, connection: send(start, *(block for _ in range(count)))(request, connection)
+
+
+def drip(request, connection):
+    for byte in TAKEN:
+        connection.sendall(bytes([byte]))
+        time.sleep(0.25)
+
+
+def silence(request, connection):
+    time.sleep(20)
+
+
+def reset_after(count):
+    def answer(request, connection):
+        connection.sendall(TAKEN[:count])
+        reset(connection)
+    return answer
+
+
+def chunked(*chunks, end=b"0\r\n\r\n"):
+    body = b"".join(f"{len(chunk):x}\r\n".encode() + chunk + b"\r\n" for chunk in chunks)
+    return b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + body + end
+
+
+def lengths(*values):
+    lines = "".join(f"Content-Length: {value}\r\n" for value in values)
+    return b"HTTP/1.1 200 OK\r\n" + lines.encode() + b"\r\n" + SUCCESS
+
+
+# What the service does, and whether the events are to be "kept", "taken", or "either": the answer came whole, in a way.
+ANSWERS = [
+    ("it takes the events", send(TAKEN), "taken"),
+    ("it takes them in single bytes", send(*(bytes([byte]) for byte in TAKEN)), "taken"),
+    ("chunks", send(chunked(b'{"success"', b":true}")), "taken"),
+    ("trailers", send(chunked(SUCCESS, end=b"0\r\nX-Odd: 1\r\nContent-Length: 7\r\n\r\n")), "taken"),
+    ("a megabyte of trailers", send(chunked(SUCCESS, end=b"0\r\n" + b"X-Odd: 1\r\n" * 100000 + b"\r\n")), "either"),
+    ("chunks without an end", send(chunked(SUCCESS, end=b"")), "kept"),
+    ("a chunk of a negative size", send(chunked() + b"-1\r\n"), "either"),
+    ("a chunk of a huge size", send(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nffffffffffffffffff\r\n{"), "kept"),
+    ("a length that is too large", send(lengths(17)), "kept"),
+    ("a length that is too small", send(lengths(8)), "kept"),
+    ("a negative length", send(lengths(-1)), "either"),
+    ("a length that is no number", send(lengths("x")), "either"),
+    ("a length beyond all numbers", send(lengths("9" * 40)), "either"),
+    ("two lengths", send(lengths(16, 4)), "either"),
+    ("a length and chunks", send(b"HTTP/1.1 200 OK\r\nContent-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n10\r\n" +
+                                 SUCCESS + b"\r\n0\r\n\r\n"), "either"),
+    ("no length", send(b"HTTP/1.1 200 OK\r\n\r\n" + SUCCESS), "either"),
+    ("an earlier version", send(b"HTTP/1.0 200 OK\r\n\r\n" + SUCCESS), "either"),
+    ("no status", send(b"HTTP/1.1 \r\n\r\n" + SUCCESS), "kept"),
+    ("no HTTP", send(b"\x00\xff" * 4000), "kept"),
+    ("another protocol", send(b"SSH-2.0-Odd\r\n"), "kept"),
+    ("nothing", send(), "kept"),
+    ("an answer of 1 GB", endless(b"HTTP/1.1 200 OK\r\nContent-Length: 1073741824\r\n\r\n", b" " * 1048576, 1024), "kept"),
+    ("an answer without an end", endless(b"HTTP/1.1 200 OK\r\n\r\n", b" " * 1048576, 1024), "kept"),
+    ("chunks of 1 GB", endless(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n40000000\r\n", b" " * 1048576,
+                               1024), "kept"),
+    ("headers without an end", endless(b"HTTP/1.1 200 OK\r\n", b"X: " + b"y" * 1000 + b"\r\n", 200000), "kept"),
+    ("a header of 100 MB", endless(b"HTTP/1.1 200 OK\r\nX: ", b"y" * 1048576, 100), "kept"),
+    ("a compressed bomb", send(b"HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 16\r\n\r\n" + SUCCESS), "either"),
+    ("interim answers", send(b"HTTP/1.1 103 Early\r\nX: 1\r\n\r\n" * 100, TAKEN), "taken"),
+    ("interim answers without an end", endless(b"", b"HTTP/1.1 100 Continue\r\n\r\n" * 1000, 20000), "kept"),
+    ("it drips", drip, "either"), ("it says nothing", silence, "kept"),
+    ("a redirection", send(status(302, headers="Location: https://acme.lumora.example/report/events/\r\n")), "kept"),
+    ("a redirection to a file", send(status(301, headers="Location: file:///etc/passwd\r\n")), "kept"),
+    ("deep JSON", send(status(200, b"[" * 5000000)), "kept"),
+    ("a page", send(status(200, b"<html>")), "kept"), ("an empty answer", send(status(200)), "kept"),
+    ("no success", send(status(200, b'{"success":false}')), "kept"),
+    ("success in words", send(status(200, b'{"success":"true"}')), "kept"),
+    ("an array", send(status(200, b'[{"success":true}]')), "kept"),
+    ("half of JSON", send(status(200, b'{"success":true')), "kept"),
+    ("several upgrades", send(b"HTTP/1.1 101 Switching\r\nUpgrade: odd\r\n\r\n" + SUCCESS), "kept"),
+] + [(f"a status of {code}", send(status(code, b"{}")), "kept") for code in (204, 400, 401, 404, 429, 500, 503, 999)] + [
+    (f"a reset after {count} bytes", reset_after(count), "kept" if count < len(TAKEN) else "either")
+    for count in range(len(TAKEN) + 1)]
+STORMS = [("a storm of 429", status(429, b"slow down", "Retry-After: 1\r\n")), ("a storm of 503", status(503, b"busy"))]
+HANDSHAKES = ([(f"a certificate {kind}", kind, {"weak": True}) for kind in CERTIFICATES if kind != "good"] +
+              [("TLS 1.0", "good", {"version": ssl.TLSVersion.TLSv1, "weak": True}),
+               ("TLS 1.1", "good", {"version": ssl.TLSVersion.TLSv1_1}), ("no TLS", None, {})])
+SLOW = ("drips", "says nothing")
+
+
+class HostileService(Scenario):
+    name = "hostile-service"
+    tries = ("a service that resets the connection at every byte of its answer, drips, is silent, lies about lengths, "
+             "sends trailers, endless headers and 1 GB, storms of 429 and 503, and shows wrong certificates of every kind")
+    holds = ("the rows stay until the service has said that it took them; memory stays below 64 MiB; no call of the host "
+             "waits; a wrong certificate is shown nothing")
+
+    def prepare(self, suite):
+        self.certificates = Certificates(os.path.join(suite.folder, "certificates"))
+        self.cases = ([(name, self.try_answer, (answer, outcome)) for name, answer, outcome in ANSWERS] +
+                      [(name, self.try_storm, (answer,)) for name, answer in STORMS] +
+                      [(name, self.try_handshake, rest) for name, *rest in HANDSHAKES])
+
+    def rounds(self, size):
+        """For a short run a sample of the resets, and everything else."""
+        step = 16 if size == "ci" else 1
+        return [number for number, (name, *_) in enumerate(self.cases, 1)
+                if "a reset" not in name or number % step == 0]
+
+    def play(self, round):
+        name, attempt, arguments = self.cases[round.number - 1]
+        try:
+            attempt(round, *arguments)
+        except Exception as error:
+            error.args = (f"{name}: {error}",)
+            raise
+
+    def with_server(self, round, answer, context, act):
+        """A host that knows its configuration already, whose events go to the hostile server."""
+        folder = round.folder + "/host"
+        first = Host(round.suite, folder, round.service)
+        first.ask_all("init acme s3cret", "drain")
+        first.quit()
+        server = RawServer(context, answer)
+        server.ca = self.certificates.authority_file
+        host = Host(round.suite, folder, server)
+        try:
+            act(host, server, folder)
+            memory = host.peak_memory()
+            round.expect(memory < LARGEST_MEMORY, f"the host took {memory:.0f} MiB")
+            round.figures["most memory in MiB"] = max(round.figures["most memory in MiB"], int(memory) + 1)
+            host.quit()
+        finally:
+            server.stop()
+            host.process.kill()
+        round.count("attempts")
+
+    def ask(self, round, host, command):
+        """A call comes back at once, whatever the network does."""
+        start = time.monotonic()
+        result = host.ask(command)
+        taken = time.monotonic() - start
+        round.expect(taken < LONGEST_CALL, f"{command} took {taken:.2f} s")
+        return result
+
+    def report(self, round, host):
+        self.ask(round, host, "init acme s3cret")
+        for number in range(3):
+            self.ask(round, host, f"action e-{number}")
+        self.ask(round, host, "report-all")
+        self.ask(round, host, "can-report")
+        self.ask(round, host, "device-id")
+        host.ask("drain", 90)
+
+    def try_answer(self, round, answer, outcome):
+        def act(host, server, folder):
+            self.report(round, host)
+            # Of the last upload; the first of a life goes out before there is any of these.
+            left = set(waiting(folder))
+            every = {f"e-{number}" for number in range(3)}
+            sent = {name for name in every for request in server.requests if name.encode() in request.body}
+            round.expect(sent == every, f"the server got only {sorted(sent)}")
+            if outcome == "kept":
+                round.expect(left == every, f"rows are gone: {sorted(left)} are left")
+            elif outcome == "taken":
+                round.expect(not left, f"rows are left: {sorted(left)}")
+        self.with_server(round, answer, server_context(self.certificates.file("good")), act)
+
+    def try_storm(self, round, answer):
+        """Many uploads in a row are refused, then the service recovers."""
+        calm = []
+
+        def serve(request, connection):
+            connection.sendall(TAKEN if calm else answer)
+            return not calm
+
+        def act(host, server, folder):
+            self.report(round, host)
+            for _ in range(50):
+                self.ask(round, host, "report-all")
+            host.ask("drain", 90)
+            round.expect(len(waiting(folder)) == 3, "rows are gone")
+            calm.append(True)
+            host.ask_all("report-all", "drain")
+            round.expect(not waiting(folder), "rows are left")
+        self.with_server(round, serve, server_context(self.certificates.file("good")), act)
+
+    def try_handshake(self, round, kind, changes):
+        context = server_context(self.certificates.file(kind), **changes) if kind else None
+
+        def act(host, server, folder):
+            self.report(round, host)
+            round.expect(not server.requests, "it was sent a request")
+            round.expect(len(waiting(folder)) == 3, "rows are gone")
+        self.with_server(round, send(TAKEN), context, act)
