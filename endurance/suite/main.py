@@ -13,6 +13,7 @@ import threading
 import time
 import traceback
 
+from suite import page
 from suite.scenario import Failure, Round, Scenario
 from suite.service import Service
 
@@ -124,8 +125,7 @@ class Run:
             print(f"FAILED {name}: {what}\n   after {rate}\n"
                   f"   again: endurance/run {name} --{self.size} --seed {self.seed} --round {number}", flush=True)
         else:
-            figures = ", ".join(f"{count:,} {what}" for what, count in sorted(self.figures.items()))
-            print(f"ok {name}: {rate}" + (f": {figures}" if figures else ""), flush=True)
+            print(f"ok {name}: {rate}: {page.figures_of(self)}", flush=True)
 
 
 def options():
@@ -139,6 +139,8 @@ def options():
     parser.add_argument("--round", type=int, metavar="N", help="only this round")
     parser.add_argument("--seed", type=int, metavar="S", help="of the random numbers; default: a new one")
     parser.add_argument("--go-on", action="store_true", help="play the other rounds after a failure too")
+    parser.add_argument("--page", action="store_true",
+                        help="write the figures of this run into docs/reliability.md, when nothing failed")
     parser.add_argument("--keep", action="store_true", help="leave the temporary folder after a failure")
     parser.add_argument("--build", metavar="DIR", default=os.path.join(ROOT, "build/endurance"),
                         help="the build folder whose programs are run")
@@ -165,6 +167,8 @@ def main():
             runs[-1].play()
             runs[-1].report()
             failed += runs[-1].failure is not None
+        if chosen.page and not failed:
+            page.write(ROOT, chosen.size, seed, runs)
     finally:
         if chosen.keep and failed:
             print(f"The files are in {folder}")

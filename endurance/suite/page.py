@@ -1,0 +1,32 @@
+"""Writes the figures of a run into docs/reliability.md."""
+import datetime
+import os
+import subprocess
+
+BEGIN = "<!-- figures: written by endurance/run --page -->\n"
+END = "<!-- end of figures -->\n"
+
+
+def figures_of(run):
+    return ", ".join(f"{count:,} {what}" for what, count in sorted(run.figures.items())) or "not tried here"
+
+
+def write(root, size, seed, runs):
+    commit = subprocess.run(["git", "describe", "--always", "--dirty"], cwd=root, capture_output=True, text=True,
+                            check=True).stdout.strip()
+    day = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d")
+    minutes = sum(run.progress.seconds() for run in runs) / 60
+    lines = [f"The last long run: `endurance/run --{size} --seed {seed}` on {day}, commit `{commit}`, "
+             f"{os.cpu_count()} cores, {minutes:.0f} minutes. Every scenario held.", "",
+             "| scenario | what is tried | what held | rounds | figures |", "|---|---|---|---:|---|"]
+    for run in runs:
+        scenario = run.scenario
+        lines.append(f"| `{scenario.name}` | {scenario.tries} | {scenario.holds} | {run.progress.done:,} | "
+                     f"{figures_of(run)} |")
+    path = os.path.join(root, "docs/reliability.md")
+    with open(path) as file:
+        text = file.read()
+    before, rest = text.split(BEGIN)
+    after = rest.split(END)[1]
+    with open(path, "w") as file:
+        file.write(before + BEGIN + "\n".join(lines) + "\n" + END + after)

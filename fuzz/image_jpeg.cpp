@@ -1,0 +1,9 @@
+// A picture that claims to be a JPEG.
+
+#include "lumora/Platform/Linux/Images/ImageFormats.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+  lumora::ImageCheckBudget budget;
+  lumora::isWholeJPEG({reinterpret_cast<const char*>(data), size}, budget);
+  return 0;
+}
