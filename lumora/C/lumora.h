@@ -14,20 +14,21 @@
  *     lumora_report_action(lumora_string("coupon_applied"), coupon);
  *     lumora_free(coupon);
  *
- * Threads: any thread may call any function, unless it says otherwise. A call checks its arguments and enqueues the
- * work; what blocks says so. Callbacks come on the main thread, unless they say otherwise, and must not throw.
+ * Threads: any thread may call any function, unless it says otherwise. A call checks its arguments and
+ * enqueues the work; what blocks says so. Callbacks come on the main thread, unless they say otherwise, and
+ * must not throw.
  *
- * Texts are UTF-8 with their length; they may hold NUL. The library copies what it is given before a function returns,
- * and what it hands to a callback lasts until the callback returns. A text without bytes ({NULL, 0}) is no text, which
- * is something else than an empty one.
+ * Texts are UTF-8 with their length; they may hold NUL. The library copies what it is given before a function
+ * returns, and what it hands to a callback lasts until the callback returns. A text without bytes ({NULL, 0})
+ * is no text, which is something else than an empty one.
  *
- * Objects are handles: numbers that the caller frees with `lumora_free`, each once. 0 (`LUMORA_NONE`) is no object. A
- * handle that was freed, or one of another kind, is recognised: the function does nothing and says so. An object may be
- * used by several threads, and may be freed while another function uses it.
+ * Objects are handles: numbers that the caller frees with `lumora_free`, each once. 0 (`LUMORA_NONE`) is no
+ * object. A handle that was freed, or one of another kind, is recognised: the function does nothing and says
+ * so. An object may be used by several threads, and may be freed while another function uses it.
  *
- * Failures: a function gives a result; `lumora_result_text` explains it. Whatever it is, nothing was half done. What the
- * library itself refuses, such as an action without a name, is a line in its log and no result, since it is found on
- * the library's own queue.
+ * Failures: a function gives a result; `lumora_result_text` explains it. Whatever it is, nothing was half
+ * done. What the library itself refuses, such as an action without a name, is a line in its log and no
+ * result, since it is found on the library's own queue.
  */
 
 #include <stdbool.h>
@@ -54,7 +55,7 @@ enum {
   LUMORA_BAD_HANDLE = 1,
   /** A text that is not UTF-8, or that has a length and no bytes. */
   LUMORA_BAD_TEXT = 2,
-  /** A pointer that is null where one is needed, a structure of an unknown size, a number out of its range. */
+  /** A null pointer where one is needed, a structure of an unknown size, a number out of its range. */
   LUMORA_BAD_ARGUMENT = 3,
   /** A text that is not JSON of the kind that is needed, or nested deeper than 512. */
   LUMORA_BAD_JSON = 4,
@@ -116,8 +117,9 @@ LUMORA_C_API lumora_result lumora_free(lumora_handle object);
 /** @}
  *  @name Maps and lists
  *
- *  What payloads and launch options are made of. A value that is set again replaces the earlier one; a map or a list is
- *  copied into the one that takes it. `lumora_map_new` and `lumora_list_new` give 0 when memory is lacking.
+ *  What payloads and launch options are made of. A value that is set again replaces the earlier one; a map or
+ *  a list is copied into the one that takes it. `lumora_map_new` and `lumora_list_new` give 0 when memory is
+ *  lacking.
  *  @{ */
 
 LUMORA_C_API lumora_map lumora_map_new(void);
@@ -175,8 +177,9 @@ typedef struct lumora_notification {
 } lumora_notification;
 
 /**
- * What a host tells the library about itself and does for it. Every field may be left as `lumora_default_options` sets it;
- * what each path then is, and what happens without a callback, `lumora/Platform/Linux/LinuxPlatform.h` says.
+ * What a host tells the library about itself and does for it. Every field may be left as
+ * `lumora_default_options` sets it; what each path then is, and what happens without a callback,
+ * `lumora/Platform/Linux/LinuxPlatform.h` says.
  *
  * A map's entries that are no texts are left out. The library copies everything but the context.
  */
@@ -204,8 +207,8 @@ typedef struct lumora_options {
   lumora_text certificate_authority_file;
   lumora_text connect_to;
 
-  /** What every callback is given first; `free_context` is called with it when the library needs it no more: at once
-   *  when `lumora_install` fails, otherwise never. */
+  /** What every callback is given first; `free_context` is called with it when the library needs it no more:
+   *  at once when `lumora_install` fails, otherwise never. */
   void* context;
   void (*free_context)(void* context);
 
@@ -216,7 +219,8 @@ typedef struct lumora_options {
   /** Shows an alert; `lumora_alert_press` says which button was pressed. The host frees the alert. */
   void (*show_alert)(void* context, const lumora_alert_info* info, lumora_alert alert);
   /** Schedules a notification; `lumora_completion_finish` says how it went. The host frees the completion. */
-  void (*schedule_notification)(void* context, const lumora_notification* notification, lumora_completion completion);
+  void (*schedule_notification)(void* context, const lumora_notification* notification,
+                                lumora_completion completion);
   /** Draws an in-app message above whatever is shown: a JSON object that `LMRInApp.html` draws
    *  (`describeInAppMessage`). Both or neither of the two must be given. */
   void (*show_message)(void* context, uint64_t message, lumora_text description);
@@ -233,8 +237,8 @@ static inline lumora_options lumora_default_options(void) {
 }
 
 /**
- * Installs the platform with these options; NULL is every default. To be called once, before any function below, on the
- * thread that is the main thread from then on.
+ * Installs the platform with these options; NULL is every default. To be called once, before any function
+ * below, on the thread that is the main thread from then on.
  */
 LUMORA_C_API lumora_result lumora_install(const lumora_options* options);
 
@@ -242,12 +246,14 @@ LUMORA_C_API lumora_result lumora_install(const lumora_options* options);
 LUMORA_C_API lumora_result lumora_main_run(void);
 /** Any thread. */
 LUMORA_C_API lumora_result lumora_main_stop(void);
-/** Runs the tasks that wait now, for a host with a loop of its own; `count`, which may be NULL, becomes how many they
- *  were. Main thread; never blocks. */
+/** Runs the tasks that wait now, for a host with a loop of its own; `count`, which may be NULL, becomes how
+ *  many they were. Main thread; never blocks. */
 LUMORA_C_API lumora_result lumora_main_run_pending(size_t* count);
-/** A file descriptor that is readable while tasks wait; -1 before the installation. It is the library's: only poll it. */
+/** A file descriptor that is readable while tasks wait; -1 before the installation. It is the library's: only
+ *  poll it. */
 LUMORA_C_API int lumora_main_descriptor(void);
-/** Has a task run on the main thread. `free_context`, which may be NULL, is called after it, or at once on failure. */
+/** Has a task run on the main thread. `free_context`, which may be NULL, is called after it, or at once on
+ *  failure. */
 LUMORA_C_API lumora_result lumora_main_async(void (*task)(void* context), void* context,
                                              void (*free_context)(void* context));
 
@@ -255,12 +261,13 @@ LUMORA_C_API lumora_result lumora_main_async(void (*task)(void* context), void* 
 LUMORA_C_API lumora_result lumora_did_enter_background(void);
 LUMORA_C_API lumora_result lumora_will_enter_foreground(void);
 
-/** The person pressed a button, counted from 0; `text` is what the text field holds. Once for an alert; main thread. */
+/** The person pressed a button, counted from 0; `text` is what the text field holds. Once for an alert; main
+ *  thread. */
 LUMORA_C_API lumora_result lumora_alert_press(lumora_alert alert, int32_t button, lumora_text text);
 /** The notification was scheduled (no text), or could not be (why). Once; any thread. */
 LUMORA_C_API lumora_result lumora_completion_finish(lumora_completion completion, lumora_text error);
-/** The person tapped a part of a message, named as in its description's "elements"; `tapped`, which may be NULL, becomes
- *  false when the message is not shown or has no such part. Main thread. */
+/** The person tapped a part of a message, named as in its description's "elements"; `tapped`, which may be
+ *  NULL, becomes false when the message is not shown or has no such part. Main thread. */
 LUMORA_C_API lumora_result lumora_message_tap(uint64_t message, lumora_text element, bool* tapped);
 
 /** @}
@@ -268,7 +275,8 @@ LUMORA_C_API lumora_result lumora_message_tap(uint64_t message, lumora_text elem
  *  @{ */
 
 /** Starts the library for an account and an application secret. `launch_options` is a map or none. */
-LUMORA_C_API lumora_result lumora_initialize(lumora_text account, lumora_text secret, lumora_map launch_options);
+LUMORA_C_API lumora_result lumora_initialize(lumora_text account, lumora_text secret,
+                                             lumora_map launch_options);
 /** Seconds that a configuration request may take, at least 5. */
 LUMORA_C_API lumora_result lumora_set_timeout_interval(int64_t seconds);
 /** Uploads what is stored. */
@@ -281,8 +289,8 @@ LUMORA_C_API lumora_result lumora_end_all_sessions(lumora_text type);
 /** Forgets every open session; may wait for an event that is being stored. */
 LUMORA_C_API lumora_result lumora_discard_all_sessions(void);
 
-/** Records an action with its details, or none. What is changed in the details between this call and the recording is
- *  recorded too. */
+/** Records an action with its details, or none. What is changed in the details between this call and the
+ *  recording is recorded too. */
 LUMORA_C_API lumora_result lumora_report_action(lumora_text name, lumora_action details);
 /** The same with the details as a JSON object; no text is no details. */
 LUMORA_C_API lumora_result lumora_report_action_json(lumora_text name, lumora_text details);
@@ -304,9 +312,9 @@ LUMORA_C_API lumora_result lumora_associate_lead(lumora_lead lead);
 LUMORA_C_API lumora_lead lumora_lead_new(void);
 /** A missing or empty address, or one that is none, changes nothing. */
 LUMORA_C_API lumora_result lumora_lead_set_email(lumora_lead lead, lumora_text email);
-/** Any other attribute: "gender", "firstName", "lastName", "address", "city", "state", "country", "postalCode",
- *  "leadSource", "facebookId", "twitterId", "linkedInId", "dateOfBirth", "facebookProfileURL", "facebookPhotoURL", or a
- *  name of the host's own. A missing or empty text changes nothing. */
+/** Any other attribute: "gender", "firstName", "lastName", "address", "city", "state", "country",
+ *  "postalCode", "leadSource", "facebookId", "twitterId", "linkedInId", "dateOfBirth", "facebookProfileURL",
+ *  "facebookPhotoURL", or a name of the host's own. A missing or empty text changes nothing. */
 LUMORA_C_API lumora_result lumora_lead_set_text(lumora_lead lead, lumora_text key, lumora_text value);
 
 /** @}
@@ -324,15 +332,16 @@ LUMORA_C_API lumora_result lumora_handle_push(lumora_map payload);
 LUMORA_C_API lumora_result lumora_track_push(lumora_map notification);
 /** The person tapped a notification that `schedule_notification` was given, or its like. Main thread. */
 LUMORA_C_API lumora_result lumora_notification_tapped(const lumora_notification* notification);
-/** Takes a link that the platform opened in the host; `handled`, which may be NULL, becomes whether it begins the
- *  registration of a test device. Main thread. */
+/** Takes a link that the platform opened in the host; `handled`, which may be NULL, becomes whether it begins
+ *  the registration of a test device. Main thread. */
 LUMORA_C_API lumora_result lumora_open_url(lumora_text url, bool* handled);
 
 /** @}
  *  @name Secure mode
  *  @{ */
 
-/** What the host's own server signed; 0 when a field is missing or the address is none (the log names the field). */
+/** What the host's own server signed; 0 when a field is missing or the address is none (the log names the
+ *  field). */
 LUMORA_C_API lumora_signature lumora_signature_new(lumora_text access_key, lumora_text signature,
                                                    lumora_text timestamp, lumora_text email);
 /** Uploads what was held back, before it returns. None only removes the present signature. */
@@ -342,8 +351,9 @@ LUMORA_C_API bool lumora_is_secure_mode_enabled(void);
 /** @}
  *  @name Identifier and state
  *
- *  A text is written to a buffer of `capacity` bytes, with a NUL behind it; `length`, which may be NULL, becomes its
- *  length without the NUL, whether or not it fitted. A NULL buffer of capacity 0 only asks for the length.
+ *  A text is written to a buffer of `capacity` bytes, with a NUL behind it; `length`, which may be NULL,
+ *  becomes its length without the NUL, whether or not it fitted. A NULL buffer of capacity 0 only asks for
+ * the length.
  *  @{ */
 
 /** The identifier of this installation. */

@@ -63,11 +63,11 @@ Platform platformWith(const Platform& others, Services&... services) {
     (look(services), ...);
     return *service;
   };
-  return {chosen(others.settings),     chosen(others.keychain), chosen(others.urlLoader),
-          chosen(others.imageDecoder), chosen(others.queues),   chosen(others.application),
-          chosen(others.bundle),       chosen(others.alerts),   chosen(others.notifications),
-          chosen(others.device),       chosen(others.files),    chosen(others.sharedFiles),
-          chosen(others.clock),        chosen(others.log),      chosen(others.uuids),
+  return {chosen(others.settings),      chosen(others.keychain), chosen(others.urlLoader),
+          chosen(others.imageDecoder),  chosen(others.queues),   chosen(others.application),
+          chosen(others.bundle),        chosen(others.alerts),   chosen(others.notifications),
+          chosen(others.device),        chosen(others.files),    chosen(others.sharedFiles),
+          chosen(others.clock),         chosen(others.log),      chosen(others.uuids),
           chosen(others.networkChanges)};
 }
 

@@ -28,8 +28,7 @@ FakePlatform& FakePlatform::install() {
 
 Platform FakePlatform::platform() {
   return {settings,      keychain, urlLoader, imageDecoder, queues, application, bundle, alerts,
-          notifications, device,   files,     sharedFiles,  clock,  log,         uuids,
-          networkChanges};
+          notifications, device,   files,     sharedFiles,  clock,  log,         uuids,  networkChanges};
 }
 
 }  // namespace lumora::testing

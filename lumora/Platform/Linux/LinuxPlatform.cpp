@@ -93,10 +93,9 @@ struct LinuxPlatform::Services {
   LinuxClock clock;
   LinuxUUIDSource uuids;
   NetlinkChanges networkChanges;
-  const Platform platform{settings,    keychain,    urlLoader, imageDecoder,  queues,
-                          application, bundle,      alerts,    notifications, device,
-                          files,       sharedFiles, clock,     log,           uuids,
-                          networkChanges};
+  const Platform platform{settings, keychain, urlLoader,     imageDecoder,  queues, application,
+                          bundle,   alerts,   notifications, device,        files,  sharedFiles,
+                          clock,    log,      uuids,         networkChanges};
 };
 
 LinuxPlatform::LinuxPlatform(LinuxPlatformOptions options)

@@ -89,9 +89,9 @@ struct LinuxPlatformOptions {
 ///
 /// A host that installs no platform reaches the one that the library makes for itself by `defaultInstance`.
 ///
-/// A platform that ends before the process does is used no more once `Lumora::shutdown` has returned. In a child
-/// made by `fork` it does nothing, not even at its end: what its files, connections and threads do is the
-/// parent's business alone.
+/// A platform that ends before the process does is used no more once `Lumora::shutdown` has returned. In a
+/// child made by `fork` it does nothing, not even at its end: what its files, connections and threads do is
+/// the parent's business alone.
 ///
 /// When the process ends by `exit` or by a return from `main`, none of the options' functions is called any
 /// more, a request under way is aborted, and what the host called before is stored; that takes a second at
