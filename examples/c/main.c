@@ -37,6 +37,7 @@ int main(void) {
   check("free", lumora_free(purchase));
 
   run_main_thread();
-  printf("Lumora %s, %s\n", lumora_version(), lumora_is_initialized() ? "initialised" : "not initialised yet");
+  printf("Lumora %s, %s\n", lumora_version(),
+         lumora_is_initialized() ? "initialised" : "not initialised yet");
   return 0;
 }
