@@ -28,8 +28,9 @@ class LUMORA_EXPORT MessageScreens {
  public:
   /// Never 0, and never used twice.
   using MessageId = std::uint64_t;
-  /// A message appears above whatever is shown: what `describeInAppMessage` says of it, and "presentation",
-  /// 3 for one that fills the screen and 4 for one that leaves the content visible around it.
+  /// A message appears above whatever is shown: what `describeInAppMessage` says of it, whose "container"
+  /// tells a card from one that fills the screen, and "presentation", the style that the library asks for: 4
+  /// from system version 8 on (`Device::systemVersion`), 3 before.
   using Show = std::function<void(MessageId message, const Dictionary& description)>;
   /// It is to be taken away.
   using Dismiss = std::function<void(MessageId message)>;
