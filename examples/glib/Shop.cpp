@@ -1,6 +1,7 @@
 // What the person does, line by line, and what the library shows.
 #include "Shop.h"
 
+#include <chrono>
 #include <iostream>
 #include <sstream>
 #include <utility>
@@ -32,6 +33,13 @@ Shop::Shop(const std::string& connectTo, const std::string& authorities)
       platform_(*new lumora::LinuxPlatform(options(connectTo, authorities))) {
   lumora::installPlatform(platform_.platform());
   Lumora::sharedInstance().initializeWithTarrowID("acme", "s3cret");
+}
+
+/// The application's session ends with it. The alerts of the platform are this object's, so the library ends
+/// first: what was reported is stored, and goes out with the next run where this one had no time for it.
+Shop::~Shop() {
+  enterBackground();
+  Lumora::sharedInstance().shutdown(std::chrono::seconds(1));
 }
 
 lumora::LinuxPlatformOptions Shop::options(const std::string& connectTo, const std::string& authorities) {

@@ -52,9 +52,6 @@ int main(int argc, char** argv) {
   g_unix_signal_add(SIGINT, onSignal, loop);
   g_main_loop_run(loop);
 
-  // The application's session ends with it; what was reported is stored when the process ends, and goes out
-  // with the next run where this one has no time for it.
-  shop.enterBackground();
   g_io_channel_unref(input);
   g_main_loop_unref(loop);
 }

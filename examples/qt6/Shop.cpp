@@ -3,18 +3,34 @@
 
 #include <QDesktopServices>
 #include <QGuiApplication>
-#include <QTimer>
 #include <QUrl>
 #include <QVBoxLayout>
+#include <chrono>
+#include <utility>
 
 #include "Dialogs.h"
 #include "lumora/Facade/Lumora.h"
+#include "lumora/Facade/LumoraObserver.h"
 #include "lumora/Platform/Linux/LinuxApplication.h"
 #include "lumora/Platform/Linux/LinuxTaskQueues.h"
 
 using lumora::ApplicationState;
 using lumora::LifecycleNotification;
 using lumora::Lumora;
+
+namespace {
+
+/// It is told on the main queue, which runs in this thread.
+class Watcher : public lumora::LumoraObserver {
+ public:
+  explicit Watcher(Shop& shop) : shop_(shop) {}
+  void initialized() override { shop_.openWaitingLink(); }
+
+ private:
+  Shop& shop_;
+};
+
+}  // namespace
 
 // Messages and platform are kept until the process ends: the library uses them to the last moment.
 Shop::Shop(const std::string& connectTo, const std::string& authorities)
@@ -27,6 +43,7 @@ Shop::Shop(const std::string& connectTo, const std::string& authorities)
       mainQueueHasWork_(platform_.mainQueue().descriptor(), QSocketNotifier::Read),
       createProfile_("Create my profile") {
   lumora::installPlatform(platform_.platform());
+  Lumora::sharedInstance().setObserver(std::make_shared<Watcher>(*this));
   Lumora::sharedInstance().initializeWithTarrowID("acme", "s3cret");
   (new QVBoxLayout(this))->addWidget(&createProfile_);
   connect(&createProfile_, &QPushButton::clicked,
@@ -36,10 +53,12 @@ Shop::Shop(const std::string& connectTo, const std::string& authorities)
   connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &Shop::followState);
 }
 
-/// The application's session ends with its window; what was reported is stored when the process ends, and
-/// goes out with the next run where this one has no time for it.
+/// The application's session ends with its window. The alerts and messages of the platform are this object's,
+/// so the library ends first: what was reported is stored, and goes out with the next run where this one had
+/// no time for it.
 Shop::~Shop() {
   enterBackground();
+  Lumora::sharedInstance().shutdown(std::chrono::seconds(1));
 }
 
 lumora::LinuxPlatformOptions Shop::options(const std::string& connectTo, const std::string& authorities) {
@@ -73,11 +92,14 @@ void Shop::dismiss(lumora::MessageScreens::MessageId message) {
 
 /// A link can be there before the first configuration is: without that the library refuses every link.
 void Shop::openLink(const std::string& link) {
-  if (!Lumora::sharedInstance().sdkInitialized()) {
-    QTimer::singleShot(200, this, [this, link] { openLink(link); });
-    return;
+  waitingLink_ = link;
+  if (Lumora::sharedInstance().sdkInitialized()) openWaitingLink();
+}
+
+void Shop::openWaitingLink() {
+  if (const auto url = lumora::URL::parse(std::exchange(waitingLink_, {}))) {
+    Lumora::sharedInstance().applicationOpenURL(*url);
   }
-  if (const auto url = lumora::URL::parse(link)) Lumora::sharedInstance().applicationOpenURL(*url);
 }
 
 /// Another application in front of this one is this one's background.

@@ -21,6 +21,8 @@ class Shop : public QWidget {
 
   /// The system has opened a link in this application.
   void openLink(const std::string& link);
+  /// The library takes links from now on.
+  void openWaitingLink();
   QPushButton& createProfile() { return createProfile_; }
 
  private:
@@ -35,4 +37,5 @@ class Shop : public QWidget {
   lumora::LinuxPlatform& platform_;
   QSocketNotifier mainQueueHasWork_;
   QPushButton createProfile_;
+  std::string waitingLink_;
 };

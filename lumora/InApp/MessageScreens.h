@@ -30,7 +30,7 @@ class LUMORA_EXPORT MessageScreens {
   using MessageId = std::uint64_t;
   /// A message appears above whatever is shown: what `describeInAppMessage` says of it, whose "container"
   /// tells a card from one that fills the screen, and "presentation", the style that the library asks for: 4
-  /// from system version 8 on (`Device::systemVersion`), 3 before.
+  /// from system version 8 on (`Device::systemVersion`), 0 before.
   using Show = std::function<void(MessageId message, const Dictionary& description)>;
   /// It is to be taken away.
   using Dismiss = std::function<void(MessageId message)>;
