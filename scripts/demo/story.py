@@ -150,7 +150,7 @@ def tell_of_a_campaign(story, world):
     story.do("reports an action: collection_opened", "action", "collection_opened")
     story.do("the person closes the message", "tap", "close_button")
 
-    screen.step("The service stops the campaign: it disappears with its picture")
+    screen.step("The service stops the campaign, by its name alone: it disappears with its picture")
     world.service.knows(campaigns=[{"cid": CAMPAIGN["cid"], "status": "stop"}])
     story.pass_time(20)
     story.do("comes to the foreground", "foreground")
