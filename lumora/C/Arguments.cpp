@@ -59,9 +59,8 @@ const char* lumora_result_text(lumora_result result) {
       "memory is lacking",
       "a fault of the library; please report it",
   };
-  const auto index = static_cast<std::size_t>(result);
-  return result >= 0 && index < kTexts.size() ? kTexts.at(index)
-                                              : "a result of another version of the library";
+  const auto index = static_cast<std::size_t>(-std::int64_t{result});
+  return index < kTexts.size() ? kTexts.at(index) : "a result of another version of the library";
 }
 
 const char* lumora_version(void) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <optional>
@@ -47,6 +49,33 @@ std::optional<std::string> optionalText(lumora_text text);
 std::string requiredText(lumora_text text);
 /// The bytes; nothing for no bytes at all.
 std::optional<Data> optionalData(lumora_data data);
+
+/// Fails when a structure that begins with its size is none.
+template <typename Structure>
+void requireSize(const Structure* given) {
+  if (given == nullptr || given->size < sizeof(given->size)) throw Failure{LUMORA_BAD_ARGUMENT};
+}
+/// A structure that begins with its size: the fields that the caller knows of, and zeros. Fails without one.
+template <typename Structure>
+Structure sized(const Structure* given) {
+  requireSize(given);
+  Structure read{};
+  std::memcpy(&read, given, std::min(given->size, sizeof(read)));
+  read.size = sizeof(read);
+  return read;
+}
+/// The same where none means every default.
+template <typename Structure>
+Structure sizedOrDefault(const Structure* given) {
+  return given == nullptr ? Structure{} : sized(given);
+}
+
+/// A callback's context, which is freed once nothing calls that any more, or at once when memory is lacking.
+inline std::shared_ptr<void> owned(void* context, void (*free)(void* context)) {
+  return {context, [free](void* ended) {
+            if (free != nullptr) free(ended);
+          }};
+}
 
 /// The text as C sees it: valid while the string is.
 inline lumora_text view(std::string_view text) {

@@ -9,10 +9,6 @@
 namespace lumora::c {
 
 template <>
-inline constexpr Kind kindOf<LumoraActionMetaData> = Kind::action;
-template <>
-inline constexpr Kind kindOf<LumoraLead> = Kind::lead;
-template <>
 inline constexpr Kind kindOf<LMRSecuritySignature> = Kind::signature;
 
 inline Lumora& facade() {

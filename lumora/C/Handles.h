@@ -11,7 +11,7 @@
 
 namespace lumora::c {
 
-enum class Kind : std::uint8_t { none, map, list, action, lead, signature, alert, completion };
+enum class Kind : std::uint8_t { none, map, list, action, lead, signature, alert, completion, keeper };
 
 /// Which class stands behind a kind of handle: `kindOf<LumoraLead>`.
 template <typename Object>

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -71,13 +70,13 @@ std::map<std::string, std::string, std::less<>> texts(lumora_map map) {
   return texts;
 }
 
-/// The fields that a host of this or an older header set; a newer one's are beyond what is known here.
-void readOptions(const lumora_options* options, lumora_options& read) {
-  if (options == nullptr) return;
-  if (options->size < sizeof(options->size)) throw Failure{LUMORA_BAD_ARGUMENT};
-  std::memcpy(&read, options, std::min(options->size, sizeof(read)));
-  read.size = sizeof(read);
-  if ((read.show_message == nullptr) != (read.dismiss_message == nullptr)) throw Failure{LUMORA_BAD_ARGUMENT};
+std::vector<std::string> textList(lumora_list list) {
+  std::vector<std::string> texts;
+  if (list == LUMORA_NONE) return texts;
+  for (const Value& value : object<ValueList>(list)->contents()) {
+    if (const std::string* text = value.asString()) texts.push_back(*text);
+  }
+  return texts;
 }
 
 void showAlert(const lumora_options& host, const Alert& alert) {
@@ -123,15 +122,37 @@ void addTexts(const lumora_options& host, LinuxPlatformOptions& options) {
   options.systemVersion = optionalText(host.system_version);
   options.deviceName = optionalText(host.device_name);
   options.localeIdentifier = optionalText(host.locale_identifier);
+  options.preferredLanguages = textList(host.preferred_languages);
   options.carrierName = optionalText(host.carrier_name);
   options.machineIdentifier = optionalText(host.machine_identifier);
   options.certificateAuthorityFile = path(host.certificate_authority_file);
   options.connectTo = path(host.connect_to);
 }
 
-void addCallbacks(const lumora_options& host, LinuxPlatformOptions& options) {
+LogDestination logDestination(lumora_log_destination destination) {
+  switch (destination) {
+    case LUMORA_LOG_STANDARD_ERROR:
+      return LogDestination::standardError;
+    case LUMORA_LOG_BARE_STANDARD_ERROR:
+      return LogDestination::bareStandardError;
+    case LUMORA_LOG_SYSLOG:
+      return LogDestination::syslog;
+    case LUMORA_LOG_JOURNAL:
+      return LogDestination::journal;
+    default:
+      throw Failure{LUMORA_BAD_ARGUMENT};
+  }
+}
+
+void addLog(const lumora_options& host, LinuxPlatformOptions& options) {
+  if (host.log_detail > LUMORA_LOG_TRACE) throw Failure{LUMORA_BAD_ARGUMENT};
+  options.logDetail = host.log_detail == LUMORA_LOG_TRACE ? LogDetail::trace : LogDetail::forDevelopers;
+  options.logSink = logDestination(host.log_destination);
   if (host.log != nullptr)
     options.logSink = [host](std::string_view message) { host.log(host.context, view(message)); };
+}
+
+void addCallbacks(const lumora_options& host, LinuxPlatformOptions& options) {
   if (host.open_url != nullptr)
     options.urlOpener = [host](const URL& url) {
       return host.open_url(host.context, view(url.absoluteString()));
@@ -159,8 +180,11 @@ std::unique_ptr<MessageScreens> makeScreens(const lumora_options& host, LinuxPla
 }
 
 void install(const lumora_options& host) {
+  if ((host.show_message == nullptr) != (host.dismiss_message == nullptr)) throw Failure{LUMORA_BAD_ARGUMENT};
   LinuxPlatformOptions options;
+  if (host.starts_in_background) options.initialState = ApplicationState::background;
   addTexts(host, options);
+  addLog(host, options);
   addCallbacks(host, options);
   auto screens = makeScreens(host, options);
   auto made = std::make_unique<LinuxPlatform>(std::move(options));
@@ -178,10 +202,7 @@ void requireMainThread() {
 }
 
 NotificationRequest notificationRequest(const lumora_notification* notification) {
-  lumora_notification read{};
-  if (notification == nullptr || notification->size < sizeof(notification->size))
-    throw Failure{LUMORA_BAD_ARGUMENT};
-  std::memcpy(&read, notification, std::min(notification->size, sizeof(read)));
+  const lumora_notification read = sized(notification);
   const auto userInfo = optionalText(read.user_info);
   return {.identifier = path(read.identifier),
           .categoryIdentifier = path(read.category),
@@ -210,9 +231,9 @@ lumora_result post(lumora::ApplicationState state, LifecycleNotification notific
 }  // namespace
 
 lumora_result lumora_install(const lumora_options* options) {
-  lumora_options host = lumora_default_options();
+  lumora_options host{};
   const lumora_result result = guarded([&] {
-    readOptions(options, host);
+    host = sizedOrDefault(options);
     install(host);
   });
   if (result != LUMORA_OK && host.free_context != nullptr) host.free_context(host.context);
@@ -245,11 +266,9 @@ int lumora_main_descriptor(void) {
 lumora_result lumora_main_async(void (*task)(void* context), void* context,
                                 void (*free_context)(void* context)) {
   return guarded([&] {
-    const std::shared_ptr<void> owned(context, [free_context](void* ended) {
-      if (free_context != nullptr) free_context(ended);
-    });
+    const auto kept = owned(context, free_context);
     if (task == nullptr) throw Failure{LUMORA_BAD_ARGUMENT};
-    linuxPlatform().mainQueue().async([task, owned] { task(owned.get()); });
+    linuxPlatform().mainQueue().async([task, kept] { task(kept.get()); });
   });
 }
 

@@ -1,12 +1,11 @@
 // What a host calls on the facade: initialisation, tracking, secure mode, state.
 #include "lumora/C/Arguments.h"
 #include "lumora/C/Collections.h"
-#include "lumora/C/Facade.h"
+#include "lumora/C/Drafts.h"
 
 using namespace lumora::c;
 using lumora::LMRSecuritySignature;
 using lumora::LumoraActionMetaData;
-using lumora::LumoraLead;
 
 lumora_result lumora_initialize(lumora_text account, lumora_text secret, lumora_map launch_options) {
   return guarded([&] {
@@ -41,8 +40,8 @@ lumora_result lumora_discard_all_sessions(void) {
 
 lumora_result lumora_report_action(lumora_text name, lumora_action details) {
   return guarded([&] {
-    auto metaData = optionalObject<LumoraActionMetaData>(details);
-    facade().reportAction(optionalText(name), std::move(metaData));
+    const auto draft = optionalObject<ActionDraft>(details);
+    facade().reportAction(optionalText(name), draft ? draft->handOver() : nullptr);
   });
 }
 
@@ -58,7 +57,7 @@ lumora_result lumora_report_action_json(lumora_text name, lumora_text details) {
 }
 
 lumora_result lumora_associate_lead(lumora_lead lead) {
-  return guarded([&] { facade().associateLead(object<LumoraLead>(lead)); });
+  return guarded([&] { facade().associateLead(object<LeadDraft>(lead)->handOver()); });
 }
 
 lumora_result lumora_set_signature(lumora_signature signature) {

@@ -1,6 +1,9 @@
 // What a C caller may do wrong, and what it gets for it; what crosses the border arrives as it was.
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -80,7 +83,13 @@ TEST_F(CInterfaceTest, BadArgumentsChangeNothing) {
   EXPECT_EQ(lumora_main_async(nullptr, nullptr, nullptr), LUMORA_BAD_ARGUMENT);
   EXPECT_EQ(lumora_get_device_id(small, sizeof(small), &length), LUMORA_BUFFER_TOO_SMALL);
   EXPECT_GT(length, sizeof(small));
-  EXPECT_STREQ(lumora_result_text(-1), lumora_result_text(1000));
+  EXPECT_STREQ(lumora_result_text(1), lumora_result_text(-1000));
+  EXPECT_STRNE(lumora_result_text(LUMORA_INTERNAL_ERROR), lumora_result_text(LUMORA_INTERNAL_ERROR - 1));
+  EXPECT_EQ(lumora_set_tracking_consent(3, false), LUMORA_BAD_ARGUMENT);
+  EXPECT_EQ(lumora_get_status(nullptr), LUMORA_BAD_ARGUMENT);
+  const lumora_observer sizeless{};
+  EXPECT_EQ(lumora_set_observer(&sizeless), LUMORA_BAD_ARGUMENT);
+  EXPECT_EQ(lumora_keeper_new(nullptr, nullptr), LUMORA_BAD_ARGUMENT);
   EXPECT_EQ(stored().find("key"), std::string::npos);
 }
 
@@ -92,7 +101,10 @@ TEST_F(CInterfaceTest, ARefusedInstallationFreesItsContext) {
   EXPECT_EQ(lumora_install(&options), LUMORA_ALREADY_INSTALLED);
   options.show_message = [](void*, std::uint64_t, lumora_text) {};
   EXPECT_EQ(lumora_install(&options), LUMORA_BAD_ARGUMENT);
-  EXPECT_EQ(freed, 2);
+  options.show_message = nullptr;
+  options.log_destination = 4;
+  EXPECT_EQ(lumora_install(&options), LUMORA_BAD_ARGUMENT);
+  EXPECT_EQ(freed, 3);
 }
 
 TEST_F(CInterfaceTest, WhatIsReportedIsRecordedAsItWas) {
@@ -118,6 +130,117 @@ TEST_F(CInterfaceTest, WhatIsReportedIsRecordedAsItWas) {
             std::string::npos)
       << events;
   EXPECT_NE(events.find(R"("a":[1,{"b":null}])"), std::string::npos) << events;
+}
+
+TEST_F(CInterfaceTest, DetailsMayBeChangedAndReportedAgain) {
+  const lumora_action action = lumora_action_new();
+  for (const char* value : {"first", "second"}) {
+    EXPECT_EQ(lumora_action_set_text(action, lumora_string("which"), lumora_string(value)), LUMORA_OK);
+    EXPECT_EQ(lumora_report_action(lumora_string("again"), action), LUMORA_OK);
+  }
+  const std::string events = stored();
+  EXPECT_NE(events.find(R"("which":"first")"), std::string::npos) << events;
+  EXPECT_NE(events.find(R"("which":"second")"), std::string::npos) << events;
+}
+
+struct Watched {
+  int initialized = 0, freed = 0;
+  std::string failure;
+};
+
+lumora_observer watcher(Watched& watched) {
+  lumora_observer observer{};
+  observer.size = sizeof(observer);
+  observer.context = &watched;
+  observer.free_context = [](void* context) { ++static_cast<Watched*>(context)->freed; };
+  observer.initialized = [](void* context) { ++static_cast<Watched*>(context)->initialized; };
+  observer.initialization_failed = [](void* context, const lumora_error* error) {
+    static_cast<Watched*>(context)->failure =
+        std::to_string(error->reason) + std::string(error->message.bytes, error->message.length);
+  };
+  return observer;
+}
+
+TEST_F(CInterfaceTest, AnObserverIsToldUntilItIsReplacedAndFreedThen) {
+  Watched first;
+  Watched second;
+  lumora_observer observer = watcher(first);
+  EXPECT_EQ(lumora_set_observer(&observer), LUMORA_OK);
+  lumora_initialize(lumora_string(""), lumora_string("s3cret"), LUMORA_NONE);
+  host_.queues.runAll();
+  EXPECT_EQ(first.failure, std::to_string(LUMORA_REASON_CREDENTIALS_MISSING));
+
+  // A host of an older header knows only the fields up to the one that it needs; what lies behind is not
+  // read.
+  observer = watcher(second);
+  observer.size = offsetof(lumora_observer, initialization_failed);
+  EXPECT_EQ(lumora_set_observer(&observer), LUMORA_OK);
+  EXPECT_EQ(first.freed, 1);
+  lumora_initialize(lumora_string("acme"), lumora_string(""), LUMORA_NONE);
+  host_.bundle.setInfoValue("CFBundleShortVersionString", "1.0");
+  host_.urlLoader.enqueue(200, R"({"success":true})");
+  lumora_initialize(lumora_string("acme"), lumora_string("s3cret"), LUMORA_NONE);
+  host_.queues.runAll();
+  EXPECT_EQ(second.initialized, 1);
+  EXPECT_EQ(second.failure, "");
+  EXPECT_EQ(lumora_set_observer(nullptr), LUMORA_OK);
+  EXPECT_EQ(second.freed, 1);
+  EXPECT_EQ(first.initialized, 0);
+}
+
+TEST_F(CInterfaceTest, TheStatusIsWrittenAsFarAsTheCallersStructureReaches) {
+  // 255 bytes are the first of a character of two.
+  const std::string longMessage = std::string(254, 'x') + "\xC3\xA4" + std::string(50, 'y');
+  host_.bundle.setInfoValue("CFBundleShortVersionString", "1.0");
+  host_.urlLoader.enqueue(200, R"({"success":false,"message":")" + longMessage + R"("})");
+  lumora_initialize(lumora_string("acme"), lumora_string("s3cret"), LUMORA_NONE);
+  host_.queues.runAll();
+  lumora_status status;
+  std::memset(&status, 0xAA, sizeof(status));
+  status.size = sizeof(status) + 8;  // As a newer header knows it: its own fields stay.
+  struct {
+    lumora_status known;
+    std::uint64_t newer = 7;
+  } larger{status};
+  EXPECT_EQ(lumora_get_status(&larger.known), LUMORA_OK);
+  EXPECT_EQ(larger.newer, 7U);
+  EXPECT_FALSE(larger.known.is_initialized);
+  EXPECT_EQ(larger.known.waiting_events, 1);
+  EXPECT_GT(larger.known.last_sync, 0);
+  EXPECT_EQ(larger.known.last_upload, 0);
+  EXPECT_EQ(larger.known.last_error, std::uint32_t{LUMORA_REASON_REFUSED});
+  EXPECT_EQ(larger.known.last_error_message, std::string(254, 'x'));
+
+  status.size = offsetof(lumora_status, waiting_events);
+  EXPECT_EQ(lumora_get_status(&status), LUMORA_OK);
+  EXPECT_FALSE(status.is_blocked);
+  EXPECT_EQ(status.waiting_events, static_cast<std::int64_t>(0xAAAAAAAAAAAAAAAA));
+}
+
+TEST_F(CInterfaceTest, DeniedConsentIgnoresCallsAndErasesWhatWaits) {
+  lumora_report_action(lumora_string("kept"), LUMORA_NONE);
+  EXPECT_NE(stored().find("kept"), std::string::npos);
+  EXPECT_EQ(lumora_set_tracking_consent(LUMORA_CONSENT_DENIED, true), LUMORA_OK);
+  EXPECT_EQ(lumora_tracking_consent(), std::uint32_t{LUMORA_CONSENT_DENIED});
+  EXPECT_EQ(lumora_report_action(lumora_string("ignored"), LUMORA_NONE), LUMORA_OK);
+  host_.queues.runAll();
+  EXPECT_EQ(lumora_set_tracking_consent(LUMORA_CONSENT_GRANTED, false), LUMORA_OK);
+  const std::string events = stored();
+  EXPECT_EQ(events.find("kept"), std::string::npos) << events;
+  EXPECT_EQ(events.find("ignored"), std::string::npos) << events;
+}
+
+TEST_F(CInterfaceTest, AKeeperLivesAsLongAsItsHandle) {
+  lumora_keeper keeper = 7;
+  lumora_keeper_options options{sizeof(options), -1, 0};
+  EXPECT_EQ(lumora_keeper_new(&options, &keeper), LUMORA_BAD_ARGUMENT);
+  EXPECT_EQ(keeper, LUMORA_NONE);
+  options.upload_after = INT64_MAX;
+  EXPECT_EQ(lumora_keeper_new(&options, &keeper), LUMORA_OK);
+  EXPECT_EQ(lumora_action_set_metric(keeper, 1), LUMORA_BAD_HANDLE);
+  EXPECT_EQ(lumora_free(keeper), LUMORA_OK);
+  EXPECT_EQ(lumora_keeper_new(nullptr, &keeper), LUMORA_OK);
+  EXPECT_EQ(lumora_free(keeper), LUMORA_OK);
 }
 
 }  // namespace
