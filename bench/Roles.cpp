@@ -5,6 +5,7 @@ namespace lumora_bench {
 std::span<const Measure> allMeasures() {
   static constexpr Measure measures[] = {
       {"caller-latency", measureCallerLatency},
+      {"call-cost", measureCallCost},
       {"event-burst", measureEventBurst},
       {"event-wait", measureEventWait},
       {"event-save", measureEventSave},

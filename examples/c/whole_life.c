@@ -1,5 +1,5 @@
-/* A host in C that uses all of the library against the local service: it is told what goes on, shows notifications and
- * messages (here a person taps each at once), reports, signs, uploads and ends.
+/* A host in C that uses all of the library against the local service: it is told what goes on, shows
+ * notifications and messages (here a person taps each at once), reports, signs, uploads and ends.
  *
  *   whole_life HOST:PORT CA-FILE DATA-FOLDER RESOURCES-FOLDER
  *
@@ -84,7 +84,8 @@ static void show_message(void* context, uint64_t message, lumora_text descriptio
   if (kept == NULL) exit(1);
   *kept = message;
   ((life*)context)->shown++;
-  printf("shown, %s\n", description.length > 0 && description.bytes[0] == '{' ? "described" : "not described");
+  printf("shown, %s\n",
+         description.length > 0 && description.bytes[0] == '{' ? "described" : "not described");
   must("later", lumora_main_async(tap_message, kept, free));
 }
 
@@ -177,8 +178,9 @@ static void report_person(void) {
 
 /* What the host's server has signed; until then secure mode holds the uploads back. */
 static void sign(void) {
-  lumora_signature signature = lumora_signature_new(lumora_string("key"), lumora_string("c2lnbmVk"),
-                                                    lumora_string("1700000000"), lumora_string("ada@example.com"));
+  lumora_signature signature =
+      lumora_signature_new(lumora_string("key"), lumora_string("c2lnbmVk"), lumora_string("1700000000"),
+                           lumora_string("ada@example.com"));
   must("sign", lumora_set_signature(signature));
   must("free", lumora_free(signature));
 }
@@ -189,9 +191,10 @@ static void push(life* own) {
   lumora_map payload = LUMORA_NONE;
   lumora_notification tapped;
   must("token", lumora_register_push_token((lumora_data){token, sizeof token}));
-  must("payload", lumora_map_from_json(lumora_string("{\"aps\": {\"alert\": \"Hello\"},"
-                                                     " \"vs\": {\"cid\": \"c1\", \"a\": \"acme.example/push\"}}"),
-                                       &payload));
+  must("payload",
+       lumora_map_from_json(lumora_string("{\"aps\": {\"alert\": \"Hello\"},"
+                                          " \"vs\": {\"cid\": \"c1\", \"a\": \"acme.example/push\"}}"),
+                            &payload));
   must("push", lumora_handle_push(payload));
   must("free", lumora_free(payload));
   for (int turn = 0; turn < 1000 && own->identifier[0] == '\0'; turn++) run_until(NULL, 0, 10);
