@@ -7,7 +7,7 @@ set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Lumora")
 
 # Everything that is installed, without the tests. ./demo builds less than that, so the installation looks first.
 add_custom_target(lumora_installable DEPENDS lumora lumora_testing lumora_core)
-if(PROJECT_IS_TOP_LEVEL)
+if(PROJECT_IS_TOP_LEVEL AND LUMORA_BUILD_PROGRAMS)
   add_dependencies(lumora_installable lumora-host lumora-service)
 endif()
 install(CODE "
