@@ -1,6 +1,7 @@
 // The database's file: its folder and rights, its tables, and what becomes of a corrupt one.
 #include <date/date.h>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <chrono>
