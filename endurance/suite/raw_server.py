@@ -30,13 +30,15 @@ def run(*command, folder):
 
 
 class Certificates:
-    """Made on first use, in a folder; `authority_file` is what a host is told to trust."""
+    """One of each kind, in a folder; `authority_file` is what a host is told to trust."""
 
     def __init__(self, folder):
         self.folder = folder
         os.makedirs(folder)
         for name in ("trusted", "other"):
             self.make_authority(name)
+        for kind in CERTIFICATES:
+            self.make(kind)
         self.authority_file = os.path.join(folder, "trusted.pem")
 
     def make_authority(self, name):
@@ -45,12 +47,11 @@ class Certificates:
 
     def file(self, kind):
         """A file with a certificate of that kind and its key."""
-        number = list(CERTIFICATES).index(kind)
-        target = os.path.join(self.folder, f"{number}.both")
-        if os.path.exists(target):
-            return target
+        return os.path.join(self.folder, f"{list(CERTIFICATES).index(kind)}.both")
+
+    def make(self, kind):
+        name = str(list(CERTIFICATES).index(kind))
         made = CERTIFICATES[kind]
-        name = str(number)
         key = made.get("key", ["ec", "-pkeyopt", "ec_paramgen_curve:P-256"])
         run("openssl", "req", "-newkey", *key, "-nodes", "-subj", f"/CN={HOST}", "-keyout", f"{name}.key", "-out",
             f"{name}.csr", folder=self.folder)
@@ -59,18 +60,13 @@ class Certificates:
                        f"extendedKeyUsage={made.get('usage', 'serverAuth')}\nbasicConstraints=CA:FALSE\n")
         authority = made.get("authority", "trusted")
         chain = []
-        if authority == "leaf":
-            authority, chain = self.leaf_as_authority()
+        if authority == "leaf":  # Of the good one, which is made first.
+            authority, chain = "0", ["0.pem"]
         self.sign(name, authority, made.get("dates", ["-days", "30"]))
-        with open(target, "w") as both:
+        with open(self.file(kind), "w") as both:
             for part in (f"{name}.pem", f"{name}.key", *chain):
                 with open(os.path.join(self.folder, part)) as file:
                     both.write(file.read())
-        return target
-
-    def leaf_as_authority(self):
-        self.file("good")
-        return "0", ["0.pem"]
 
     def sign(self, name, authority, dates):
         signer = ["-signkey", f"{name}.key"] if authority is None else ["-CA", f"{authority}.pem", "-CAkey",
@@ -118,8 +114,11 @@ class RawServer:
     def serve(self, connection):
         try:
             connection.settimeout(30)
-            if self.context:
-                connection = self.context.wrap_socket(connection, server_side=True)
+            if not self.context:
+                connection.recv(1)  # The client's greeting, which no HTTP server knows.
+                connection.sendall(b"HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\n\r\n")
+                return
+            connection = self.context.wrap_socket(connection, server_side=True)
             while request := self.read(connection):
                 self.requests.append(request)
                 if not self.answer(request, connection):
