@@ -296,7 +296,7 @@ LUMORA_C_API lumora_result lumora_main_stop(void);
 /** Runs the tasks that wait now, for a host with a loop of its own; `count`, which may be NULL, becomes how
  * many they were. Main thread; never blocks. */
 LUMORA_C_API lumora_result lumora_main_run_pending(size_t* count);
-/** A file descriptor that is readable while tasks wait; -1 before the installation. It is the library's: only
+/** A file descriptor that is readable while tasks wait; -1 when memory is lacking. It is the library's: only
  * poll it. */
 LUMORA_C_API int lumora_main_descriptor(void);
 /** Has a task run on the main thread. `free_context`, which may be NULL, is called after it, or at once on

@@ -189,10 +189,10 @@ TEST_F(CInterfaceTest, AnObserverIsToldUntilItIsReplacedAndFreedThen) {
 }
 
 TEST_F(CInterfaceTest, TheStatusIsWrittenAsFarAsTheCallersStructureReaches) {
-  // 255 bytes are the first of a character of two.
+  // The byte 255 is the first of a character of two.
   const std::string longMessage = std::string(254, 'x') + "\xC3\xA4" + std::string(50, 'y');
   host_.bundle.setInfoValue("CFBundleShortVersionString", "1.0");
-  host_.urlLoader.enqueue(200, R"({"success":false,"message":")" + longMessage + R"("})");
+  host_.urlLoader.enqueue(200, R"({"success":false,"error_message":")" + longMessage + R"("})");
   lumora_initialize(lumora_string("acme"), lumora_string("s3cret"), LUMORA_NONE);
   host_.queues.runAll();
   lumora_status status;
