@@ -191,6 +191,7 @@ TEST_F(CInterfaceTest, AnObserverIsToldUntilItIsReplacedAndFreedThen) {
 TEST_F(CInterfaceTest, TheStatusIsWrittenAsFarAsTheCallersStructureReaches) {
   // The byte 255 is the first of a character of two.
   const std::string longMessage = std::string(254, 'x') + "\xC3\xA4" + std::string(50, 'y');
+  lumora_report_action(lumora_string("waits"), LUMORA_NONE);
   host_.bundle.setInfoValue("CFBundleShortVersionString", "1.0");
   host_.urlLoader.enqueue(200, R"({"success":false,"error_message":")" + longMessage + R"("})");
   lumora_initialize(lumora_string("acme"), lumora_string("s3cret"), LUMORA_NONE);
@@ -206,7 +207,7 @@ TEST_F(CInterfaceTest, TheStatusIsWrittenAsFarAsTheCallersStructureReaches) {
   EXPECT_EQ(larger.newer, 7U);
   EXPECT_FALSE(larger.known.is_initialized);
   EXPECT_EQ(larger.known.waiting_events, 1);
-  EXPECT_GT(larger.known.last_sync, 0);
+  EXPECT_GT(larger.known.last_error_date, 0);
   EXPECT_EQ(larger.known.last_upload, 0);
   EXPECT_EQ(larger.known.last_error, std::uint32_t{LUMORA_REASON_REFUSED});
   EXPECT_EQ(larger.known.last_error_message, std::string(254, 'x'));
