@@ -34,6 +34,13 @@ DatabaseFault::Kind faultOf(int extendedResult) {
   }
 }
 
+/// Whether a commit that failed has taken effect all the same: these come after the journal is gone. Whoever
+/// stored the same again would have it twice.
+bool isCommitted(int extendedResult) {
+  return extendedResult == SQLITE_IOERR_DIR_FSYNC || extendedResult == SQLITE_IOERR_UNLOCK ||
+         extendedResult == SQLITE_IOERR_RDLOCK;
+}
+
 /// SQLite's message, and what the system said.
 std::string reasonOf(sqlite3* database) {
   std::string reason = sqlite3_errmsg(database);
@@ -176,7 +183,10 @@ OstrelSQLiteManager::Transaction::~Transaction() {
 
 DatabaseFault OstrelSQLiteManager::Transaction::commit() {
   // Not after a fault: SQLite may have undone what came before it, and the rest is not to stand alone.
-  if (!fault()) sql_.note(sqlite3_exec(sql_.db_, "COMMIT", nullptr, nullptr, nullptr));
+  if (!fault()) {
+    const int result = sqlite3_exec(sql_.db_, "COMMIT", nullptr, nullptr, nullptr);
+    if (result == SQLITE_OK || !isCommitted(sqlite3_extended_errcode(sql_.db_))) sql_.note(result);
+  }
   sql_.endTransaction();
   return fault();
 }
