@@ -5,6 +5,7 @@
 
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/Lumora.h"
+#include "lumora/Platform/Texts.h"
 #include "lumora/Util/CallGate.h"
 #include "lumora/Util/CompareVersions.h"
 #include "lumora/Util/LMRSettingsKeys.h"
@@ -24,10 +25,6 @@ constexpr double secondsBeforeForegroundCopy = 1.0;
 
 bool hasNotificationCenter() {
   return compareVersions(platform().device.systemVersion(), "10") >= 0;
-}
-
-std::string hexadecimalText(const Data& bytes) {
-  return fmt::format("{:02x}", fmt::join(bytes, ""));
 }
 
 /// The tap action of a payload; null when it has none.

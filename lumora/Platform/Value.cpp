@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "lumora/Platform/ASCII.h"
+#include "lumora/Platform/Texts.h"
 
 namespace lumora {
 namespace {
@@ -222,7 +223,7 @@ std::string Value::description(int depth) const {
     case Kind::string:
       return *asString();
     case Kind::data:
-      return fmt::format("<{:02x}>", fmt::join(*asData(), ""));
+      return "<" + hexadecimalText(*asData()) + ">";
     case Kind::date:
       return fmt::format("{:f} seconds since 1970", secondsSince1970(*asDate()));
     case Kind::url:

@@ -9,6 +9,7 @@
 
 #include "lumora/Platform/FileLock.h"
 #include "lumora/Platform/JSON.h"
+#include "lumora/Platform/Texts.h"
 #include "lumora/Storage/DatabaseTables.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/Log.h"
@@ -64,7 +65,7 @@ int insertRows(OstrelSQLiteManager& sql, const DatabaseTable& table, const Rows&
   std::string places;
   for (std::size_t column = 0; column < table.columns.size(); ++column) places += column == 0 ? "?" : ",?";
   const std::string statement = fmt::format("INSERT OR IGNORE INTO {} ({}) VALUES ({})", table.name,
-                                            fmt::join(table.columns, ","), places);
+                                            joined(table.columns, ","), places);
   const int before = sql.changedRows();
   for (const auto& [id, row] : rows) {
     if (const auto values = valuesOf(table, row)) sql.doQuery(statement, *values);

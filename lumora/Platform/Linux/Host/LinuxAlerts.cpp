@@ -6,6 +6,8 @@
 
 #include <utility>
 
+#include "lumora/Platform/Texts.h"
+
 namespace lumora {
 
 LinuxAlerts::LinuxAlerts(Presenter presenter, SystemLog& log) : presenter_(std::move(presenter)), log_(log) {}
@@ -14,8 +16,7 @@ void LinuxAlerts::show(Alert alert) {
   if (presenter_) {
     presenter_(std::move(alert));
   } else {
-    log_.write(
-        fmt::format("Alert: {}: {} [{}]", alert.title, alert.message, fmt::join(alert.buttons, "] [")));
+    log_.write(fmt::format("Alert: {}: {} [{}]", alert.title, alert.message, joined(alert.buttons, "] [")));
   }
 }
 
