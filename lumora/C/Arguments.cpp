@@ -3,11 +3,24 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 
 #include "lumora/Platform/JSON.h"
 #include "lumora/Util/LumoraConstants.h"
 
 namespace lumora::c {
+
+lumora_result resultOfException() noexcept {
+  try {
+    throw;
+  } catch (const Failure& failure) {
+    return failure.result;
+  } catch (const std::bad_alloc&) {
+    return LUMORA_OUT_OF_MEMORY;
+  } catch (...) {
+    return LUMORA_INTERNAL_ERROR;
+  }
+}
 
 std::optional<std::string> optionalText(lumora_text text) {
   if (text.bytes == nullptr) {

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstring>
 #include <memory>
-#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,18 +20,17 @@ struct Failure {
   lumora_result result;
 };
 
+/// What the exception that is being handled means to a C host.
+lumora_result resultOfException() noexcept;
+
 /// Runs a call. Nothing is thrown past it.
 template <typename Call>
 lumora_result guarded(Call&& call) noexcept {
   try {
     std::forward<Call>(call)();
     return LUMORA_OK;
-  } catch (const Failure& failure) {
-    return failure.result;
-  } catch (const std::bad_alloc&) {
-    return LUMORA_OUT_OF_MEMORY;
   } catch (...) {
-    return LUMORA_INTERNAL_ERROR;
+    return resultOfException();
   }
 }
 
