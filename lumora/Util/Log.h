@@ -4,17 +4,10 @@
 
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "lumora/Platform/Platform.h"
 
 namespace lumora {
-
-/// Writes one line to the system log.
-template <typename... Arguments>
-void logLine(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-  platform().log.write(fmt::format(format, std::forward<Arguments>(arguments)...));
-}
 
 /// Where a trace line comes from: the operation's full name, and the number that marks the message.
 struct TracePoint {
@@ -22,12 +15,20 @@ struct TracePoint {
   int line;
 };
 
+/// What `logLine` and `logTrace` do, once for all kinds of arguments.
+void writeLine(fmt::string_view format, fmt::format_args arguments);
+void writeTrace(TracePoint origin, fmt::string_view format, fmt::format_args arguments);
+
+/// Writes one line to the system log.
+template <typename... Arguments>
+void logLine(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+  writeLine(format, fmt::make_format_args(arguments...));
+}
+
 /// Writes one trace line: its origin, then the message.
 template <typename... Arguments>
 void logTrace(TracePoint origin, fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-  std::string line = fmt::format("LumoraFramework-{} [Line {}] ", origin.operation, origin.line);
-  line += fmt::format(format, std::forward<Arguments>(arguments)...);
-  platform().log.write(line);
+  writeTrace(origin, format, fmt::make_format_args(arguments...));
 }
 
 /// How log lines print a text that may be absent.
