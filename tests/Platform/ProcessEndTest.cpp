@@ -90,5 +90,35 @@ TEST(ProcessEndTest, RunsATaskWhoseThreadHasOnlyJustBeenStarted) {
   EXPECT_EXIT(endAfterTheFirstTask(), ::testing::ExitedWithCode(7), "stored");
 }
 
+/// One thread ends the process while a queue of another thread has work; a second thread ends it too.
+void endOnTwoThreads(bool firstIsOfALibrary) {
+  ProcessEnd::watch();
+  auto* const main = new LinuxMainQueue;
+  auto* const queues = new LinuxTaskQueues(*main);
+  TaskQueue* const busy = queues->makeSerialQueue("busy").release();
+  TaskQueue* const other = queues->makeSerialQueue("other").release();
+  busy->async([] {
+    while (!ProcessEnd::hasBegun()) std::this_thread::yield();
+    std::fprintf(stderr, "stored, ");
+  });
+  for (int task = 0; task < 100; ++task) busy->async([] { std::fputc('.', stderr); });
+  busy->async([] { std::fprintf(stderr, " all"); });
+  if (firstIsOfALibrary) {
+    other->async([] { std::exit(7); });
+  } else {
+    std::thread([] { std::exit(7); }).detach();
+  }
+  while (!ProcessEnd::hasBegun()) std::this_thread::yield();
+  std::exit(7);
+}
+
+TEST(ProcessEndTest, WaitsForOtherQueuesWhicheverThreadsEndTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  for (const bool firstIsOfALibrary : {true, false}) {
+    EXPECT_EXIT(endOnTwoThreads(firstIsOfALibrary), ::testing::ExitedWithCode(7), "stored, \\.{100} all")
+        << firstIsOfALibrary;
+  }
+}
+
 }  // namespace
 }  // namespace lumora::testing

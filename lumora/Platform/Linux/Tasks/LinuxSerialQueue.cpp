@@ -69,12 +69,17 @@ struct LinuxSerialQueue::State {
   }
 
   void work() {
-    ProcessEnd::markLibraryThread();
+    const std::function<std::size_t()> unfinished = [this] {
+      Lock lock(mutex);
+      return tasks.size() + 1;
+    };
+    ProcessEnd::markLibraryThread(&unfinished);
     while (std::optional<Task> task = pop()) {
       runTask(*task);
       task.reset();  // What the task holds goes before the task counts as finished.
       unfinishedTasks->finish();
     }
+    ProcessEnd::markLibraryThread(nullptr);
     Lock lock(mutex);
     hasEnded = true;
     ended.notify_all();

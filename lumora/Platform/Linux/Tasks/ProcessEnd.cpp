@@ -12,6 +12,7 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <exception>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -25,7 +26,9 @@ namespace {
 /// For the last calls to be stored; nobody takes the program for hung within it.
 constexpr std::chrono::seconds kPatience(1);
 
-thread_local bool isLibraryThread = false;
+/// Of a library thread: how many tasks only it can finish, the one that it is in among them.
+thread_local const std::function<std::size_t()>* ownTasks = nullptr;
+thread_local bool isEndingProcess = false;
 
 struct State {
   std::atomic<bool> hasBegun = false;
@@ -37,8 +40,8 @@ struct State {
   std::atomic<pid_t> worker = 0;
   const FileDescriptor event{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
   Mutex mutex;
-  /// Some count fell to zero after the end had begun.
-  std::condition_variable_any cameToRest;
+  /// A count fell after the end had begun.
+  std::condition_variable_any progress;
   std::vector<std::function<void(std::size_t tasks)>> reports LUMORA_GUARDED_BY(mutex);
 
   std::atomic<std::size_t>& counter(ProcessEnd::Work work) {
@@ -48,13 +51,25 @@ struct State {
   void waitForRest() {
     const auto limit = std::chrono::steady_clock::now() + kPatience;
     Lock lock(mutex);
-    while (transfers > 0 || (tasks > 0 && !isLibraryThread)) {
-      if (cameToRest.wait_until(mutex, limit) == std::cv_status::timeout) return;
+    while (transfers > 0 || doOthersHaveTasks()) {
+      if (progress.wait_until(mutex, limit) == std::cv_status::timeout) return;
     }
   }
 
+  bool doOthersHaveTasks() const {
+    // Asked for first: a task that comes in between is then waited for rather than missed.
+    const std::size_t own = ownTasks ? (*ownTasks)() : 0;
+    return tasks > own;
+  }
+
+  /// For a second thread that ends the process: it would cut the first one's wait short, and then run the
+  /// earlier handlers beside it. Not for ever, since the first may be waiting for this thread.
+  void leaveEndToFirst() const {
+    if (!isEndingProcess && worker == ::getpid()) std::this_thread::sleep_for(2 * kPatience);
+  }
+
   void reportUnfinished() {
-    const std::size_t own = isLibraryThread ? 1 : 0;  // The task that ends the process.
+    const std::size_t own = ownTasks ? 1 : 0;  // The task that ends the process.
     const std::size_t unfinished = tasks;
     Lock lock(mutex);
     for (const auto& report : reports) report(unfinished > own ? unfinished - own : 0);
@@ -69,8 +84,9 @@ State& shared() {
 
 void endProcess() {
   State& state = shared();
-  // Registered as often as `watch` was called; the first call does it all.
-  if (state.hasBegun.exchange(true)) return;
+  // The first call does it all.
+  if (state.hasBegun.exchange(true)) return state.leaveEndToFirst();
+  isEndingProcess = true;
   if (state.worker == ::getpid()) {
     ::eventfd_write(state.event.get(), 1);
     state.waitForRest();
@@ -97,8 +113,9 @@ void keepLoaded() {
 void ProcessEnd::watch() {
   shared();
   keepLoaded();
-  // Without a handler the process still ends, only less gently.
-  static_cast<void>(std::atexit(endProcess));
+  // Without a handler the process still ends, only less gently. Twice: each is called once, and a second
+  // thread that ends the process, as when `main` returns meanwhile, is to find one too.
+  for (int handler = 0; handler < 2; ++handler) static_cast<void>(std::atexit(endProcess));
 }
 
 bool ProcessEnd::hasBegun() noexcept {
@@ -138,10 +155,11 @@ void ProcessEnd::begin(Work work) noexcept {
 
 void ProcessEnd::finish(Work work, std::size_t count) noexcept {
   State& state = shared();
-  if ((state.counter(work) -= count) > 0 || !state.hasBegun) return;
+  state.counter(work) -= count;
+  if (!state.hasBegun) return;
   // Under the lock, so that the notice cannot fall between the other side's look and its sleep.
   Lock lock(state.mutex);
-  state.cameToRest.notify_all();
+  state.progress.notify_all();
 }
 
 void ProcessEnd::reportUnfinished(std::function<void(std::size_t tasks)> report) {
@@ -151,15 +169,15 @@ void ProcessEnd::reportUnfinished(std::function<void(std::size_t tasks)> report)
 }
 
 bool ProcessEnd::acceptsTasks() noexcept {
-  return !hasBegun() || (isLibraryThread && !isOver());
+  return !hasBegun() || (ownTasks && !isOver());
 }
 
 void ProcessEnd::expectThread() noexcept {
   shared().worker = ::getpid();
 }
 
-void ProcessEnd::markLibraryThread() noexcept {
-  isLibraryThread = true;
+void ProcessEnd::markLibraryThread(const std::function<std::size_t()>* unfinishedTasks) noexcept {
+  ownTasks = unfinishedTasks;
 }
 
 }  // namespace lumora

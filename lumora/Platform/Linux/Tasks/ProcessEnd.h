@@ -12,8 +12,8 @@ namespace lumora {
 /// serial queues were given before. After that no task begins. `_exit`, `abort` and signals know nothing of
 /// all this.
 ///
-/// A library thread that calls `exit` itself waits for no task: it is in one. It still waits for the aborted
-/// transfers of other threads, which would otherwise find their TLS library gone.
+/// A library thread that calls `exit` itself does not wait for its own queue, for it is in one of the tasks
+/// there. A second thread that ends the process meanwhile leaves that to the first.
 ///
 /// Thread safety: every operation may be called from any thread.
 class ProcessEnd {
@@ -44,8 +44,9 @@ class ProcessEnd {
   /// This process has a thread that finishes its tasks, or is about to. To be called by whoever starts it:
   /// the process may end before the thread has run at all.
   static void expectThread() noexcept;
-  /// The calling thread is one of the library's own.
-  static void markLibraryThread() noexcept;
+  /// The calling thread is one of the library's own. The function lives as long as it does, and gives how
+  /// many tasks only this thread can finish, the one that it is in among them.
+  static void markLibraryThread(const std::function<std::size_t()>* unfinishedTasks) noexcept;
   /// Whether a task that the calling thread hands over may still run: while the process ends, only what
   /// follows from the tasks before.
   static bool acceptsTasks() noexcept;
