@@ -114,16 +114,20 @@ void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
     return;
   }
   if (makingInitCall_.exchange(true)) return;  // Another thread was first.
+  beginInitialization();
+  enqueue([this, tarrowID = *tarrowID, secret = *appSecret, options = std::move(launchOptions)] {
+    FlagMark making(makingInitCall_);
+    initialize(tarrowID, secret, options, making);
+  });
+}
+
+void Lumora::beginInitialization() {
   Application& application = platform().application;
   // By each accepted call again. After an attempt that failed the lifecycle is heard of twice; the second
   // time finds the session begun or ended already, and nothing left to send.
   application.observe(LifecycleNotification::willEnterForeground, [this] { appWillEnterForeground(); });
   application.observe(LifecycleNotification::didEnterBackground, [this] { appDidEnterBackground(); });
   isSyncing_ = false;
-  enqueue([this, tarrowID = *tarrowID, secret = *appSecret, options = std::move(launchOptions)] {
-    FlagMark making(makingInitCall_);
-    initialize(tarrowID, secret, options, making);
-  });
 }
 
 void Lumora::initialize(const std::string& tarrowID, const std::string& appSecret,

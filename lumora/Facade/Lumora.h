@@ -113,9 +113,9 @@ class LUMORA_EXPORT Lumora {
   ///     if (!lumora.flush(std::chrono::seconds(5))) …;  // It is stored, and goes out with the next run.
   bool flush(std::chrono::milliseconds timeout);
   /// Ends the library for this process: what was called before is stored, a request under way is aborted, the
-  /// library's threads end. Every later call is ignored. Waits until all that is done, but no longer than the
-  /// timeout; what is left then is still done, and a line says so. On a thread of the library's own it does
-  /// nothing.
+  /// library's threads end, a keeper's with the keeper. Every later call is ignored. Waits until all that is
+  /// done, but no longer than the timeout; what is left then is still done, and a line says so. On a thread
+  /// of the library's own it does nothing.
   ///
   /// For hosts whose platform services end before the process does: afterwards the library uses none of them
   /// but the log, and that only when it is called again. Other hosts need not call it.
@@ -300,6 +300,7 @@ class LUMORA_EXPORT Lumora {
   void enqueue(Task task);
   void enqueueEvents(Task task);
 
+  void beginInitialization();
   void initialize(const std::string& tarrowID, const std::string& appSecret,
                   const LaunchOptions& launchOptions, FlagMark& making);
   void initializeAfresh(const std::string& appSecret, bool isFirstRun, const LaunchOptions& launchOptions,
@@ -326,6 +327,7 @@ class LUMORA_EXPORT Lumora {
   void resumeEarlierRun();
   void denyTracking(WaitingEvents waiting) LUMORA_REQUIRES(consentMutex_);
   void resumeTracking() LUMORA_REQUIRES(consentMutex_);
+  void makeUpForInitialization(const Credentials& credentials);
   void rememberCredentials(const std::string& tarrowID, const std::string& appSecret);
   static void finishErasure();
 

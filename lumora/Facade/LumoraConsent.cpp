@@ -9,6 +9,7 @@
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Storage/LMRIOManager.h"
 #include "lumora/Util/CallGate.h"
+#include "lumora/Util/FlagMark.h"
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
@@ -114,10 +115,18 @@ void Lumora::resumeTracking() {
       // Not by startAppSession: this is not another opening of the application.
       eventLogger_.startSession(std::string(kLmroSession));
     }
-    // The initialisation that was ignored, or aborted.
-    if (credentials && !appSecret()) initializeWithTarrowID(credentials->tarrowID, credentials->appSecret);
+    if (credentials) makeUpForInitialization(*credentials);
     reports_.trackingResumed();
   });
+}
+
+/// The initialisation that was ignored, or aborted: here and now, so that what is called after the consent
+/// finds it made.
+void Lumora::makeUpForInitialization(const Credentials& credentials) {
+  if (!CallGate::isOpen() || appSecret() || makingInitCall_.exchange(true)) return;
+  FlagMark making(makingInitCall_);
+  beginInitialization();
+  initialize(credentials.tarrowID, credentials.appSecret, std::nullopt, making);
 }
 
 /// For a host that initialises the library at launch and learns of the person's consent later.
