@@ -37,6 +37,8 @@ std::optional<KeeperPlan::Failure> failureOf(LumoraError::Reason reason) {
 }  // namespace
 
 std::shared_ptr<Keeping> Keeping::begin(KeeperPlan::Intervals intervals) {
+  // After a shutdown there may be no clock any more.
+  if (!CallGate::admitsDespite({Closed::withoutConsent})) return nullptr;
   auto keeping = std::make_shared<Keeping>(intervals);
   keeping->timer_ = platform().clock.makeTimer([weak = keeping->weak_from_this()] {
     if (const auto self = weak.lock()) self->checkSoon();

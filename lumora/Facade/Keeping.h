@@ -23,7 +23,7 @@ class Keeping : public std::enable_shared_from_this<Keeping> {
   /// Null, with a line, when there is one already, or when the clock has no timers.
   static std::shared_ptr<Keeping> begin(KeeperPlan::Intervals intervals);
   explicit Keeping(KeeperPlan::Intervals intervals);
-  /// Any thread.
+  /// Any thread. May be called again.
   void end();
 
   // What happened. Any thread, whatever locks it holds.

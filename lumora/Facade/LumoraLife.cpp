@@ -6,6 +6,7 @@
 
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/Lumora.h"
+#include "lumora/Facade/Reports.h"
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/CallGate.h"
 #include "lumora/Util/Log.h"
@@ -54,6 +55,7 @@ void Lumora::shutdown(std::chrono::milliseconds timeout) {
   const auto limit = bounded(timeout);
   const Date begun = platform().clock.now();
   platform().urlLoader.setAborting(true);
+  reports_.endKeeping();
   // First, as an erasure goes on from it to the other queue, which meanwhile works on.
   const bool isAtRest = serialInAppQueue_->finishWithin(limit);
   serialQueue_->async([this] {
@@ -62,7 +64,9 @@ void Lumora::shutdown(std::chrono::milliseconds timeout) {
   });
   const bool isStored = serialQueue_->finishWithin(leftOf(limit, begun));
   platform().settings.synchronize();
-  if (isStored && isAtRest) return;
+  // Last, as all that goes before may be told of.
+  const bool isTold = reports_.notices().endWithin(leftOf(limit, begun));
+  if (isStored && isAtRest && isTold) return;
   logLine("LumoraSDK-The shutdown took longer than the {} ms that it was given, its rest goes on.",
           timeout.count());
 }

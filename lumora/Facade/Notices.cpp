@@ -11,6 +11,9 @@
 namespace lumora {
 namespace {
 
+/// Whether this thread is in a call of the host's executor.
+thread_local bool isHandingOver = false;
+
 /// Calls host code; what it throws ends here, with a line.
 template <typename Call>
 void callHost(const Call& call) noexcept try {
@@ -81,6 +84,16 @@ void Notices::post(Notice notice) {
   deliverSoon(observation);
 }
 
+bool Notices::endWithin(std::chrono::milliseconds limit) {
+  TaskQueue* handOverQueue = nullptr;
+  {
+    Lock lock(mutex_);
+    handOverQueue = handOverQueue_.get();
+  }
+  if (!handOverQueue) return true;
+  return handOverQueue->finishWithin(isHandingOver ? limit.zero() : limit) || isHandingOver;
+}
+
 void Notices::deliverSoon(std::uint64_t observation) {
   const auto delivery = std::make_shared<Delivery>(*this, observation);
   const Task task = [delivery] { delivery->run(); };
@@ -93,7 +106,11 @@ void Notices::deliverSoon(std::uint64_t observation) {
     handOverQueue = handOverQueue_.get();
   }
   if (executor) {
-    handOverQueue->async([executor = std::move(executor), task] { callHost([&] { executor(task); }); });
+    handOverQueue->async([executor = std::move(executor), task] {
+      isHandingOver = true;
+      callHost([&] { executor(task); });
+      isHandingOver = false;
+    });
   } else {
     platform().queues.mainQueue().async(task);
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -24,6 +25,9 @@ class Notices {
   /// Whether a notice is worth making.
   bool isObserved() const noexcept { return isObserved_.load(std::memory_order_relaxed); }
   void post(Notice notice);
+  /// Hands nothing to an executor any more once that was done with what waits; whether it was, within the
+  /// limit. On the thread of a notice that its executor runs at once, it does not wait.
+  bool endWithin(std::chrono::milliseconds limit);
 
  private:
   class Delivery;

@@ -32,6 +32,10 @@ void Reports::endKeeping(const Keeping& keeping) {
   keeping_.swap(ended);
 }
 
+void Reports::endKeeping() {
+  if (const auto keeper = keeping()) keeper->end();
+}
+
 std::shared_ptr<Keeping> Reports::keeping() const {
   if (!isKept_.load(std::memory_order_relaxed)) return nullptr;
   Lock lock(mutex_);

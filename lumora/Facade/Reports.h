@@ -28,6 +28,8 @@ class Reports : public UploadObserver, public EventLossObserver, public MessageO
   /// False when there is a keeper already.
   bool setKeeping(const std::shared_ptr<Keeping>& keeping);
   void endKeeping(const Keeping& keeping);
+  /// Ends whichever there is.
+  void endKeeping();
 
   // From the facade.
   void initialized();

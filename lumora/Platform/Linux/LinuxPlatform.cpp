@@ -2,6 +2,7 @@
 // what one looks for: files, network, images, tasks, host.
 #include "lumora/Platform/Linux/LinuxPlatform.h"
 
+#include <deque>
 #include <filesystem>
 #include <utility>
 
@@ -23,6 +24,7 @@
 #include "lumora/Platform/Linux/LinuxTaskQueues.h"
 #include "lumora/Platform/Linux/Network/LinuxURLLoader.h"
 #include "lumora/Platform/Linux/Tasks/ForkWatch.h"
+#include "lumora/Platform/Mutex.h"
 
 namespace lumora {
 namespace {
@@ -59,9 +61,21 @@ LinuxDevice::Description describeDevice(const LinuxPlatformOptions& options) {
 
 }  // namespace
 
+namespace {
+
+/// Never destroyed: a call that comes after the platform's end is told of yet.
+LinuxSystemLog& makeLog(const LinuxPlatformOptions& options) {
+  static auto* const mutex = new Mutex;
+  static auto* const logs = new std::deque<LinuxSystemLog>;
+  Lock lock(*mutex);
+  return logs->emplace_back(options.logSink, options.logDetail);
+}
+
+}  // namespace
+
 struct LinuxPlatform::Services {
   explicit Services(const LinuxPlatformOptions& options)
-      : log(options.logSink, options.logDetail),
+      : log(makeLog(options)),
         queues(mainQueue),
         settings(options.settingsFile, &log),
         keychain(options.keychainFile, &log),
@@ -74,9 +88,12 @@ struct LinuxPlatform::Services {
         files(options.documentsDirectory, options.cachesDirectory) {
     watchForks();
   }
+  ~Services() { log.forgetHost(); }
+  Services(const Services&) = delete;
+  Services& operator=(const Services&) = delete;
 
   // In this order: each is made with those above it, and ends before them.
-  LinuxSystemLog log;
+  LinuxSystemLog& log;
   LinuxMainQueue mainQueue;
   LinuxTaskQueues queues;
   LinuxSettingsStore settings;

@@ -38,9 +38,11 @@ LinuxSystemLog::LinuxSystemLog(LogSink sink, LogDetail detail)
 void LinuxSystemLog::write(std::string_view message) {
   const LogLineKind kind = kindOfLogLine(message);
   if (kind == LogLineKind::trace && !hasTrace_) return;
-  if (function_ && !ProcessEnd::hasBegun()) return function_(message);
-  // Between the two moments a host's line goes nowhere: its function is not called any more.
-  if (function_ && !ProcessEnd::isOver()) return;
+  if (function_ && !isHostGone_) {
+    if (!ProcessEnd::hasBegun()) return function_(message);
+    // Between the two moments a host's line goes nowhere: its function is not called any more.
+    if (!ProcessEnd::isOver()) return;
+  }
   if (!deliver(message, kind)) {
     ++lost_;
   } else if (lost_ > 0) {

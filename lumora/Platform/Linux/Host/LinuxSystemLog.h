@@ -19,6 +19,8 @@ class LinuxSystemLog : public SystemLog {
  public:
   explicit LinuxSystemLog(LogSink sink = {}, LogDetail detail = LogDetail::forDevelopers);
   void write(std::string_view message) override;
+  /// From now on the host's function is not called; its lines go to standard error.
+  void forgetHost() noexcept { isHostGone_ = true; }
 
  private:
   bool deliver(std::string_view message, LogLineKind kind) const;
@@ -28,6 +30,7 @@ class LinuxSystemLog : public SystemLog {
   /// One of the two: the function, if the host has one.
   std::function<void(std::string_view message)> function_;
   LogDestination destination_ = LogDestination::standardError;
+  std::atomic<bool> isHostGone_ = false;
   const bool hasTrace_;
   const StandardErrorLog standardError_;
   /// Since the last line that was taken.
