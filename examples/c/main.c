@@ -24,9 +24,16 @@ static void run_main_thread(void) {
 }
 
 int main(void) {
+  lumora_map info = lumora_map_new();
+  check("bundle",
+        lumora_map_set_text(info, lumora_string("CFBundleIdentifier"), lumora_string("com.example.c")));
+  check("version",
+        lumora_map_set_text(info, lumora_string("CFBundleShortVersionString"), lumora_string("1.0")));
   lumora_options options = lumora_default_options();
+  options.info = info;
   options.log = log_line;
   check("install", lumora_install(&options));
+  check("free", lumora_free(info));
   check("initialize", lumora_initialize(lumora_string("acme"), lumora_string("s3cret"), LUMORA_NONE));
 
   lumora_action purchase = lumora_action_new();
