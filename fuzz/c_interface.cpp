@@ -117,7 +117,7 @@ void askForState(Input& in) {
 /// What acts on the Linux platform, which is made for it beside the fake one.
 void callThePlatform(Input& in) {
   lumora_main_async(
-      in.byte() % 2 == 0 ? nullptr : [](void*) {}, nullptr, [](void*) {});
+      in.byte() % 2 == 0 ? nullptr : +[](void*) {}, nullptr, [](void*) {});
   lumora_main_run_pending(nullptr);
   lumora_main_stop();
   lumora_main_descriptor();
