@@ -206,7 +206,7 @@ TEST_F(CInterfaceTest, TheStatusIsWrittenAsFarAsTheCallersStructureReaches) {
   EXPECT_EQ(lumora_get_status(&larger.known), LUMORA_OK);
   EXPECT_EQ(larger.newer, 7U);
   EXPECT_FALSE(larger.known.is_initialized);
-  EXPECT_EQ(larger.known.waiting_events, 1);
+  EXPECT_EQ(larger.known.waiting_events, 2);
   EXPECT_GT(larger.known.last_error_date, 0);
   EXPECT_EQ(larger.known.last_upload, 0);
   EXPECT_EQ(larger.known.last_error, std::uint32_t{LUMORA_REASON_REFUSED});
