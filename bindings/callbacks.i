@@ -1,0 +1,29 @@
+// The classes that a host derives, and what their calls are given.
+%lumora_callback(lumora::LumoraObserver)
+%lumora_callback(lumora::bindings::Runnable)
+%lumora_callback(lumora::bindings::LogWriter)
+%lumora_callback(lumora::bindings::URLOpener)
+%lumora_callback(lumora::bindings::AlertPresenter)
+%lumora_callback(lumora::bindings::NotificationScheduler)
+%lumora_callback(lumora::bindings::MessageDisplay)
+
+%shared_ptr(lumora::bindings::Completion)
+%ignore lumora::bindings::Completion::Completion;
+%ignore lumora::bindings::taskOf;
+%ignore lumora::bindings::gated;
+%ignore lumora::bindings::makeMessageScreens;
+%ignore lumora::bindings::setLogWriter;
+%ignore lumora::bindings::setURLOpener;
+%ignore lumora::bindings::setAlertPresenter;
+%ignore lumora::bindings::setNotificationScheduler;
+%ignore lumora::bindings::setMessageScreens;
+%ignore lumora::bindings::Gate;
+
+%ignore lumora::LumoraExecutor;
+%include "lumora/Facade/LumoraObserver.h"
+%include "Callbacks.h"
+
+%inline %{
+/// The runtime ends; see Gate.
+void closeGate() { lumora::bindings::Gate::close(); }
+%}

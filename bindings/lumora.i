@@ -1,0 +1,46 @@
+// The library as hosts in other languages see it. Each language has a folder with its names, and with its typemaps
+// for texts, values, dates and callbacks; what is here holds for all of them.
+%module(package="lumora", directors="1", threads="1") _native
+
+%{
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "bindings/Callbacks.h"
+#include "lumora/Facade/Lumora.h"
+#include "lumora/Facade/LumoraActionMetaData.h"
+#include "lumora/Facade/LumoraKeeper.h"
+#include "lumora/Facade/LumoraLead.h"
+#include "lumora/InApp/MessageScreens.h"
+#include "lumora/Platform/Linux/LinuxApplication.h"
+#include "lumora/Platform/Linux/LinuxPlatform.h"
+#include "lumora/Platform/Linux/LinuxTaskQueues.h"
+#include "lumora/Platform/Platform.h"
+#include "lumora/Util/LMRSecuritySignature.h"
+%}
+
+#define LUMORA_EXPORT
+#define LUMORA_GUARDED_BY(mutex)
+#define LUMORA_REQUIRES(mutex)
+
+// Known to the typemaps alone.
+namespace lumora {
+class Value;
+class Dictionary;
+class Data;
+class Date;
+}
+#pragma SWIG nowarn=401,402,325,451,473,560,564
+
+%include <stdint.i>
+%include <std_shared_ptr.i>
+
+#ifdef SWIGPYTHON
+%include "python/python.i"
+#endif
+
+%include "records.i"
+%include "callbacks.i"
+%include "platform.i"
+%include "facade.i"

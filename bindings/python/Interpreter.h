@@ -1,0 +1,63 @@
+#pragma once
+
+#include <Python.h>
+
+#include <memory>
+
+#include "bindings/Callbacks.h"
+
+/// The interpreter's lock, its end, and what the library holds of it.
+namespace lumora::python {
+
+/// Takes the interpreter's lock on any thread, for the length of a scope.
+class Locked {
+ public:
+  Locked() : state_(PyGILState_Ensure()) {}
+  ~Locked() { end(); }
+  Locked(const Locked&) = delete;
+  Locked& operator=(const Locked&) = delete;
+  void end() {
+    if (isLocked_) PyGILState_Release(state_);
+    isLocked_ = false;
+  }
+
+ private:
+  PyGILState_STATE state_;
+  bool isLocked_ = true;
+};
+
+/// Gives the lock away while the library is called. A thread that comes back when the interpreter has ended rests until
+/// the process is gone: the interpreter would end it in the middle of its C++ functions.
+class Unlocked {
+ public:
+  Unlocked() : state_(PyEval_SaveThread()) {}
+  ~Unlocked() { end(); }
+  Unlocked(const Unlocked&) = delete;
+  Unlocked& operator=(const Unlocked&) = delete;
+  void end();
+
+ private:
+  PyThreadState* state_;
+};
+
+/// Writes the exception that is set to the logger "lumora"; Ctrl-C is raised again once the main thread is in Python.
+void logException(const char* where);
+
+/// Lets go of an object on any thread; when the interpreter has ended the object stays.
+void release(PyObject* object);
+
+/// A callback that keeps its Python object.
+template <typename Callback>
+std::shared_ptr<Callback> held(PyObject* object, Callback* callback) {
+  Py_INCREF(object);
+  return std::shared_ptr<Callback>(callback, [object](Callback*) { release(object); });
+}
+
+}  // namespace lumora::python
+
+// What SWIG puts around every call, and around every callback.
+#define SWIG_PYTHON_NO_USE_GIL
+#define SWIG_PYTHON_THREAD_BEGIN_BLOCK lumora::python::Locked swigLocked
+#define SWIG_PYTHON_THREAD_END_BLOCK swigLocked.end()
+#define SWIG_PYTHON_THREAD_BEGIN_ALLOW lumora::python::Unlocked swigUnlocked
+#define SWIG_PYTHON_THREAD_END_ALLOW swigUnlocked.end()

@@ -1,0 +1,104 @@
+// Python: names, the interpreter's lock, and every typemap.
+%begin %{
+#define PY_SSIZE_T_CLEAN
+#include "bindings/python/Conversions.h"
+#include "bindings/python/Interpreter.h"
+%}
+
+%feature("flatnested");
+%rename("%(undercase)s", %$isfunction) "";
+%rename("%(undercase)s", %$isvariable) "";
+%rename(set_url_opener) lumora::LinuxPlatformOptions::setURLOpener;
+#pragma SWIG nowarn=321
+
+%feature("director:except") {
+  if ($error != nullptr) lumora::python::logException("$symname");
+}
+
+// A type that crosses as a Python object of its own, converted by the functions of Conversions.h.
+%define %lumora_converted(TYPE)
+%naturalvar TYPE;
+%typemap(in) TYPE (TYPE converted) {
+  if (!lumora::python::fromPython($input, converted)) SWIG_fail;
+  $1 = std::move(converted);
+}
+%typemap(in) const TYPE & (TYPE converted) {
+  if (!lumora::python::fromPython($input, converted)) SWIG_fail;
+  $1 = &converted;
+}
+%typemap(freearg) TYPE, const TYPE & ""
+%typemap(out) TYPE {
+  $result = lumora::python::toPython(static_cast<const TYPE&>($1));
+  if ($result == nullptr) SWIG_fail;
+}
+%typemap(out) const TYPE & {
+  $result = lumora::python::toPython(*$1);
+  if ($result == nullptr) SWIG_fail;
+}
+%typemap(directorin) TYPE, const TYPE & "$input = lumora::python::toPython($1);"
+%enddef
+
+%lumora_converted(std::string)
+%lumora_converted(std::string_view)
+%lumora_converted(lumora::Value)
+%lumora_converted(lumora::Dictionary)
+%lumora_converted(lumora::Data)
+%lumora_converted(lumora::Date)
+%lumora_converted(std::chrono::milliseconds)
+%lumora_converted(std::optional<std::string>)
+%lumora_converted(std::optional<std::string_view>)
+%lumora_converted(std::optional<lumora::Dictionary>)
+%lumora_converted(std::optional<lumora::Data>)
+%lumora_converted(std::optional<lumora::Date>)
+%lumora_converted(std::optional<std::size_t>)
+%lumora_converted(std::vector<std::string>)
+%typemap(in) std::map<std::string, std::string, std::less<>> * (lumora::python::TextMap converted) {
+  if (!lumora::python::fromPython($input, converted)) SWIG_fail;
+  $1 = &converted;
+}
+%typemap(out) std::map<std::string, std::string, std::less<>> * {
+  $result = lumora::python::toPython(*$1);
+  if ($result == nullptr) SWIG_fail;
+}
+
+%define %lumora_enum(TYPE, NAME)
+%typemap(out) TYPE {
+  $result = lumora::python::enumMember(#NAME, static_cast<int>($1));
+  if ($result == nullptr) SWIG_fail;
+}
+%typemap(directorin) TYPE "$input = lumora::python::enumMember(\"NAME\", static_cast<int>($1));"
+%enddef
+
+// A record that is copied on its way to the host.
+%define %lumora_record(TYPE)
+%naturalvar TYPE;
+%typemap(out) const TYPE & {
+  $result = SWIG_NewPointerObj(new TYPE(*$1), $descriptor(TYPE *), SWIG_POINTER_OWN);
+}
+%typemap(directorin) const TYPE & {
+  $input = SWIG_NewPointerObj(new TYPE($1), $descriptor(TYPE *), SWIG_POINTER_OWN);
+}
+%enddef
+%define %lumora_optional_record(TYPE)
+%naturalvar std::optional<TYPE>;
+%typemap(out) const std::optional<TYPE> & {
+  if (*$1) {
+    $result = SWIG_NewPointerObj(new TYPE(**$1), $descriptor(TYPE *), SWIG_POINTER_OWN);
+  } else {
+    $result = SWIG_Py_Void();
+  }
+}
+%enddef
+
+// A class that the host derives. The library's share of an object keeps the object.
+%define %lumora_callback(TYPE)
+%feature("director") TYPE;
+%typemap(in) std::shared_ptr<TYPE> {
+  void* found = nullptr;
+  if ($input != Py_None) {
+    const int result = SWIG_ConvertPtr($input, &found, $descriptor(TYPE *), 0);
+    if (!SWIG_IsOK(result)) SWIG_exception_fail(SWIG_ArgError(result), "a TYPE is wanted");
+    $1 = lumora::python::held($input, static_cast<TYPE*>(found));
+  }
+}
+%enddef
