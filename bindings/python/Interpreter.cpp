@@ -18,6 +18,9 @@ bool isFinalizing() {
 
 }  // namespace
 
+// Only the thread that ends the interpreter comes here then.
+Unlocked::Unlocked() : state_(isFinalizing() ? nullptr : PyEval_SaveThread()) {}
+
 void Unlocked::end() {
   PyThreadState* const state = std::exchange(state_, nullptr);
   if (state == nullptr) return;

@@ -27,10 +27,11 @@ class Locked {
 };
 
 /// Gives the lock away while the library is called. A thread that comes back when the interpreter has ended rests until
-/// the process is gone: the interpreter would end it in the middle of its C++ functions.
+/// the process is gone: the interpreter would end it in the middle of its C++ functions. The one that ends the interpreter
+/// keeps the lock.
 class Unlocked {
  public:
-  Unlocked() : state_(PyEval_SaveThread()) {}
+  Unlocked();
   ~Unlocked() { end(); }
   Unlocked(const Unlocked&) = delete;
   Unlocked& operator=(const Unlocked&) = delete;

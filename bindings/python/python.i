@@ -52,14 +52,7 @@
 %lumora_converted(std::optional<lumora::Date>)
 %lumora_converted(std::optional<std::size_t>)
 %lumora_converted(std::vector<std::string>)
-%typemap(in) std::map<std::string, std::string, std::less<>> * (lumora::python::TextMap converted) {
-  if (!lumora::python::fromPython($input, converted)) SWIG_fail;
-  $1 = &converted;
-}
-%typemap(out) std::map<std::string, std::string, std::less<>> * {
-  $result = lumora::python::toPython(*$1);
-  if ($result == nullptr) SWIG_fail;
-}
+%lumora_converted(%arg(std::map<std::string, std::string, std::less<>>))
 
 %define %lumora_enum(TYPE, NAME)
 %typemap(out) TYPE {
