@@ -1,6 +1,6 @@
 // The classes that a host derives, and what their calls are given.
 %lumora_callback(lumora::LumoraObserver)
-%lumora_callback(lumora::bindings::Runnable)
+%lumora_task(lumora::bindings::Runnable)
 %lumora_callback(lumora::bindings::LogWriter)
 %lumora_callback(lumora::bindings::URLOpener)
 %lumora_callback(lumora::bindings::AlertPresenter)
@@ -17,6 +17,7 @@
 %ignore lumora::bindings::setAlertPresenter;
 %ignore lumora::bindings::setNotificationScheduler;
 %ignore lumora::bindings::setMessageScreens;
+%ignore lumora::bindings::Gate::Entry;
 %ignore lumora::bindings::Gate;
 
 %ignore lumora::LumoraExecutor;

@@ -1,6 +1,6 @@
 // The library as hosts in other languages see it. Each language has a folder with its names, and with its typemaps
 // for texts, values, dates and callbacks; what is here holds for all of them.
-%module(package="lumora", directors="1", threads="1") _native
+%module(package="lumora", directors="1", threads="1", naturalvar="1") _native
 
 %{
 #include <chrono>

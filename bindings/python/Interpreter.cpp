@@ -55,4 +55,11 @@ void release(PyObject* object) {
   Py_DECREF(object);
 }
 
+void Call::run() {
+  const Locked locked;
+  PyObject* const result = PyObject_CallNoArgs(callable_);
+  if (result == nullptr) logException("task");
+  Py_XDECREF(result);
+}
+
 }  // namespace lumora::python

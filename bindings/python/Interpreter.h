@@ -54,6 +54,19 @@ std::shared_ptr<Callback> held(PyObject* object, Callback* callback) {
   return std::shared_ptr<Callback>(callback, [object](Callback*) { release(object); });
 }
 
+/// Calls a callable without arguments.
+class Call : public bindings::Runnable {
+ public:
+  explicit Call(PyObject* callable) : callable_(callable) { Py_INCREF(callable); }
+  ~Call() override { release(callable_); }
+  Call(const Call&) = delete;
+  Call& operator=(const Call&) = delete;
+  void run() override;
+
+ private:
+  PyObject* const callable_;
+};
+
 }  // namespace lumora::python
 
 // What SWIG puts around every call, and around every callback.

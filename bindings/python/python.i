@@ -17,7 +17,6 @@
 
 // A type that crosses as a Python object of its own, converted by the functions of Conversions.h.
 %define %lumora_converted(TYPE)
-%naturalvar TYPE;
 %typemap(in) TYPE (TYPE converted) {
   if (!lumora::python::fromPython($input, converted)) SWIG_fail;
   $1 = std::move(converted);
@@ -64,7 +63,6 @@
 
 // A record that is copied on its way to the host.
 %define %lumora_record(TYPE)
-%naturalvar TYPE;
 %typemap(out) const TYPE & {
   $result = SWIG_NewPointerObj(new TYPE(*$1), $descriptor(TYPE *), SWIG_POINTER_OWN);
 }
@@ -73,7 +71,6 @@
 }
 %enddef
 %define %lumora_optional_record(TYPE)
-%naturalvar std::optional<TYPE>;
 %typemap(out) const std::optional<TYPE> & {
   if (*$1) {
     $result = SWIG_NewPointerObj(new TYPE(**$1), $descriptor(TYPE *), SWIG_POINTER_OWN);
@@ -92,6 +89,17 @@
     const int result = SWIG_ConvertPtr($input, &found, $descriptor(TYPE *), 0);
     if (!SWIG_IsOK(result)) SWIG_exception_fail(SWIG_ArgError(result), "a TYPE is wanted");
     $1 = lumora::python::held($input, static_cast<TYPE*>(found));
+  }
+}
+%enddef
+
+// Any callable is a task.
+%define %lumora_task(TYPE)
+%ignore TYPE;
+%typemap(in) std::shared_ptr<TYPE> {
+  if ($input != Py_None) {
+    if (!PyCallable_Check($input)) SWIG_exception_fail(SWIG_TypeError, "a callable is wanted");
+    $1 = std::make_shared<lumora::python::Call>($input);
   }
 }
 %enddef

@@ -18,12 +18,6 @@ def log_exception(where, exception):
     logging.getLogger("lumora").error("A callback (%s) raised an exception.", where, exc_info=exception)
 
 
-class _Task(_native.Runnable):
-    def __init__(self, function):
-        super().__init__()
-        self.run = function
-
-
 class _LogWriter(_native.LogWriter):
     def __init__(self, function):
         super().__init__()
@@ -146,7 +140,7 @@ class LinuxPlatform:
 
     def post(self, task):
         """Has a function called on the main thread, soon. Any thread."""
-        self._native.post(_Task(task))
+        self._native.post(task)
 
     @contextlib.contextmanager
     def attached(self, loop=None):

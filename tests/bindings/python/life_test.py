@@ -1,0 +1,187 @@
+"""A host's whole life in Python, from the first launch to the end; then the service holds what was reported."""
+import asyncio
+import datetime
+import json
+import logging
+import os
+import sys
+import tempfile
+import threading
+
+ODD_TEXT = "né 🎉 \0 end"
+WHEN = datetime.datetime(2026, 2, 3, 4, 5, 6, 789000, tzinfo=datetime.timezone.utc)
+NESTED = {"text": ODD_TEXT, "number": -3, "large": 2**63, "part": 0.5, "yes": True, "nothing": None,
+          "list": [1, [2, {"three": "3"}]], "map": {"a": {"b": [False]}}}
+PAYLOAD = {"vs": {"cid": "spring", "a": "https://acme.example/spring"}, "aps": {"alert": "Spring!"}}
+
+
+def host():
+    import lumora
+
+    told, opened, lines, requests, drawn, threads = [], [], [], [], [], set()
+
+    class Watcher(lumora.LumoraObserver):
+        def initialized(self):
+            told.append("initialized")
+            threads.add(threading.current_thread())
+
+        def message_shown(self, campaign_id):
+            told.append(("shown", campaign_id))
+
+        def message_dismissed(self, campaign_id):
+            told.append(("dismissed", campaign_id))
+            raise LookupError("of an observer")
+
+        def upload_failed(self, error):
+            told.append(error)
+
+    class Screens:
+        def show(self, message, description):
+            drawn.append((message, description))
+            platform.post(lambda: drawn.append(platform.tap(message, "primary_button")))
+
+        def dismiss(self, message):
+            drawn.append(message)
+
+    def open_url(url):
+        opened.append(url)
+        return True
+
+    def schedule(request, done):
+        requests.append(request)
+        done(None)
+
+    logged = []
+    handler = logging.Handler()
+    handler.emit = logged.append
+    logging.getLogger("lumora").addHandler(handler)
+
+    platform = lumora.LinuxPlatform(
+        info={"CFBundleIdentifier": "com.example.tést", "CFBundleShortVersionString": "1.0"}, log_sink=lines.append,
+        url_opener=open_url, notification_scheduler=schedule, message_display=Screens(),
+        **json.loads(os.environ["LUMORA_OPTIONS"]))
+    platform.install()
+    sdk = lumora.Lumora.shared_instance()
+
+    async def until(condition):
+        while not condition():
+            await asyncio.sleep(0.01)
+
+    async def flushed():
+        return await asyncio.to_thread(sdk.flush, datetime.timedelta(seconds=20))
+
+    def refused(error, call, *arguments):
+        try:
+            call(*arguments)
+        except error:
+            return
+        raise AssertionError(f"{arguments} should have been refused")
+
+    async def live():
+        sdk.set_observer(Watcher())
+        sdk.initialize_with_tarrow_id("acme", "s3cret")
+        await until(lambda: "initialized" in told)
+        assert threads == {threading.main_thread()}
+
+        # Secure mode holds everything back until there is a signature.
+        assert sdk.is_secure_mode_enabled
+        details = lumora.LumoraActionMetaData()
+        details.set_type("purchase")
+        details.set_metric(12.5)
+        details.action_metadata = {**details.action_metadata, **NESTED}
+        sdk.report_action("checkout", details)
+        assert not await flushed()
+        assert lumora.LMRSecuritySignature.init_with_access_key("key", "signed", None, "ada@example.com") is None
+        signature = lumora.LMRSecuritySignature.init_with_access_key("key", "signed", "1", "ada@example.com")
+        assert (signature.access_key, signature.email) == ("key", "ada@example.com")
+        await asyncio.to_thread(sdk.set_secure_signature, signature)
+
+        lead = lumora.LumoraLead()
+        lead.set_email("ada@example.com")
+        lead.set_field_name("plan", ODD_TEXT)
+        lead.set_city(None)
+        assert lead.user_attributes == {"email": "ada@example.com", "plan": ODD_TEXT}
+        sdk.associate_lead(lead)
+        sdk.start_session("visit")
+        await asyncio.sleep(1.1)  # A session's time goes by the clock of the system.
+        sdk.end_session("visit")
+
+        sdk.register_push_device_token(b"\x00\x01\xfe\xff")
+        assert await flushed()
+        assert sdk.is_push_registered and sdk.push_device_token == "0001feff"
+        sdk.handle_push_notification(PAYLOAD)
+        await until(lambda: requests)
+        answered = []
+        sdk.notification_tapped(requests[0], lambda: answered.append(True))
+        assert answered == [True]
+        await until(lambda: opened)
+
+        sdk.report_action("profile_created")
+        await until(lambda: ("dismissed", "welcome") in told)
+        await until(lambda: len(opened) == 2)
+        assert await flushed()
+        status = sdk.status()
+        assert status.is_initialized and status.waiting_events == 0 and status.last_upload.tzinfo is not None
+        assert status.last_error.error.reason is lumora.Reason.SIGNATURE_MISSING, status.last_error.error.reason
+        assert status.last_error.operation is lumora.Operation.UPLOAD
+
+    async def main():
+        with platform.attached():
+            await asyncio.wait_for(live(), 120)
+
+    # What no value of the library can be.
+    details = lumora.LumoraActionMetaData()
+    endless = []
+    endless.append(endless)
+    refused(ValueError, sdk.report_action, "lone \ud800")
+    refused(TypeError, sdk.report_action, 7)
+    for error, value in [(ValueError, "\udfff"), (ValueError, datetime.datetime(2026, 1, 1)), (TypeError, object()),
+                         (OverflowError, 2**64), (RecursionError, endless), (TypeError, {1: 2})]:
+        refused(error, setattr, details, "action_metadata", {"value": value})
+    for value in [None, True, -2**63, 2**64 - 1, 0.1, ODD_TEXT, b"\0\xff", WHEN, [[], {}], NESTED]:
+        details.action_metadata = {"value": value}
+        assert details.action_metadata == {"value": value}
+        assert type(details.action_metadata["value"]) is type(value)
+
+    asyncio.run(main())
+    (message, description), tapped = drawn[0], [one for one in drawn[1:] if isinstance(one, bool)]
+    assert description["elements"]["primary_text"]["text"] == "Welcome to base camp" and tapped == [True]
+    assert message in drawn and ("shown", "welcome") in told, told
+    assert opened == ["https://acme.example/spring", "https://acme.example/welcome"], opened
+    assert any(line.startswith("LumoraSDK-") for line in lines)
+    assert any(record.exc_info[0] is LookupError for record in logged), logged
+    # Nothing waits for this one: it is stored at the end, and sent by the next run.
+    sdk.report_action("last_words")
+
+
+def next_run():
+    import lumora
+    platform = lumora.LinuxPlatform(
+        info={"CFBundleIdentifier": "com.example.tést", "CFBundleShortVersionString": "1.0"},
+        **json.loads(os.environ["LUMORA_OPTIONS"]))
+    platform.install()
+    sdk = lumora.Lumora.shared_instance()
+    sdk.initialize_with_tarrow_id("acme", "s3cret")
+    assert sdk.flush(20)
+
+
+def test():
+    from service import EXAMPLES, Service
+    campaigns = json.loads((EXAMPLES / "accounts.json").read_text())["accounts"]["acme"]["campaigns"]
+    with tempfile.TemporaryDirectory() as folder:
+        service = Service(folder, config={"syncTimeOut": 10, "secure_mode": True}, access_key="key",
+                          campaigns=[one for one in campaigns if one["cid"] == "welcome"])
+        try:
+            service.run_host(__file__, "host")
+            service.run_host(__file__, "next_run")
+            events = service.events()
+        finally:
+            service.end()
+    for number, event in enumerate(events):
+        print(number, event)
+
+
+if len(sys.argv) == 1:
+    test()
+else:
+    {"host": host, "next_run": next_run}[sys.argv[1]]()
