@@ -177,8 +177,21 @@ def test():
             events = service.events()
         finally:
             service.end()
-    for number, event in enumerate(events):
-        print(number, event)
+    checkpoint = {"event_type": "checkpoint", "type": "custom"}
+    opened = {"event_type": "checkpoint", "name": "lmr_app_open", "type": "internal"}
+    assert events == [
+        {"event_type": "init"},
+        opened,
+        {**checkpoint, "name": "checkout", "metadata": {"Action Type": "purchase", "Action Metric": 12.5, **NESTED}},
+        {"event_type": "user", "user": {"email": "ada@example.com", "plan": ODD_TEXT}},
+        {"event_type": "session", "name": "visit", "duration": 1, "type": "internal"},
+        {"event_type": "push", "push": {"push_token": "0001feff", "subtype": "init"}},
+        {"event_type": "push", "push": {"cid": "spring", "subtype": "opened"}},
+        {**checkpoint, "name": "profile_created"},
+        {"event_type": "inapp", "inapp": {"cid": "welcome", "subtype": "tapped"}},
+        {**checkpoint, "name": "last_words"},
+        opened,
+    ], events
 
 
 if len(sys.argv) == 1:
