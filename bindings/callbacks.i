@@ -21,6 +21,12 @@
 %ignore lumora::bindings::Gate;
 
 %ignore lumora::LumoraExecutor;
+%immutable lumora::LumoraObserver::Configuration::isBlocked;
+%immutable lumora::LumoraObserver::Configuration::campaigns;
+%immutable lumora::LumoraObserver::DroppedCampaign::id;
+%immutable lumora::LumoraObserver::DroppedCampaign::part;
+%immutable lumora::LumoraObserver::Upload::events;
+%immutable lumora::LumoraObserver::Upload::duration;
 %include "lumora/Facade/LumoraObserver.h"
 %include "Callbacks.h"
 

@@ -64,3 +64,20 @@
                                      std::chrono::duration_cast<std::chrono::seconds>(refreshEvery)});
   }
 }
+
+#ifdef SWIGPYTHON
+%extend lumora::LumoraKeeper {
+%pythoncode %{
+    def close(self):
+        """Ends it; the end of a with statement does that too."""
+        if self.thisown:
+            _lumora.delete_LumoraKeeper(self)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exception):
+        self.close()
+%}
+}
+#endif
