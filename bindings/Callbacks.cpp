@@ -171,9 +171,11 @@ void setAlertPresenter(LinuxPlatformOptions& options, std::shared_ptr<AlertPrese
   };
 }
 
-void setNotificationScheduler(LinuxPlatformOptions& options, std::shared_ptr<NotificationScheduler> scheduler) {
+void setNotificationScheduler(LinuxPlatformOptions& options,
+                              std::shared_ptr<NotificationScheduler> scheduler) {
   const auto slot = slotOf(std::move(scheduler));
-  options.notificationScheduler = [slot](const NotificationRequest& request, Completion::Function completion) {
+  options.notificationScheduler = [slot](const NotificationRequest& request,
+                                         Completion::Function completion) {
     const auto shared = std::make_shared<Completion>(std::move(completion));
     call(*slot, [&](auto& one) { one.schedule(request, shared); });
   };

@@ -17,10 +17,11 @@ namespace lumora {
 struct LinuxPlatformOptions;
 }
 
-/// What a host in a managed language registers: classes that SWIG lets it derive, where the library takes functions.
+/// What a host in a managed language registers: classes that SWIG lets it derive, where the library takes
+/// functions.
 ///
-/// Every call of one passes the gate, so that none reaches a runtime that has ended. The host's side sees to it that
-/// its exceptions stay there.
+/// Every call of one passes the gate, so that none reaches a runtime that has ended. The host's side sees to
+/// it that its exceptions stay there.
 namespace lumora::bindings {
 
 /// A task for the main queue, or what a tap on a notification completes.
@@ -88,7 +89,8 @@ MessageScreens& makeMessageScreens(std::shared_ptr<MessageDisplay> display);
 void setLogWriter(LinuxPlatformOptions& options, std::shared_ptr<LogWriter> writer);
 void setURLOpener(LinuxPlatformOptions& options, std::shared_ptr<URLOpener> opener);
 void setAlertPresenter(LinuxPlatformOptions& options, std::shared_ptr<AlertPresenter> presenter);
-void setNotificationScheduler(LinuxPlatformOptions& options, std::shared_ptr<NotificationScheduler> scheduler);
+void setNotificationScheduler(LinuxPlatformOptions& options,
+                              std::shared_ptr<NotificationScheduler> scheduler);
 void setMessageScreens(LinuxPlatformOptions& options, MessageScreens& screens);
 
 /// Lets go of everything that was registered, tasks that wait on the main queue included.

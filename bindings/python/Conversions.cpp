@@ -100,7 +100,8 @@ PyObject* dictOf(const Map& map) {
 PyObject* numberOf(const Value& value) {
   if (value.isBoolean()) return PyBool_FromLong(value.boolValue() ? 1 : 0);
   if (value.isFloatingPoint()) return PyFloat_FromDouble(value.doubleValue());
-  if (value.numberKind() != Value::NumberKind::unsignedLongLong) return PyLong_FromLongLong(value.integerValue());
+  if (value.numberKind() != Value::NumberKind::unsignedLongLong)
+    return PyLong_FromLongLong(value.integerValue());
   return PyLong_FromString(value.description().c_str(), nullptr, 10);
 }
 
@@ -155,7 +156,7 @@ bool fromPython(PyObject* object, Date& date) {
     return false;
   }
   const Owned epoch(PyDateTimeAPI->DateTime_FromDateAndTime(1970, 1, 1, 0, 0, 0, 0, PyDateTime_TimeZone_UTC,
-                                                           PyDateTimeAPI->DateTimeType));
+                                                            PyDateTimeAPI->DateTimeType));
   const Owned passed(epoch ? PyNumber_Subtract(object, epoch.get()) : nullptr);
   if (!passed) return false;
   date = Date(std::chrono::days(PyDateTime_DELTA_GET_DAYS(passed.get())) +
@@ -252,7 +253,8 @@ PyObject* toPython(std::size_t number) {
 }
 
 PyObject* toPython(const Data& data) {
-  return PyBytes_FromStringAndSize(reinterpret_cast<const char*>(data.data()), static_cast<Py_ssize_t>(data.size()));
+  return PyBytes_FromStringAndSize(reinterpret_cast<const char*>(data.data()),
+                                   static_cast<Py_ssize_t>(data.size()));
 }
 
 PyObject* toPython(std::chrono::milliseconds duration) {
@@ -280,16 +282,24 @@ PyObject* toPython(const Value& value) {
   const Level level;
   if (!level) return nullptr;
   switch (value.kind()) {
-    case Value::Kind::null: Py_RETURN_NONE;
-    case Value::Kind::number: return numberOf(value);
-    case Value::Kind::string: return toPython(*value.asString());
-    case Value::Kind::data: return toPython(*value.asData());
-    case Value::Kind::date: return toPython(*value.asDate());
-    case Value::Kind::url: return toPython(value.asURL()->absoluteString());
-    case Value::Kind::list: return listOf(*value.asList());
+    case Value::Kind::null:
+      Py_RETURN_NONE;
+    case Value::Kind::number:
+      return numberOf(value);
+    case Value::Kind::string:
+      return toPython(*value.asString());
+    case Value::Kind::data:
+      return toPython(*value.asData());
+    case Value::Kind::date:
+      return toPython(*value.asDate());
+    case Value::Kind::url:
+      return toPython(value.asURL()->absoluteString());
+    case Value::Kind::list:
+      return listOf(*value.asList());
     case Value::Kind::map:
       return value.asDictionary() != nullptr ? dictOf(*value.asDictionary()) : dictOf(*value.asMixedMap());
-    case Value::Kind::opaque: break;
+    case Value::Kind::opaque:
+      break;
   }
   return toPython(value.description());
 }

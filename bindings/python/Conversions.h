@@ -13,8 +13,8 @@
 
 /// Python's objects as the library's values, and back. To be called with the interpreter's lock held.
 ///
-/// `fromPython` gives false, with an exception set, for an object of another kind or a text that is not UTF-8 (a lone
-/// surrogate). `toPython` gives a new reference, or null with an exception set.
+/// `fromPython` gives false, with an exception set, for an object of another kind or a text that is not UTF-8
+/// (a lone surrogate). `toPython` gives a new reference, or null with an exception set.
 namespace lumora::python {
 
 using TextMap = std::map<std::string, std::string, std::less<>>;

@@ -26,9 +26,9 @@ class Locked {
   bool isLocked_ = true;
 };
 
-/// Gives the lock away while the library is called. A thread that comes back when the interpreter has ended rests until
-/// the process is gone: the interpreter would end it in the middle of its C++ functions. The one that ends the interpreter
-/// keeps the lock.
+/// Gives the lock away while the library is called. A thread that comes back when the interpreter has ended
+/// rests until the process is gone: the interpreter would end it in the middle of its C++ functions. The one
+/// that ends the interpreter keeps the lock.
 class Unlocked {
  public:
   Unlocked();
@@ -41,7 +41,8 @@ class Unlocked {
   PyThreadState* state_;
 };
 
-/// Writes the exception that is set to the logger "lumora"; Ctrl-C is raised again once the main thread is in Python.
+/// Writes the exception that is set to the logger "lumora"; Ctrl-C is raised again once the main thread is in
+/// Python.
 void logException(const char* where);
 
 /// Lets go of an object on any thread; when the interpreter has ended the object stays.

@@ -13,6 +13,7 @@ EXAMPLES = pathlib.Path(__file__).resolve().parents[3] / "examples"
 class Service:
     def __init__(self, folder, **account):
         self.folder = pathlib.Path(folder)
+        self.python = sys.executable
         accounts = self.folder / "accounts.json"
         accounts.write_text(json.dumps({"accounts": {"acme": {"secret": "s3cret", "lst": 1, **account}}}))
         self.process = subprocess.Popen(
@@ -27,7 +28,7 @@ class Service:
         home.mkdir(exist_ok=True)
         environment = {**os.environ, "HOME": str(home), "XDG_DATA_HOME": str(home / "data"),
                        "XDG_CACHE_HOME": str(home / "cache"), "LUMORA_OPTIONS": json.dumps(self.options)}
-        done = subprocess.run([sys.executable, "-X", "dev", "-X", "faulthandler", *map(str, arguments)], text=True,
+        done = subprocess.run([self.python, "-X", "dev", "-X", "faulthandler", *map(str, arguments)], text=True,
                               env=environment, capture_output=True, timeout=240)
         print(done.stdout, done.stderr, sep="", end="")
         assert done.returncode == 0, f"{arguments} ended with {done.returncode}"
