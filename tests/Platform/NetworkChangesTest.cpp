@@ -31,14 +31,16 @@ bool bringUpLoopback() {
 /// In a network of its own, whose loopback comes up while it is watched.
 [[noreturn]] void watchOwnNetwork() {
   if (::unshare(CLONE_NEWNET) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) ::_exit(notAllowed);
-  std::promise<void> called;
+  std::promise<void> called, isWatched;
   std::unique_ptr<NetworkChanges::Watch> watch;
   bool isFirst = true;
   watch = NetlinkChanges().watch([&] {
     if (!std::exchange(isFirst, false)) return;
+    isWatched.get_future().wait();
     watch.reset();  // From its own callback too.
     called.set_value();
   });
+  isWatched.set_value();
   if (!watch || !bringUpLoopback()) ::_exit(notAllowed);
   called.get_future().wait();
   ::_exit(heard);
