@@ -50,6 +50,10 @@ PlainSQLite::~PlainSQLite() {
   sqlite3_close(database_);
 }
 
+void PlainSQLite::keepLog() {
+  for (const char* setting : {"PRAGMA journal_mode = WAL", "PRAGMA synchronous = FULL"}) run(setting);
+}
+
 int PlainSQLite::run(const std::string& sql) {
   const Statement statement = prepare(database_, sql);
   int rows = 0;

@@ -28,6 +28,8 @@ class PlainSQLite {
   PlainSQLite(const PlainSQLite&) = delete;
   PlainSQLite& operator=(const PlainSQLite&) = delete;
 
+  /// Writes to a log from now on, and syncs it with each commit.
+  void keepLog();
   /// Runs one statement to its end; the number of its rows, whose columns are read.
   int run(const std::string& sql);
   /// The texts of a column in all rows.
@@ -42,7 +44,7 @@ class PlainSQLite {
   sqlite3_stmt* insertion_ = nullptr;
 };
 
-/// Opens the file, runs one statement and closes it, as the library does for each of its own.
+/// Opens the file, runs one statement and closes it.
 int runAlone(const std::string& file, const std::string& sql);
 
 /// The statement that stores an event's text.

@@ -8,8 +8,7 @@ constexpr int kEventsInCommit = 50;
 }  // namespace
 
 PlainStore::PlainStore(const std::string& file) : database_(file) {
-  database_.run("PRAGMA journal_mode = WAL");
-  database_.run("PRAGMA synchronous = FULL");
+  database_.keepLog();
   database_.run(kEventsTable);
 }
 

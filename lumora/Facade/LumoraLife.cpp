@@ -60,6 +60,7 @@ void Lumora::shutdown(std::chrono::milliseconds timeout) {
   const bool isAtRest = serialInAppQueue_->finishWithin(limit);
   serialQueue_->async([this] {
     dataManager_.storeWaiting();
+    dataManager_.closeFile();
     CallGate::settle(Closed::afterShutdown);
   });
   const bool isStored = serialQueue_->finishWithin(leftOf(limit, begun));

@@ -19,7 +19,7 @@ enum class FileLockState {
 };
 
 /// What files need that several processes use at once: folders and files for their owner alone, a place for a
-/// broken file, and locks between processes.
+/// broken file, locks between processes, and whether they share memory.
 ///
 /// Paths are absolute. Thread safety: every operation may be called from any thread. No operation waits.
 /// Operations that give a text give nothing on success, else the reason, as a text for people.
@@ -44,6 +44,9 @@ class LUMORA_EXPORT SharedFiles {
   virtual FileLockState tryLock(const std::string& path) = 0;
   /// Gives back a lock that `tryLock` took for the path.
   virtual void unlock(const std::string& path) = 0;
+  /// Whether processes that map the file at the path, or one beside it, share its memory. Not so on a
+  /// network's file system, where they may run on different machines, nor on one that a program serves.
+  virtual bool sharesMemory(const std::string& path) = 0;
 };
 
 /// Passes everything to other shared files; a base for a host that replaces a single operation.
@@ -59,6 +62,7 @@ class LUMORA_EXPORT ForwardingSharedFiles : public SharedFiles {
   }
   FileLockState tryLock(const std::string& path) override { return next_.tryLock(path); }
   void unlock(const std::string& path) override { next_.unlock(path); }
+  bool sharesMemory(const std::string& path) override { return next_.sharesMemory(path); }
 
  private:
   SharedFiles& next_;

@@ -87,6 +87,7 @@ void LMRDataManager::storeAtEnd(std::size_t tasks, const std::string& path) {
   if (databaseLock_.tryLock()) {  // It may not come free any more.
     if (!sql_.isInTransaction()) storeUpTo(newestChange_);
     lost += waiting_.size();
+    closeFile();
     databaseLock_.unlock();
   }
   if (lost == 0) return;

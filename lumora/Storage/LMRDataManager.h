@@ -30,10 +30,11 @@ namespace lumora {
 ///
 /// Every operation runs on the caller's thread, in one transaction, and holds `databaseLock`, which its
 /// holder may take again. Only the changes of a `Burst` gather in memory for some milliseconds, to share a
-/// transaction: the whole costs the disk little more than one of them. Nothing is reported to callers: a
-/// failed insert loses the event, a failed read gives nothing, sent rows that cannot be deleted are deleted
-/// by the next upload, and left out of it as long as they cannot. The log tells, once, that the file cannot
-/// be used and why.
+/// transaction: the whole costs the disk little more than one of them. The connection stays open until an
+/// upload ends, which carries the log over into the file, or the library does. Nothing is reported to
+/// callers: a failed insert loses the event, a failed read gives nothing, sent rows that cannot be deleted
+/// are deleted by the next upload, and left out of it as long as they cannot. The log tells, once, that the
+/// file cannot be used and why.
 ///
 /// The file is its owner's alone, and so is its folder, which is made when it is missing. A corrupt or
 /// foreign file, or a folder in its place, is moved aside, and what can still be read of it is carried over
@@ -162,6 +163,8 @@ class LMRDataManager {
   /// Stores what was saved in a burst, or still waits for a database that was busy. Call it before anything
   /// outside the database that says it is stored.
   void storeWaiting() noexcept;
+  /// Closes the database, which then is one file that holds everything; the next operation opens it again.
+  void closeFile();
   /// The lock file beside the database: who holds its lock (`FileLock`) keeps other processes, and other
   /// threads of this one, from uploading and from moving a corrupt database aside. Saving never waits for it.
   std::string lockFilePath();
@@ -219,6 +222,7 @@ class LMRDataManager {
 
   UploadedEvents beginUpload();
   void endUpload();
+  void limitSavedDuringUpload();
   UploadedEvents readUnsent(OstrelSQLiteManager& sql);
   EventRows rowsOfUpload(const List& ids);
   void deleteSentFirst();

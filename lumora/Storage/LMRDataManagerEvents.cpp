@@ -132,13 +132,23 @@ LMRDataManager::UploadedEvents LMRDataManager::readUnsent(OstrelSQLiteManager& s
   return events;
 }
 
-/// The rows that were saved during an upload count for the limit one after the other, as if each had waited
-/// for the upload's end.
 void LMRDataManager::endUpload() {
   {
     Lock lock(databaseLock_);
     if (--runningUploads_ > 0) return;
     uploading_.clear();
+  }
+  limitSavedDuringUpload();
+  Lock lock(databaseLock_);
+  // What was sent and deleted is to be in the log no longer.
+  if (sent_.empty()) closeFile();
+}
+
+/// The rows that were saved during an upload count for the limit one after the other, as if each had waited
+/// for the upload's end.
+void LMRDataManager::limitSavedDuringUpload() {
+  {
+    Lock lock(databaseLock_);
     if (savedDuringUpload_.empty()) return;
   }
   change([this](OstrelSQLiteManager& sql) {

@@ -183,11 +183,18 @@ int LMRDataManager::carryOver(const SavedRows& saved) {
   return transaction.commit() ? 0 : events;
 }
 
+void LMRDataManager::closeFile() {
+  Lock lock(databaseLock_);
+  // An operation under way still needs it.
+  if (!sql_.isInTransaction()) sql_.closeDatabase();
+}
+
 bool LMRDataManager::eraseFiles() {
   Lock lock(databaseLock_);
   waiting_.clear();
   sent_.clear();
   tablesAreThere_ = false;
+  sql_.closeDatabase();
   FileSystem& files = platform().files;
   const std::string folder = files.documentsDirectory() + "/";
   const std::string name = sql_.getDatabasePath().substr(folder.size());

@@ -18,6 +18,7 @@ DatabaseFault::Kind faultOf(int extendedResult) {
   switch (extendedResult & 0xFF) {
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
+    case SQLITE_PROTOCOL:  // Several processes open the log's index at once.
       return DatabaseFault::Kind::busy;
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
@@ -164,6 +165,7 @@ std::optional<SQLiteError> OstrelSQLiteManager::openDatabase() {
 std::optional<SQLiteError> OstrelSQLiteManager::closeDatabase() {
   if (!db_) return std::nullopt;
   kept_ = {};
+  isReadyToWrite_ = false;
   std::optional<SQLiteError> error;
   if (sqlite3_close(db_) != SQLITE_OK) {
     error = createDBErrorWithDescription(
@@ -182,6 +184,7 @@ OstrelSQLiteManager::Transaction::~Transaction() {
 }
 
 DatabaseFault OstrelSQLiteManager::Transaction::commit() {
+  sql_.noteMove();
   // Not after a fault: SQLite may have undone what came before it, and the rest is not to stand alone.
   if (!fault()) {
     const int result = sqlite3_exec(sql_.db_, "COMMIT", nullptr, nullptr, nullptr);
@@ -191,31 +194,60 @@ DatabaseFault OstrelSQLiteManager::Transaction::commit() {
   return fault();
 }
 
+/// Whether the connection's file is no longer the one that its path names.
+bool OstrelSQLiteManager::hasMoved() const {
+  int moved = 0;
+  return db_ && sqlite3_file_control(db_, "main", SQLITE_FCNTL_HAS_MOVED, &moved) == SQLITE_OK && moved != 0;
+}
+
+/// Once for each connection.
+void OstrelSQLiteManager::prepareWriting() {
+  if (std::exchange(isReadyToWrite_, true)) return;
+  // EXTRA: every commit must survive a power cut, also that of a rollback journal, which is its removal.
+  note(sqlite3_exec(db_, "PRAGMA synchronous=EXTRA", nullptr, nullptr, nullptr));
+  if (!platform().sharedFiles.sharesMemory(getDatabasePath())) return;
+  // Of 1 MiB at most, as rows live only until the next upload.
+  note(
+      sqlite3_exec(db_, "PRAGMA journal_mode=WAL; PRAGMA wal_autocheckpoint=256", nullptr, nullptr, nullptr));
+}
+
 void OstrelSQLiteManager::beginTransaction(Access access) {
   isInTransaction_ = true;
   hasFailedStatement_ = false;
   fault_ = {};
+  if (hasMoved()) closeDatabase();
   // A file that is merely busy or corrupt opens well; that comes out with the first statement.
-  if (openDatabase()) {
+  if (!db_ && openDatabase()) {
     fault_ = {DatabaseFault::Kind::unusable, db_ ? reasonOf(db_) : "out of memory"};
-  } else if (access == Access::writes) {
-    // EXTRA: the journal's removal, which is the commit, must survive a power cut too.
-    note(sqlite3_exec(db_, "PRAGMA synchronous=EXTRA; BEGIN EXCLUSIVE", nullptr, nullptr, nullptr));
+    closeDatabase();
+    return;
+  }
+  changesBefore_ = sqlite3_total_changes(db_);
+  if (access == Access::writes) {
+    prepareWriting();
+    if (!fault_) note(sqlite3_exec(db_, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr));
   } else {
     // The first look takes the lock that a transaction which reads keeps to its end.
     note(sqlite3_exec(db_, "BEGIN; SELECT 1 FROM sqlite_master LIMIT 1", nullptr, nullptr, nullptr));
   }
+  noteMove();
+}
+
+/// What is written into a file that was moved away is lost: the next attempt opens what is there now.
+void OstrelSQLiteManager::noteMove() {
+  if (!fault_ && hasMoved()) fault_ = {DatabaseFault::Kind::busy, "another file has taken its place"};
 }
 
 void OstrelSQLiteManager::endTransaction() {
-  // SQLite has undone it already after some faults, and then says so.
-  if (db_) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+  if (db_ && sqlite3_get_autocommit(db_) == 0) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
   isInTransaction_ = false;
-  closeDatabase();
+  // Such a connection will do no better when the file has been mended; a full disk's does.
+  if (fault_.kind == DatabaseFault::Kind::corrupt || (fault_ && db_ && sqlite3_db_readonly(db_, "main") != 0))
+    closeDatabase();
 }
 
 int OstrelSQLiteManager::changedRows() const {
-  return db_ ? sqlite3_total_changes(db_) : 0;
+  return db_ ? sqlite3_total_changes(db_) - changesBefore_ : 0;
 }
 
 /// Takes in how a call of SQLite ended.

@@ -45,9 +45,13 @@ struct DatabaseFault {
 
 /// A thin wrapper around one SQLite database file.
 ///
-/// Connections are short-lived: outside of a transaction every operation that runs a statement opens one if
-/// none is held and closes it when it is done. Nothing waits: while another process holds the file,
-/// statements do nothing. There is no lock here: one thread at a time.
+/// Outside of a transaction every operation that runs a statement opens a connection if none is held, and
+/// closes it when it is done. A transaction leaves its connection open for the next one. Nothing waits: while
+/// another process holds the file, statements do nothing. There is no lock here: one thread at a time.
+///
+/// What transactions write goes to a log beside the file ("-wal"), with one sync for each; from there it is
+/// carried over into the file now and then, and when the connection is closed, which removes the log. Where
+/// processes cannot share memory SQLite keeps its rollback journal instead.
 class OstrelSQLiteManager {
  public:
   using Row = Dictionary;
@@ -69,8 +73,8 @@ class OstrelSQLiteManager {
     writes,  ///< Every other process is kept out from the start, so that it ends as it began: not busy.
   };
 
-  /// A transaction for the length of a scope. It opens the file, and keeps the connection open over its
-  /// statements; what was not committed is undone. One at a time.
+  /// A transaction for the length of a scope; what was not committed is undone. One at a time. It takes the
+  /// connection that is held, unless another file has taken the place of its own, or opens one.
   class Transaction {
    public:
     Transaction(OstrelSQLiteManager& sql, Access access);
@@ -80,7 +84,7 @@ class OstrelSQLiteManager {
 
     /// What keeps it from beginning, or what a statement has met since.
     const DatabaseFault& fault() const noexcept { return sql_.fault_; }
-    /// Ends it and closes the connection. A fault that it met, now at the latest, undoes the whole.
+    /// Ends it. A fault that it met, now at the latest, undoes the whole.
     DatabaseFault commit();
 
    private:
@@ -92,7 +96,7 @@ class OstrelSQLiteManager {
   const DatabaseFault& fault() const noexcept { return fault_; }
   /// Whether a statement of this transaction was wrong itself; perhaps its table is not there.
   bool hasFailedStatement() const noexcept { return hasFailedStatement_; }
-  /// The number of rows that this connection has inserted, deleted or changed so far.
+  /// The number of rows that this transaction has inserted, deleted or changed so far.
   int changedRows() const;
 
   /// Runs one statement that returns no rows. Only a step that ends in a plain SQL error is reported: a
@@ -100,7 +104,8 @@ class OstrelSQLiteManager {
   std::optional<SQLiteError> doQuery(const std::string& sql);
   /// The same for a statement with `?` parameters. Texts, 32- and 64-bit integers (32 bits of them) and
   /// floats are bound; other numbers are logged and, like every other kind, leave their parameter NULL.
-  /// Within a transaction the last such statement stays compiled, for the case that it comes again.
+  /// Within a transaction the last such statement stays compiled with the connection, for the case that it
+  /// comes again.
   std::optional<SQLiteError> doQuery(const std::string& sql, const List& withPreparedStmts);
   /// Every row as a map from column name to value: integers have 32 bits, reals single precision. A query
   /// that fails is logged and gives no rows.
@@ -129,6 +134,9 @@ class OstrelSQLiteManager {
 
   SQLiteError createDBErrorWithDescription(std::string description, int code) const;
   std::optional<SQLiteError> runStatement(const std::string& sql, const List* parameters);
+  bool hasMoved() const;
+  void noteMove();
+  void prepareWriting();
   void beginTransaction(Access access);
   void endTransaction();
   void note(int result);
@@ -137,8 +145,11 @@ class OstrelSQLiteManager {
 
   std::string databaseName_;
   sqlite3* db_ = nullptr;
-  /// What may come again in the transaction under way.
+  /// What may come again with this connection.
   Prepared kept_;
+  /// Whether this connection knows how to write.
+  bool isReadyToWrite_ = false;
+  int changesBefore_ = 0;
   bool isInTransaction_ = false;
   bool hasFailedStatement_ = false;
   /// The first that the transaction met.

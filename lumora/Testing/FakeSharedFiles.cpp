@@ -64,6 +64,10 @@ void FakeSharedFiles::unlock(const std::string& path) {
   locked_.erase(path);
 }
 
+bool FakeSharedFiles::sharesMemory(const std::string& /*path*/) {
+  return sharesMemory_;
+}
+
 bool FakeSharedFiles::isLocked(const std::string& path) {
   Lock lock(mutex_);
   return locked_.contains(path);

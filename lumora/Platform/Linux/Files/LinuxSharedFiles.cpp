@@ -4,9 +4,12 @@
 #include "lumora/Platform/Linux/Files/LinuxSharedFiles.h"
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <map>
@@ -54,6 +57,12 @@ FileLockState stateAfter(int error) {
   const bool passes = error == EMFILE || error == ENFILE || error == ENOMEM || error == EINTR;
   return passes ? FileLockState::busy : FileLockState::unsupported;
 }
+
+/// A network's, a cluster's, a virtual machine's host's, and those that a program serves.
+constexpr std::uint32_t kForeignFileSystems[] = {NFS_SUPER_MAGIC,   SMB_SUPER_MAGIC,  SMB2_SUPER_MAGIC,
+                                                 CIFS_SUPER_MAGIC,  AFS_SUPER_MAGIC,  AFS_FS_MAGIC,
+                                                 NCP_SUPER_MAGIC,   CEPH_SUPER_MAGIC, CODA_SUPER_MAGIC,
+                                                 OCFS2_SUPER_MAGIC, V9FS_MAGIC,       FUSE_SUPER_MAGIC};
 
 bool setLock(const FileDescriptor& file, short type) {
   struct flock range {};  // The whole file.
@@ -120,6 +129,13 @@ void LinuxSharedFiles::unlock(const std::string& path) {
   if (own.holder != ::getpid()) return;
   own.holder = 0;
   setLock(own.file, F_UNLCK);
+}
+
+bool LinuxSharedFiles::sharesMemory(const std::string& path) {
+  struct statfs system {};
+  return isPath(path) && ::statfs(path.c_str(), &system) == 0 &&
+         std::ranges::find(kForeignFileSystems, static_cast<std::uint32_t>(system.f_type)) ==
+             std::end(kForeignFileSystems);
 }
 
 }  // namespace lumora

@@ -13,6 +13,7 @@ class LinuxSharedFiles : public SharedFiles {
   std::optional<std::string> moveAside(const std::string& path, const std::string& newPath) override;
   FileLockState tryLock(const std::string& path) override;
   void unlock(const std::string& path) override;
+  bool sharesMemory(const std::string& path) override;
 };
 
 }  // namespace lumora
