@@ -144,7 +144,7 @@ TEST_F(UploadTest, whatWasSentButCannotBeDeletedIsNotSentAgain) {
   for (int round = 0; round < 3; ++round) logger().reportEvents(true);
   EXPECT_EQ(requests(), Texts{uploadRequest});
   EXPECT_EQ(logWith("Sent events"),
-            Texts{"LumoraSDK-Sent events that cannot be deleted: 2 (disk I/O error: File too large)"});
+            Texts{"LumoraSDK-Sent events that cannot be deleted: 2 (disk I/O error)"});
   fullDisk.reset();
   // Both ids are given out again: one by another process, the other for the same text.
   const std::string other = actionEvent("of another process");
