@@ -43,7 +43,8 @@ enum class LogDestination {
 ///
 /// The function receives what `LogDetail` lets through. It is called on any thread, also while the library
 /// holds its locks, so it must not call back into the library, throw, or take long. It is not called any
-/// more once the process is ending; what is left to tell then goes to standard error. An empty function means
+/// more once the process is ending; what is left to tell then goes to standard error. A function that calls
+/// `exit` loses what waits in the queue of the thread that it was called on. An empty function means
 /// `LogDestination::standardError`.
 using LogSink = std::variant<LogDestination, std::function<void(std::string_view message)>>;
 
