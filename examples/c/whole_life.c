@@ -122,14 +122,12 @@ static void install(life* own, char** arguments) {
 }
 
 static void observe(life* own) {
-  lumora_observer observer;
-  memset(&observer, 0, sizeof observer);
-  observer.size = sizeof observer;
-  observer.context = own;
-  observer.initialized = on_initialized;
-  observer.initialization_failed = on_failure;
-  observer.upload_failed = on_failure;
-  observer.events_dropped = on_loss;
+  const lumora_observer observer = {.size = sizeof observer,
+                                    .context = own,
+                                    .initialized = on_initialized,
+                                    .initialization_failed = on_failure,
+                                    .upload_failed = on_failure,
+                                    .events_dropped = on_loss};
   must("observe", lumora_set_observer(&observer));
 }
 
