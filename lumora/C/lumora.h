@@ -555,7 +555,8 @@ typedef struct lumora_status {
   bool is_blocked;
   /** The stored events that no upload has delivered yet; -1 when the database cannot be read now. */
   int64_t waiting_events;
-  /** When the configuration was last asked for, and an upload last begun, in an earlier run too. */
+  /** When the configuration was last asked for, and an upload last begun, in an earlier run too; whether or
+   * not that succeeded. An initialisation that asks first counts only once it has completed. */
   double last_sync;
   double last_upload;
   /** The last thing that failed in this run; `LUMORA_REASON_NONE` when nothing did. */

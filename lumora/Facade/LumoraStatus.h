@@ -26,7 +26,8 @@ struct LumoraStatus {
   /// one part that is read from the disk.
   std::optional<std::size_t> waitingEvents;
   /// When the configuration was last asked for, and an upload last begun, in an earlier run too; whether or
-  /// not that succeeded. Nothing when it never was.
+  /// not that succeeded. Nothing when it never was. An initialisation that asks first counts only once it has
+  /// completed; how it failed is in `lastError`.
   std::optional<Date> lastSync;
   std::optional<Date> lastUpload;
   /// The last thing that failed in this run, also when it has succeeded since.

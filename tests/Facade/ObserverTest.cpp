@@ -44,6 +44,7 @@ TEST_F(ObserverTest, TellsWhyAnInitialisationFails) {
     prepare();
     lumora().initializeWithTarrowID(tarrow, secret);
     EXPECT_EQ(told(), Texts{expected});
+    EXPECT_EQ(lumora().status().lastSync, std::nullopt) << "no initialisation has completed";
     host.settings.setRefusesChanges(false);
     host.bundle.setInfoValue("CFBundleShortVersionString", "1.0");
   }
