@@ -8,7 +8,7 @@ namespace {
 // The numbers of C are those of C++.
 using Reason = LumoraError::Reason;
 static_assert(static_cast<lumora_reason>(Reason::network) == LUMORA_REASON_NETWORK);
-static_assert(static_cast<lumora_reason>(Reason::otherProcess) == LUMORA_REASON_OTHER_PROCESS);
+static_assert(static_cast<lumora_reason>(Reason::aborted) == LUMORA_REASON_ABORTED);
 static_assert(static_cast<lumora_loss>(LumoraEventLoss::storeFailed) == LUMORA_LOSS_STORE_FAILED);
 using Operation = LumoraStatus::Operation;
 static_assert(static_cast<lumora_operation>(Operation::upload) == LUMORA_OPERATION_UPLOAD);

@@ -484,7 +484,9 @@ enum {
   /** Secure mode is on, and no signature is set. */
   LUMORA_REASON_SIGNATURE_MISSING = 9,
   /** Another process of this application was uploading for too long. */
-  LUMORA_REASON_OTHER_PROCESS = 10
+  LUMORA_REASON_OTHER_PROCESS = 10,
+  /** A shutdown, an erasure or a denied consent has cut the request short. */
+  LUMORA_REASON_ABORTED = 11
 };
 
 typedef struct lumora_error {

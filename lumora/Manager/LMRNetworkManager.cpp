@@ -34,6 +34,7 @@ void setError(LumoraError* error, Reason reason, int code = 0, std::string messa
 
 /// Why nothing came that could be read.
 void setErrorOfTransport(LumoraError* error, const URLResponse& response) {
+  if (!CallGate::isOpen()) return setError(error, Reason::aborted);
   if (!response.error) return setError(error, Reason::malformedAnswer, response.statusCode);
   const bool isLoaders = response.error->domain == kURLErrorDomain;
   setError(error, Reason::network, isLoaders ? response.error->code : 0, response.error->description);
@@ -98,7 +99,10 @@ std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::stri
                                                                  LumoraError* error) {
   // Held over the request: one at a time, and nothing but a request waits for this lock.
   Lock lock(mutex_);
-  if (!CallGate::isOpen()) return std::nullopt;
+  if (!CallGate::isOpen()) {
+    setError(error, Reason::aborted);
+    return std::nullopt;
+  }
   const auto url = getBaseUrlWithEndPoint(endPoint);
   if (!url) {
     logLine("LumoraSDK-Error creating request Url");
@@ -118,7 +122,10 @@ std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::stri
   setHeaders(request);
 
   const URLResponse response = platform().urlLoader.load(request);
-  if (!CallGate::isOpen()) return std::nullopt;  // What it says comes too late.
+  if (!CallGate::isOpen()) {  // What it says comes too late.
+    setError(error, Reason::aborted);
+    return std::nullopt;
+  }
   // No other status matters: what the answer says of itself decides.
   if (!hasBody(response)) {
     if (response.statusCode == 304) {
@@ -143,7 +150,10 @@ std::optional<Dictionary> LMRNetworkManager::getDataFromEndpoint(const std::stri
 std::optional<Dictionary> LMRNetworkManager::postDataSync(std::string data, const std::string& toEndpoint,
                                                           LumoraError* error) {
   Lock lock(mutex_);
-  if (!CallGate::isOpen()) return std::nullopt;
+  if (!CallGate::isOpen()) {
+    setError(error, Reason::aborted);
+    return std::nullopt;
+  }
   const auto url = getBaseUrlWithEndPoint(toEndpoint);
   if (!url) {
     logLine("LumoraSDK-Error creating request Url");

@@ -18,6 +18,7 @@ struct LumoraError {
     blocked,                    ///< The service has disabled the account for this application.
     signatureMissing,           ///< Secure mode is on, and no signature is set.
     otherProcess,               ///< Another process of this application was uploading for too long.
+    aborted,                    ///< A shutdown, an erasure or a denied consent has cut the request short.
   };
 
   Reason reason = Reason::none;

@@ -39,7 +39,8 @@ struct NoticeList : LumoraObserver {
                                      "notModified",
                                      "blocked",
                                      "signatureMissing",
-                                     "otherProcess"};
+                                     "otherProcess",
+                                     "aborted"};
     return names[static_cast<int>(reason)];
   }
 

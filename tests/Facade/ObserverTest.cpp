@@ -51,6 +51,12 @@ TEST_F(ObserverTest, TellsWhyAnInitialisationFails) {
   host.urlLoader.enqueue(200, R"({"success":true,"blocked":true})");
   lumora().initializeWithTarrowID(account, secret);
   EXPECT_EQ(told(), (Texts{"configuration 1 0", "failed blocked 0 "}));
+  host.urlLoader.setHandler([](const URLRequest&) {
+    lumora().setTrackingConsent(Consent::denied);
+    return URLResponse{200, {}, accepted, std::nullopt};
+  });
+  lumora().initializeWithTarrowID(account, secret);
+  EXPECT_EQ(told(), Texts{"failed aborted 0 "});
 }
 
 TEST_F(ObserverTest, TellsOfTheConfigurationUploadsAndLostEvents) {

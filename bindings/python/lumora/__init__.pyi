@@ -23,6 +23,7 @@ class Reason(IntEnum):
     BLOCKED = 8
     SIGNATURE_MISSING = 9
     OTHER_PROCESS = 10
+    ABORTED = 11
 
 class Operation(IntEnum):
     INITIALIZATION = 0
