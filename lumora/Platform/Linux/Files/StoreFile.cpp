@@ -9,7 +9,6 @@
 #include <chrono>
 #include <cstdio>
 #include <exception>
-#include <filesystem>
 #include <thread>
 #include <utility>
 
@@ -158,16 +157,16 @@ bool StoreFile::replace(std::string_view bytes, FolderSync sync) {
 }
 
 bool StoreFile::removeMovedAside() const {
-  const std::filesystem::path target = followLinks(path_) + kCorruptInfix;
-  std::error_code error;
-  std::filesystem::directory_iterator entry(target.parent_path(), error);
-  if (error) return error == std::errc::no_such_file_or_directory;
+  const std::string target = followLinks(path_) + kCorruptInfix;
+  const std::string folder = parentFolder(target);
+  const std::string prefix = target.substr(target.rfind('/') + 1);
+  const std::optional<std::vector<std::string>> names = namesIn(folder);
+  if (!names) return errno == ENOENT;
   bool isClean = true;
-  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    if (!entry->path().filename().native().starts_with(target.filename().native())) continue;
-    if (::unlink(entry->path().c_str()) != 0) isClean = false;
+  for (const std::string& name : *names) {
+    if (name.starts_with(prefix) && ::unlink((folder + "/" + name).c_str()) != 0) isClean = false;
   }
-  return isClean && !error;
+  return isClean;
 }
 
 bool StoreFile::moveAside() {

@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
 #include "lumora/Platform/URLLoader.h"
@@ -16,7 +18,8 @@ namespace lumora {
 std::unique_ptr<URLLoader> makeCurlURLLoader(const std::string& certificateAuthorityFile,
                                              const std::string& connectTo);
 
-/// What the module calls of the library: there is one process, and one end of it, for both.
+/// What the module calls of the library: there is one process, and one end of it, for both. Besides, what is
+/// not worth a second copy.
 struct ProcessFunctions {
   bool (*isForkedChild)() noexcept;
   void (*watch)();
@@ -25,6 +28,7 @@ struct ProcessFunctions {
   int (*descriptor)();
   void (*begin)(ProcessEnd::Work work) noexcept;
   void (*finish)(ProcessEnd::Work work, std::size_t count) noexcept;
+  std::optional<std::vector<std::string>> (*namesIn)(const std::string& folder);
 };
 
 /// How the module names its function; who calls it owns the loader.

@@ -1,6 +1,7 @@
 // The loader of the shared library: made by the module beside it, which is loaded with the first request and
 // stays. Only this source and NetworkModuleEntry.cpp know that there are two files.
 #include "lumora/Platform/ForkedChild.h"
+#include "lumora/Platform/Linux/Files/Files.h"
 #include "lumora/Platform/Linux/Modules/LoadModule.h"
 #include "lumora/Platform/Linux/Network/MakeCurlURLLoader.h"
 
@@ -17,7 +18,8 @@ std::unique_ptr<URLLoader> makeCurlURLLoader(const std::string& certificateAutho
                                      .refusesTransfers = ProcessEnd::refusesTransfers,
                                      .descriptor = ProcessEnd::descriptor,
                                      .begin = ProcessEnd::begin,
-                                     .finish = ProcessEnd::finish};
+                                     .finish = ProcessEnd::finish,
+                                     .namesIn = namesIn};
   return std::unique_ptr<URLLoader>(make(process, certificateAuthorityFile, connectTo));
 }
 

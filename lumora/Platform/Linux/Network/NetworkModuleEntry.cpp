@@ -2,6 +2,7 @@
 // the library's to answer, whose functions are handed over here.
 #include "lumora/Platform/Export.h"
 #include "lumora/Platform/ForkedChild.h"
+#include "lumora/Platform/Linux/Files/Files.h"
 #include "lumora/Platform/Linux/Network/MakeCurlURLLoader.h"
 
 namespace lumora {
@@ -37,6 +38,10 @@ void ProcessEnd::begin(Work work) noexcept {
 
 void ProcessEnd::finish(Work work, std::size_t count) noexcept {
   library.finish(work, count);
+}
+
+std::optional<std::vector<std::string>> namesIn(const std::string& folder) {
+  return library.namesIn(folder);
 }
 
 }  // namespace lumora
