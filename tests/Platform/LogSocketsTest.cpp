@@ -20,8 +20,6 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 
-constexpr LogLineKind developer = LogLineKind::developer;
-
 /// Listens as a system's log does.
 class LogReceiver {
  public:
@@ -70,7 +68,8 @@ class LogReceiver {
 
 TEST(LogSocketsTest, TheJournalReceivesFields) {
   LogReceiver journal;
-  ASSERT_EQ(sendToJournal(journal.path, "LumoraSDK-one\nMESSAGE=two", developer), LogDelivery::taken);
+  ASSERT_EQ(sendToJournal(journal.path, "LumoraSDK-one\nMESSAGE=two", LogLineKind::developer),
+            LogDelivery::taken);
   const std::string length("\x19\0\0\0\0\0\0\0", 8);
   const std::string entry = journal.next();
   EXPECT_TRUE(entry.starts_with("MESSAGE\n" + length + "LumoraSDK-one\nMESSAGE=two\nPRIORITY\n")) << entry;
@@ -84,15 +83,16 @@ TEST(LogSocketsTest, TheJournalReceivesFields) {
 TEST(LogSocketsTest, LongMessagesTravelAsAFileOrAreCut) {
   LogReceiver log;
   const std::string message = "LumoraSDK-" + std::string(3 << 20, 'x');
-  ASSERT_EQ(sendToJournal(log.path, message, developer), LogDelivery::taken);
+  ASSERT_EQ(sendToJournal(log.path, message, LogLineKind::developer), LogDelivery::taken);
   EXPECT_THAT(log.next(), HasSubstr(message));
-  ASSERT_EQ(sendToSyslog(log.path, "LumoraSDK-" + std::string(9000, 'x'), developer), LogDelivery::taken);
+  ASSERT_EQ(sendToSyslog(log.path, "LumoraSDK-" + std::string(9000, 'x'), LogLineKind::developer),
+            LogDelivery::taken);
   EXPECT_EQ(log.next().size(), 8192U);
 }
 
 TEST(LogSocketsTest, SyslogReceivesItsOldForm) {
   LogReceiver log;
-  ASSERT_EQ(sendToSyslog(log.path, "LumoraSDK-hello", developer), LogDelivery::taken);
+  ASSERT_EQ(sendToSyslog(log.path, "LumoraSDK-hello", LogLineKind::developer), LogDelivery::taken);
   EXPECT_THAT(
       log.next(),
       MatchesRegex(
@@ -103,11 +103,12 @@ TEST(LogSocketsTest, AFullReceiverLosesTheLineAndAMissingOneIsTold) {
   LogReceiver log;
   LogDelivery delivery = LogDelivery::taken;
   for (int i = 0; i < 10000 && delivery == LogDelivery::taken; ++i) {
-    delivery = sendToSyslog(log.path, "LumoraSDK-again", developer);
+    delivery = sendToSyslog(log.path, "LumoraSDK-again", LogLineKind::developer);
   }
   EXPECT_EQ(delivery, LogDelivery::lost);
-  EXPECT_EQ(sendToJournal(log.path, "LumoraSDK-again", developer), LogDelivery::lost);
-  EXPECT_EQ(sendToJournal(log.folder / "none", "LumoraSDK-again", developer), LogDelivery::noReceiver);
+  EXPECT_EQ(sendToJournal(log.path, "LumoraSDK-again", LogLineKind::developer), LogDelivery::lost);
+  EXPECT_EQ(sendToJournal(log.folder / "none", "LumoraSDK-again", LogLineKind::developer),
+            LogDelivery::noReceiver);
 }
 
 }  // namespace

@@ -13,12 +13,12 @@
 namespace lumora::testing {
 namespace {
 
-struct FakeHost {
+struct FakeQueuesHost {
   void finish(TaskQueue&) { queues.runAll(); }
   FakeTaskQueues queues;
 };
 
-struct LinuxHost {
+struct LinuxQueuesHost {
   void finish(TaskQueue& queue) {
     queue.sync([] {});
     while (main.runPending() > 0) continue;
@@ -35,8 +35,8 @@ struct TaskQueuesTest : ::testing::Test {
   std::string ran;
 };
 
-using Hosts = ::testing::Types<FakeHost, LinuxHost>;
-TYPED_TEST_SUITE(TaskQueuesTest, Hosts);
+using QueuesHosts = ::testing::Types<FakeQueuesHost, LinuxQueuesHost>;
+TYPED_TEST_SUITE(TaskQueuesTest, QueuesHosts);
 
 TYPED_TEST(TaskQueuesTest, WaitsWithALimitAndFinishesWithWhatWasHandedOver) {
   constexpr std::chrono::minutes limit(1);

@@ -30,7 +30,7 @@ std::string latestLines(const FakeSystemLog& log) {
   return text;
 }
 
-std::string textAt(const Dictionary& campaign, std::string_view key) {
+std::string campaignText(const Dictionary& campaign, std::string_view key) {
   const Value* value = findValue(campaign, key);
   return value ? value->description() : "";
 }
@@ -94,7 +94,7 @@ void TestHost::enterForeground() {
 }
 
 void TestHost::offerCampaign(const Dictionary& campaign) {
-  const std::string id = textAt(campaign, "cid");
+  const std::string id = campaignText(campaign, "cid");
   if (!Lumora::sharedInstance().sdkInitialized()) {
     throw std::logic_error(
         "offerCampaign: the library is not initialised; let the code under test do that, or "
@@ -106,7 +106,7 @@ void TestHost::offerCampaign(const Dictionary& campaign) {
   fakes.settings.removeObject(kLmroLastUpdate);
   Lumora::sharedInstance().appWillEnterForeground();
   run();
-  if (isWaiting(id, textAt(campaign, "display_trigger"))) return;
+  if (isWaiting(id, campaignText(campaign, "display_trigger"))) return;
   throw std::logic_error("offerCampaign: the library did not take the campaign \"" + id +
                          "\". It must be complete, active and not ended, the only one of its event, and the "
                          "service online; start from a SampleCampaign" +
@@ -114,13 +114,13 @@ void TestHost::offerCampaign(const Dictionary& campaign) {
 }
 
 void TestHost::showCampaign(const Dictionary& campaign) {
-  const std::string id = textAt(campaign, "cid");
+  const std::string id = campaignText(campaign, "cid");
   if (const std::string other = screen.campaign(); !other.empty()) {
     throw std::logic_error("showCampaign: the message of \"" + other + "\" is on screen; tap it away first");
   }
   offerCampaign(campaign);
   LMRInAppHandler::sharedInstance().currentEvent(
-      {{std::string(KEY_NAME), textAt(campaign, "display_trigger")}});
+      {{std::string(KEY_NAME), campaignText(campaign, "display_trigger")}});
   run();
   if (screen.campaign() == id) return;
   throw std::logic_error(

@@ -17,7 +17,7 @@
 namespace lumora {
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using SteadyClock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr milliseconds longestWait{1000};
@@ -37,11 +37,11 @@ bool isUnchanged(const struct stat& left, const struct stat& right) {
 
 enum class LockResult { taken, busy, impossible };
 
-LockResult waitForLock(const FileDescriptor& file, Clock::time_point deadline) {
+LockResult waitForLock(const FileDescriptor& file, SteadyClock::time_point deadline) {
   for (milliseconds pause{1};; pause = std::min(pause * 2, longestPause)) {
     if (::flock(file.get(), LOCK_EX | LOCK_NB) == 0) return LockResult::taken;
     if (errno != EWOULDBLOCK && errno != EINTR) return LockResult::impossible;
-    if (Clock::now() + pause > deadline) return LockResult::busy;
+    if (SteadyClock::now() + pause > deadline) return LockResult::busy;
     std::this_thread::sleep_for(pause);
   }
 }
@@ -124,7 +124,8 @@ bool StoreFile::isCurrent() const {
 StoreLock StoreFile::lock() {
   // Beside the target, so that everybody means the same lock, whichever link they came by.
   const std::string lockPath = followLinks(path_) + ".lock";
-  const Clock::time_point deadline = Clock::now() + (isLockStuck_ ? milliseconds(0) : longestWait);
+  const SteadyClock::time_point deadline =
+      SteadyClock::now() + (isLockStuck_ ? milliseconds(0) : longestWait);
   for (;;) {
     if (!makeFolders(parentFolder(lockPath))) return notLocked(reasonOf(errno));
     FileDescriptor file(::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));

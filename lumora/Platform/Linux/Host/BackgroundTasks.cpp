@@ -22,11 +22,11 @@ BackgroundTime::Duration BackgroundTime::left(Duration age, Duration quietTime) 
 }
 
 struct BackgroundTasks::State : std::enable_shared_from_this<State> {
-  using Clock = std::chrono::steady_clock;
+  using SteadyClock = std::chrono::steady_clock;
 
   struct Task {
     std::function<void()> handler;
-    Clock::time_point begun;
+    SteadyClock::time_point begun;
     bool isExpired = false;
   };
 
@@ -37,7 +37,7 @@ struct BackgroundTasks::State : std::enable_shared_from_this<State> {
   void watch() {
     Lock lock(mutex);
     while (const auto left = timeLeft()) {
-      if (*left > Clock::duration()) {
+      if (*left > SteadyClock::duration()) {
         changed.wait_for(mutex, *left);
       } else {
         expireDue();
@@ -48,10 +48,10 @@ struct BackgroundTasks::State : std::enable_shared_from_this<State> {
   }
 
   /// The time until the next task expires; nothing when there is none.
-  std::optional<Clock::duration> timeLeft() LUMORA_REQUIRES(mutex) {
-    std::optional<Clock::duration> next;
+  std::optional<SteadyClock::duration> timeLeft() LUMORA_REQUIRES(mutex) {
+    std::optional<SteadyClock::duration> next;
     if (isClosed) return next;
-    const Clock::time_point now = Clock::now();
+    const SteadyClock::time_point now = SteadyClock::now();
     for (const auto& [id, task] : tasks) {
       // Its handler is on its way, and ends it or leaves it.
       if (task.isExpired) continue;
@@ -62,9 +62,9 @@ struct BackgroundTasks::State : std::enable_shared_from_this<State> {
   }
 
   void expireDue() LUMORA_REQUIRES(mutex) {
-    const Clock::time_point now = Clock::now();
+    const SteadyClock::time_point now = SteadyClock::now();
     for (auto& [id, task] : tasks) {
-      if (task.isExpired || time.left(now - task.begun, quietTime()) > Clock::duration()) continue;
+      if (task.isExpired || time.left(now - task.begun, quietTime()) > SteadyClock::duration()) continue;
       task.isExpired = true;
       mainQueue.async([self = shared_from_this(), id = id] { self->expire(id); });
     }
@@ -118,7 +118,7 @@ BackgroundTasks::~BackgroundTasks() {
 BackgroundTasks::Id BackgroundTasks::begin(std::function<void()> expirationHandler) {
   Lock lock(state_->mutex);
   const Id id = ++state_->lastId;
-  state_->tasks.emplace(id, State::Task{std::move(expirationHandler), State::Clock::now()});
+  state_->tasks.emplace(id, State::Task{std::move(expirationHandler), State::SteadyClock::now()});
   if (!state_->isWatched) state_->startWatching();
   return id;
 }

@@ -19,7 +19,7 @@
 namespace lumora {
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using SteadyClock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 /// Before the first run, and after each one that failed.
@@ -39,10 +39,10 @@ struct DelayedTask::State {
   bool waitUntilDue() {
     Lock lock(mutex);
     while (!isEnding) {
-      const std::optional<Clock::time_point> moment = due;
+      const std::optional<SteadyClock::time_point> moment = due;
       if (!moment) {
         wake.wait(mutex);
-      } else if (Clock::now() < *moment) {
+      } else if (SteadyClock::now() < *moment) {
         wake.wait_until(mutex, *moment);
       } else {
         due.reset();
@@ -58,7 +58,8 @@ struct DelayedTask::State {
     isRunning = false;
     failures = succeeded ? 0 : failures + 1;
     // A request that came meanwhile has set a moment of its own. The end waits for one attempt, not for more.
-    if (!succeeded && !isFinishing && failures < pauses.size() && !due) due = Clock::now() + pauses[failures];
+    if (!succeeded && !isFinishing && failures < pauses.size() && !due)
+      due = SteadyClock::now() + pauses[failures];
     wake.notify_all();
   }
 
@@ -78,7 +79,7 @@ struct DelayedTask::State {
   Mutex mutex;
   std::condition_variable_any wake;
   std::thread worker;
-  std::optional<Clock::time_point> due LUMORA_GUARDED_BY(mutex);
+  std::optional<SteadyClock::time_point> due LUMORA_GUARDED_BY(mutex);
   std::size_t failures LUMORA_GUARDED_BY(mutex) = 0;
   bool isRunning LUMORA_GUARDED_BY(mutex) = false;
   bool isFinishing LUMORA_GUARDED_BY(mutex) = false;
@@ -102,7 +103,7 @@ DelayedTask::~DelayedTask() {
 
 void DelayedTask::request() {
   Lock lock(state_->mutex);
-  const Clock::time_point moment = Clock::now() + pauses.front();
+  const SteadyClock::time_point moment = SteadyClock::now() + pauses.front();
   // Whoever asks again begins with the shortest pause.
   state_->failures = 0;
   if (!state_->worker.joinable()) state_->startWorker();
@@ -116,11 +117,11 @@ void DelayedTask::finishWithin(milliseconds limit) {
   if (::getpid() != state_->process) return;
   Lock lock(state_->mutex);
   if (!state_->worker.joinable()) return;
-  const Clock::time_point deadline = Clock::now() + limit;
+  const SteadyClock::time_point deadline = SteadyClock::now() + limit;
   state_->isFinishing = true;
-  if (state_->due || state_->failures > 0) state_->due = Clock::now();
+  if (state_->due || state_->failures > 0) state_->due = SteadyClock::now();
   state_->wake.notify_all();
-  while ((state_->due || state_->isRunning) && Clock::now() < deadline) {
+  while ((state_->due || state_->isRunning) && SteadyClock::now() < deadline) {
     state_->wake.wait_until(state_->mutex, deadline);
   }
   state_->isFinishing = false;

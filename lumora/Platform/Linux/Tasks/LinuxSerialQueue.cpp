@@ -26,14 +26,14 @@ void TaskCounter::add() noexcept {
 void TaskCounter::finish(std::size_t count) noexcept {
   if (count == 0) return;
   // The time first: who finds the count at zero must not find an older time with it.
-  quietSince_ = Clock::now().time_since_epoch().count();
+  quietSince_ = SteadyClock::now().time_since_epoch().count();
   count_ -= count;
   ProcessEnd::finish(ProcessEnd::Work::task, count);
 }
 
 std::chrono::steady_clock::duration TaskCounter::quietTime() const noexcept {
   if (!isZero()) return {};
-  return Clock::now().time_since_epoch() - Clock::duration(quietSince_);
+  return SteadyClock::now().time_since_epoch() - SteadyClock::duration(quietSince_);
 }
 
 struct LinuxSerialQueue::State {

@@ -21,10 +21,10 @@ class TaskCounter {
   std::chrono::steady_clock::duration quietTime() const noexcept;
 
  private:
-  using Clock = std::chrono::steady_clock;
+  using SteadyClock = std::chrono::steady_clock;
 
   std::atomic<std::size_t> count_ = 0;
-  std::atomic<Clock::rep> quietSince_ = Clock::now().time_since_epoch().count();
+  std::atomic<SteadyClock::rep> quietSince_ = SteadyClock::now().time_since_epoch().count();
 };
 
 /// A serial queue with one thread, which starts with the first task and sleeps between tasks.
