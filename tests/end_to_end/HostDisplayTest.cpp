@@ -10,7 +10,7 @@ using nlohmann::json;
 const std::string campaigns = LUMORA_EXAMPLES_FOLDER "/campaigns";
 
 /// A sample with a picture and both buttons.
-json accounts() {
+json accountWithMessages() {
   json campaign =
       json::parse(lumora::testing::readFile(campaigns + "/layout3-once-per-session-until-cta.json"));
   campaign["display_frequency"] = "everytime";
@@ -34,7 +34,7 @@ class HostDisplayTest : public testing::Test {
   }
 
   const lumora::testing::TemporaryFolder folder_;
-  const ServiceProcess service_{folder_.path(), accounts(), "--assets", campaigns + "/assets"};
+  const ServiceProcess service_{folder_.path(), accountWithMessages(), "--assets", campaigns + "/assets"};
   HostProcess host_{folder_.path(), service_.hostOptions()};
 };
 

@@ -19,7 +19,7 @@ class HostWithServiceTest : public testing::Test {
   Names namesReceived() const { return namesOf(service_.received()); }
 
   const TemporaryFolder folder_;
-  const ServiceProcess service_{folder_.path(), serviceAccounts()};
+  const ServiceProcess service_{folder_.path(), accounts()};
 };
 
 TEST_F(HostWithServiceTest, EventsArriveAfterTheFirstInitialisationAndAfterARestart) {
@@ -79,7 +79,7 @@ TEST_F(HostWithServiceTest, NoEndLosesWhatWasStoredOrSendsItTwice) {
               signal != SIGKILL);
     EXPECT_EQ(namesOf(storedEvents(folder.path())), stored);
 
-    service.writeAccounts(serviceAccounts());
+    service.writeAccounts(accounts());
     HostProcess host(folder.path(), service.hostOptions());
     host.runAll("init acme s3cret\ndrain");
     Names all = delay == 0 ? Names{"init", "lmr_app_open"} : Names{};
