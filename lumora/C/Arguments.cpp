@@ -9,6 +9,17 @@
 #include "lumora/Util/LumoraConstants.h"
 
 namespace lumora::c {
+namespace {
+
+struct Failure {
+  lumora_result result;
+};
+
+}  // namespace
+
+void fail(lumora_result result) {
+  throw Failure{result};
+}
 
 lumora_result resultOfException() noexcept {
   try {
@@ -24,23 +35,23 @@ lumora_result resultOfException() noexcept {
 
 std::optional<std::string> optionalText(lumora_text text) {
   if (text.bytes == nullptr) {
-    if (text.length != 0) throw Failure{LUMORA_BAD_TEXT};
+    if (text.length != 0) fail(LUMORA_BAD_TEXT);
     return std::nullopt;
   }
   const std::string_view bytes(text.bytes, text.length);
-  if (!isUTF8(bytes)) throw Failure{LUMORA_BAD_TEXT};
+  if (!isUTF8(bytes)) fail(LUMORA_BAD_TEXT);
   return std::string(bytes);
 }
 
 std::string requiredText(lumora_text text) {
   auto read = optionalText(text);
-  if (!read) throw Failure{LUMORA_BAD_TEXT};
+  if (!read) fail(LUMORA_BAD_TEXT);
   return *std::move(read);
 }
 
 std::optional<Data> optionalData(lumora_data data) {
   if (data.bytes == nullptr) {
-    if (data.length != 0) throw Failure{LUMORA_BAD_ARGUMENT};
+    if (data.length != 0) fail(LUMORA_BAD_ARGUMENT);
     return std::nullopt;
   }
   return Data(data.bytes, data.bytes + data.length);
@@ -49,8 +60,8 @@ std::optional<Data> optionalData(lumora_data data) {
 void give(std::string_view text, char* buffer, std::size_t capacity, std::size_t* length) {
   if (length != nullptr) *length = text.size();
   if (buffer == nullptr && capacity == 0) return;
-  if (buffer == nullptr) throw Failure{LUMORA_BAD_ARGUMENT};
-  if (text.size() >= capacity) throw Failure{LUMORA_BUFFER_TOO_SMALL};
+  if (buffer == nullptr) fail(LUMORA_BAD_ARGUMENT);
+  if (text.size() >= capacity) fail(LUMORA_BUFFER_TOO_SMALL);
   std::ranges::copy(text, buffer);
   buffer[text.size()] = '\0';
 }
@@ -86,6 +97,6 @@ lumora_text lumora_string(const char* string) {
 
 lumora_result lumora_free(lumora_handle object) {
   return guarded([&] {
-    if (object != LUMORA_NONE && !Handles::sharedInstance().remove(object)) throw Failure{LUMORA_BAD_HANDLE};
+    if (object != LUMORA_NONE && !Handles::sharedInstance().remove(object)) fail(LUMORA_BAD_HANDLE);
   });
 }

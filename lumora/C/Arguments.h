@@ -15,10 +15,8 @@
 
 namespace lumora::c {
 
-/// A call that cannot be served; `guarded` makes its result of it.
-struct Failure {
-  lumora_result result;
-};
+/// Ends a call that cannot be served; `guarded` gives the result.
+[[noreturn]] void fail(lumora_result result);
 
 /// What the exception that is being handled means to a C host.
 lumora_result resultOfException() noexcept;
@@ -51,7 +49,7 @@ std::optional<Data> optionalData(lumora_data data);
 /// Fails when a structure that begins with its size is none.
 template <typename Structure>
 void requireSize(const Structure* given) {
-  if (given == nullptr || given->size < sizeof(given->size)) throw Failure{LUMORA_BAD_ARGUMENT};
+  if (given == nullptr || given->size < sizeof(given->size)) fail(LUMORA_BAD_ARGUMENT);
 }
 /// A structure that begins with its size: the fields that the caller knows of, and zeros. Fails without one.
 template <typename Structure>
@@ -90,7 +88,7 @@ void give(std::string_view text, char* buffer, std::size_t capacity, std::size_t
 template <typename Object>
 std::shared_ptr<Object> object(lumora_handle handle) {
   auto found = Handles::sharedInstance().find<Object>(handle);
-  if (!found) throw Failure{LUMORA_BAD_HANDLE};
+  if (!found) fail(LUMORA_BAD_HANDLE);
   return found;
 }
 

@@ -14,30 +14,20 @@ std::optional<Dictionary> optionalMap(lumora_map map) {
 Dictionary mapFromJSON(std::string_view json) {
   const auto value = parseJSON(json);
   const Dictionary* members = value ? value->asDictionary() : nullptr;
-  if (members == nullptr) throw Failure{LUMORA_BAD_JSON};
+  if (members == nullptr) fail(LUMORA_BAD_JSON);
   return *members;
 }
 
 namespace {
 
-/// `make` runs before anything is changed: what it refuses leaves the map as it was.
-template <typename Make>
-lumora_result set(lumora_map map, lumora_text key, Make&& make) {
-  return guarded([&] {
-    const auto target = object<Map>(map);
-    std::string name = requiredText(key);
-    Value value = make();
-    target->change([&](Dictionary& entries) { entries.insert_or_assign(std::move(name), std::move(value)); });
-  });
+void set(lumora_map map, lumora_text key, Value value) {
+  const auto target = object<Map>(map);
+  std::string name = requiredText(key);
+  target->change([&](Dictionary& entries) { entries.insert_or_assign(std::move(name), std::move(value)); });
 }
 
-template <typename Make>
-lumora_result append(lumora_list list, Make&& make) {
-  return guarded([&] {
-    const auto target = object<ValueList>(list);
-    Value value = make();
-    target->change([&](List& elements) { elements.push_back(std::move(value)); });
-  });
+void append(lumora_list list, Value value) {
+  object<ValueList>(list)->change([&](List& elements) { elements.push_back(std::move(value)); });
 }
 
 Value text(lumora_text value) {
@@ -69,46 +59,46 @@ lumora_map lumora_map_new(void) {
 
 lumora_result lumora_map_from_json(lumora_text json, lumora_map* map) {
   return guarded([&] {
-    if (map == nullptr) throw Failure{LUMORA_BAD_ARGUMENT};
+    if (map == nullptr) fail(LUMORA_BAD_ARGUMENT);
     *map = LUMORA_NONE;
     *map = Handles::sharedInstance().add(std::make_shared<Map>(mapFromJSON(requiredText(json))));
   });
 }
 
 lumora_result lumora_map_set_text(lumora_map map, lumora_text key, lumora_text value) {
-  return set(map, key, [&] { return text(value); });
+  return guarded([&] { set(map, key, text(value)); });
 }
 
 lumora_result lumora_map_set_integer(lumora_map map, lumora_text key, int64_t value) {
-  return set(map, key, [&] { return Value(value); });
+  return guarded([&] { set(map, key, value); });
 }
 
 lumora_result lumora_map_set_number(lumora_map map, lumora_text key, double value) {
-  return set(map, key, [&] { return Value(value); });
+  return guarded([&] { set(map, key, value); });
 }
 
 lumora_result lumora_map_set_bool(lumora_map map, lumora_text key, bool value) {
-  return set(map, key, [&] { return Value(value); });
+  return guarded([&] { set(map, key, value); });
 }
 
 lumora_result lumora_map_set_data(lumora_map map, lumora_text key, lumora_data value) {
-  return set(map, key, [&] { return bytes(value); });
+  return guarded([&] { set(map, key, bytes(value)); });
 }
 
 lumora_result lumora_map_set_date(lumora_map map, lumora_text key, double value) {
-  return set(map, key, [&] { return Value(lumora::dateFromSeconds(value)); });
+  return guarded([&] { set(map, key, lumora::dateFromSeconds(value)); });
 }
 
 lumora_result lumora_map_set_map(lumora_map map, lumora_text key, lumora_map value) {
-  return set(map, key, [&] { return mapValue(value); });
+  return guarded([&] { set(map, key, mapValue(value)); });
 }
 
 lumora_result lumora_map_set_list(lumora_map map, lumora_text key, lumora_list value) {
-  return set(map, key, [&] { return listValue(value); });
+  return guarded([&] { set(map, key, listValue(value)); });
 }
 
 lumora_result lumora_map_set_null(lumora_map map, lumora_text key) {
-  return set(map, key, [] { return Value(); });
+  return guarded([&] { set(map, key, Value()); });
 }
 
 lumora_list lumora_list_new(void) {
@@ -117,37 +107,37 @@ lumora_list lumora_list_new(void) {
 }
 
 lumora_result lumora_list_add_text(lumora_list list, lumora_text value) {
-  return append(list, [&] { return text(value); });
+  return guarded([&] { append(list, text(value)); });
 }
 
 lumora_result lumora_list_add_integer(lumora_list list, int64_t value) {
-  return append(list, [&] { return Value(value); });
+  return guarded([&] { append(list, value); });
 }
 
 lumora_result lumora_list_add_number(lumora_list list, double value) {
-  return append(list, [&] { return Value(value); });
+  return guarded([&] { append(list, value); });
 }
 
 lumora_result lumora_list_add_bool(lumora_list list, bool value) {
-  return append(list, [&] { return Value(value); });
+  return guarded([&] { append(list, value); });
 }
 
 lumora_result lumora_list_add_data(lumora_list list, lumora_data value) {
-  return append(list, [&] { return bytes(value); });
+  return guarded([&] { append(list, bytes(value)); });
 }
 
 lumora_result lumora_list_add_date(lumora_list list, double value) {
-  return append(list, [&] { return Value(lumora::dateFromSeconds(value)); });
+  return guarded([&] { append(list, lumora::dateFromSeconds(value)); });
 }
 
 lumora_result lumora_list_add_map(lumora_list list, lumora_map value) {
-  return append(list, [&] { return mapValue(value); });
+  return guarded([&] { append(list, mapValue(value)); });
 }
 
 lumora_result lumora_list_add_list(lumora_list list, lumora_list value) {
-  return append(list, [&] { return listValue(value); });
+  return guarded([&] { append(list, listValue(value)); });
 }
 
 lumora_result lumora_list_add_null(lumora_list list) {
-  return append(list, [] { return Value(); });
+  return guarded([&] { append(list, Value()); });
 }

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <vector>
 
@@ -51,7 +50,7 @@ class Handles {
   const Place* placeOf(lumora_handle handle) const LUMORA_REQUIRES(mutex_);
 
   mutable Mutex mutex_;
-  std::deque<Place> places_ LUMORA_GUARDED_BY(mutex_);
+  std::vector<Place> places_ LUMORA_GUARDED_BY(mutex_);
   std::vector<std::uint32_t> free_ LUMORA_GUARDED_BY(mutex_);
 };
 

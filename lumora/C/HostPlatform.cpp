@@ -26,7 +26,7 @@ class Pending {
 
   template <typename... Arguments>
   void answer(Arguments&&... arguments) {
-    if (isAnswered_.exchange(true)) throw Failure{LUMORA_BAD_ARGUMENT};
+    if (isAnswered_.exchange(true)) fail(LUMORA_BAD_ARGUMENT);
     if (answer_) answer_(std::forward<Arguments>(arguments)...);
   }
 
@@ -45,8 +45,9 @@ inline constexpr Kind kindOf<PendingCompletion> = Kind::completion;
 
 namespace {
 
-/// What this file made of the host's options; both live until the process ends.
+/// The host's options and what this file made of them, which refers to them; all live until the process ends.
 struct Installed {
+  lumora_options host;
   LinuxPlatform* platform = nullptr;
   MessageScreens* screens = nullptr;
 };
@@ -140,27 +141,27 @@ LogDestination logDestination(lumora_log_destination destination) {
     case LUMORA_LOG_JOURNAL:
       return LogDestination::journal;
     default:
-      throw Failure{LUMORA_BAD_ARGUMENT};
+      fail(LUMORA_BAD_ARGUMENT);
   }
 }
 
 void addLog(const lumora_options& host, LinuxPlatformOptions& options) {
-  if (host.log_detail > LUMORA_LOG_TRACE) throw Failure{LUMORA_BAD_ARGUMENT};
+  if (host.log_detail > LUMORA_LOG_TRACE) fail(LUMORA_BAD_ARGUMENT);
   options.logDetail = host.log_detail == LUMORA_LOG_TRACE ? LogDetail::trace : LogDetail::forDevelopers;
   options.logSink = logDestination(host.log_destination);
   if (host.log != nullptr)
-    options.logSink = [host](std::string_view message) { host.log(host.context, view(message)); };
+    options.logSink = [&host](std::string_view message) { host.log(host.context, view(message)); };
 }
 
 void addCallbacks(const lumora_options& host, LinuxPlatformOptions& options) {
   if (host.open_url != nullptr)
-    options.urlOpener = [host](const URL& url) {
+    options.urlOpener = [&host](const URL& url) {
       return host.open_url(host.context, view(url.absoluteString()));
     };
   if (host.show_alert != nullptr)
-    options.alertPresenter = [host](const Alert& alert) { showAlert(host, alert); };
+    options.alertPresenter = [&host](const Alert& alert) { showAlert(host, alert); };
   if (host.schedule_notification != nullptr)
-    options.notificationScheduler = [host](const NotificationRequest& request, auto completion) {
+    options.notificationScheduler = [&host](const NotificationRequest& request, auto completion) {
       scheduleNotification(host, request, std::move(completion));
     };
 }
@@ -169,18 +170,20 @@ void addCallbacks(const lumora_options& host, LinuxPlatformOptions& options) {
 std::unique_ptr<MessageScreens> makeScreens(const lumora_options& host, LinuxPlatformOptions& options) {
   if (host.show_message == nullptr) return nullptr;
   auto screens = std::make_unique<MessageScreens>(
-      [host](MessageScreens::MessageId message, const Dictionary& description) {
+      [&host](MessageScreens::MessageId message, const Dictionary& description) {
         const std::string json = writeJSON(description).value_or("{}");
         host.show_message(host.context, message, view(json));
       },
-      [host](MessageScreens::MessageId message) { host.dismiss_message(host.context, message); });
+      [&host](MessageScreens::MessageId message) { host.dismiss_message(host.context, message); });
   options.rootViewController = [window = screens->window()] { return window; };
   options.layoutLoader = [layout = screens->layout()](const std::string&) { return layout; };
   return screens;
 }
 
-void install(const lumora_options& host) {
-  if ((host.show_message == nullptr) != (host.dismiss_message == nullptr)) throw Failure{LUMORA_BAD_ARGUMENT};
+void install(const lumora_options& given) {
+  auto kept = std::make_unique<Installed>(Installed{.host = given});
+  const lumora_options& host = kept->host;
+  if ((host.show_message == nullptr) != (host.dismiss_message == nullptr)) fail(LUMORA_BAD_ARGUMENT);
   LinuxPlatformOptions options;
   if (host.starts_in_background) options.initialState = ApplicationState::background;
   addTexts(host, options);
@@ -188,8 +191,7 @@ void install(const lumora_options& host) {
   addCallbacks(host, options);
   auto screens = makeScreens(host, options);
   auto made = std::make_unique<LinuxPlatform>(std::move(options));
-  auto kept = std::make_unique<Installed>();
-  if (!tryInstallPlatform(made->platform())) throw Failure{LUMORA_ALREADY_INSTALLED};
+  if (!tryInstallPlatform(made->platform())) fail(LUMORA_ALREADY_INSTALLED);
   kept->platform = made.release();
   kept->screens = screens.release();
   installed = kept.release();
@@ -198,7 +200,7 @@ void install(const lumora_options& host) {
 }  // namespace
 
 void requireMainThread() {
-  if (!platform().queues.isMainThread()) throw Failure{LUMORA_WRONG_THREAD};
+  if (!platform().queues.isMainThread()) fail(LUMORA_WRONG_THREAD);
 }
 
 NotificationRequest notificationRequest(const lumora_notification* notification) {
@@ -267,7 +269,7 @@ lumora_result lumora_main_async(void (*task)(void* context), void* context,
                                 void (*free_context)(void* context)) {
   return guarded([&] {
     const auto kept = owned(context, free_context);
-    if (task == nullptr) throw Failure{LUMORA_BAD_ARGUMENT};
+    if (task == nullptr) fail(LUMORA_BAD_ARGUMENT);
     linuxPlatform().mainQueue().async([task, kept] { task(kept.get()); });
   });
 }

@@ -21,7 +21,7 @@ Consent consentOf(lumora_consent consent) {
     case LUMORA_CONSENT_DENIED:
       return Consent::denied;
     default:
-      throw Failure{LUMORA_BAD_ARGUMENT};
+      fail(LUMORA_BAD_ARGUMENT);
   }
 }
 
@@ -40,7 +40,7 @@ lumora_consent consentForC(Consent consent) {
 /// A keeper with what is given, its own intervals otherwise.
 LumoraKeeper::Options keeperOptions(const lumora_keeper_options* given) {
   const lumora_keeper_options read = sizedOrDefault(given);
-  if (read.upload_after < 0 || read.refresh_every < 0) throw Failure{LUMORA_BAD_ARGUMENT};
+  if (read.upload_after < 0 || read.refresh_every < 0) fail(LUMORA_BAD_ARGUMENT);
   // No interval is longer than a century, which every clock can count.
   constexpr std::int64_t longest = 100LL * 366 * 24 * 3600;
   LumoraKeeper::Options options;
@@ -87,7 +87,7 @@ lumora_result lumora_erase_all_data(void) {
 
 lumora_result lumora_keeper_new(const lumora_keeper_options* options, lumora_keeper* keeper) {
   return guarded([&] {
-    if (keeper == nullptr) throw Failure{LUMORA_BAD_ARGUMENT};
+    if (keeper == nullptr) fail(LUMORA_BAD_ARGUMENT);
     *keeper = LUMORA_NONE;
     *keeper = Handles::sharedInstance().add(std::make_shared<LumoraKeeper>(keeperOptions(options)));
   });

@@ -43,7 +43,7 @@ lumora_result lumora_open_url(lumora_text url, bool* handled) {
     requireMainThread();
     if (handled != nullptr) *handled = false;
     const auto parsed = lumora::URL::parse(requiredText(url));
-    if (!parsed) throw Failure{LUMORA_BAD_ARGUMENT};
+    if (!parsed) fail(LUMORA_BAD_ARGUMENT);
     const bool accepted = facade().applicationOpenURL(*parsed);
     if (handled != nullptr) *handled = accepted;
   });
