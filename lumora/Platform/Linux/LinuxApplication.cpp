@@ -3,7 +3,6 @@
 #include "lumora/Platform/Linux/LinuxApplication.h"
 
 #include <atomic>
-#include <map>
 #include <utility>
 #include <vector>
 
@@ -20,7 +19,12 @@ struct LinuxApplication::State {
   const URLOpener openURL;
   const RootViewControllerSource rootViewController;
   Mutex mutex;
-  std::map<LifecycleNotification, std::vector<std::function<void()>>> observers LUMORA_GUARDED_BY(mutex);
+  std::vector<std::function<void()>>& observersOf(LifecycleNotification notification) LUMORA_REQUIRES(mutex) {
+    return notification == LifecycleNotification::willEnterForeground ? foregroundObservers
+                                                                      : backgroundObservers;
+  }
+  std::vector<std::function<void()>> foregroundObservers LUMORA_GUARDED_BY(mutex);
+  std::vector<std::function<void()>> backgroundObservers LUMORA_GUARDED_BY(mutex);
   BackgroundTasks backgroundTasks;
 };
 
@@ -31,14 +35,15 @@ LinuxApplication::LinuxApplication(ApplicationState initialState, URLOpener urlO
                     .openURL = urlOpener ? std::move(urlOpener) : URLOpener(openURLOnDesktop),
                     .rootViewController = std::move(rootViewController),
                     .mutex = {},
-                    .observers = {},
+                    .foregroundObservers = {},
+                    .backgroundObservers = {},
                     .backgroundTasks = {queues.mainQueue(), [&queues] { return queues.quietTime(); }, {}}}) {}
 
 LinuxApplication::~LinuxApplication() = default;
 
 void LinuxApplication::observe(LifecycleNotification notification, std::function<void()> handler) {
   Lock lock(state_->mutex);
-  state_->observers[notification].push_back(std::move(handler));
+  state_->observersOf(notification).push_back(std::move(handler));
 }
 
 Application::BackgroundTaskId LinuxApplication::beginBackgroundTask(std::function<void()> expirationHandler) {
@@ -77,7 +82,7 @@ void LinuxApplication::post(LifecycleNotification notification) {
   {
     Lock lock(state_->mutex);
     // A copy, called without the lock: a handler may take its time, or add another.
-    handlers = state_->observers[notification];
+    handlers = state_->observersOf(notification);
   }
   for (const auto& handler : handlers) handler();
 }

@@ -2,8 +2,8 @@
 // what one looks for: files, network, images, tasks, host.
 #include "lumora/Platform/Linux/LinuxPlatform.h"
 
-#include <deque>
 #include <filesystem>
+#include <list>
 #include <utility>
 
 #include "lumora/Platform/Linux/Files/DefaultPaths.h"
@@ -33,19 +33,22 @@ namespace {
 LinuxPlatformOptions withPaths(LinuxPlatformOptions options) {
   const std::filesystem::path program = programPath();
   const std::string name = program.filename().string();
-  const auto settle = [](std::string& path, const std::string& folder, const char* fallback) {
+  const std::string data = userDataFolder();
+  const struct {
+    std::string& path;
+    std::string folder;
+    const char* fallback;
+  } places[] = {{options.documentsDirectory, data + "/" + name, "Documents"},
+                // A folder of the library's own: the clean-up removes everything in it.
+                {options.cachesDirectory, userCacheFolder() + "/" + name, "lumora"},
+                {options.settingsFile, data + "/" + name, "settings.json"},
+                {options.keychainFile, data + "/lumora", "keychain"},
+                {options.resourcesDirectory, program.parent_path().string(), "resources"}};
+  for (const auto& [path, folder, fallback] : places)
     path = absolutePath(path.empty() ? fallback : path, folder);
-  };
-  settle(options.documentsDirectory, userDataFolder() + "/" + name, "Documents");
-  // A folder of the library's own: the clean-up removes everything in it.
-  settle(options.cachesDirectory, userCacheFolder() + "/" + name, "lumora");
-  settle(options.settingsFile, userDataFolder() + "/" + name, "settings.json");
-  settle(options.keychainFile, userDataFolder() + "/lumora", "keychain");
-  settle(options.resourcesDirectory, program.parent_path().string(), "resources");
   // Empty stays empty: then the system's authorities are trusted.
-  if (!options.certificateAuthorityFile.empty()) {
-    settle(options.certificateAuthorityFile, options.resourcesDirectory, "");
-  }
+  std::string& authorities = options.certificateAuthorityFile;
+  if (!authorities.empty()) authorities = absolutePath(authorities, options.resourcesDirectory);
   return options;
 }
 
@@ -66,7 +69,7 @@ namespace {
 /// Never destroyed: a call that comes after the platform's end is told of yet.
 LinuxSystemLog& makeLog(const LinuxPlatformOptions& options) {
   static auto* const mutex = new Mutex;
-  static auto* const logs = new std::deque<LinuxSystemLog>;
+  static auto* const logs = new std::list<LinuxSystemLog>;
   Lock lock(*mutex);
   return logs->emplace_back(options.logSink, options.logDetail);
 }

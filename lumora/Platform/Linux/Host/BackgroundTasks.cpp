@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "lumora/Platform/ForkedChild.h"
-#include "lumora/Platform/Linux/Tasks/SignalBlocker.h"
+#include "lumora/Platform/Linux/Tasks/StartThread.h"
 #include "lumora/Platform/Mutex.h"
 
 namespace lumora {
@@ -84,9 +84,8 @@ struct BackgroundTasks::State : std::enable_shared_from_this<State> {
 
   void startWatching() LUMORA_REQUIRES(mutex) {
     try {
-      // Signals are the host's. The thread is not joined: who ends this waits for `isWatched`.
-      const SignalBlocker blocker;
-      std::thread([self = shared_from_this()] { self->watch(); }).detach();
+      // Not joined: who ends this waits for `isWatched`.
+      startThread("lumora.tasks", [self = shared_from_this()] { self->watch(); }).detach();
       isWatched = true;
     } catch (const std::system_error&) {
       // The system has no thread to give; the next task tries again.

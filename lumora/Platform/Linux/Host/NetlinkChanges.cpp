@@ -5,7 +5,6 @@
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <poll.h>
-#include <pthread.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -19,7 +18,7 @@
 
 #include "lumora/Platform/Linux/Files/FileDescriptor.h"
 #include "lumora/Platform/Linux/Tasks/RunTask.h"
-#include "lumora/Platform/Linux/Tasks/SignalBlocker.h"
+#include "lumora/Platform/Linux/Tasks/StartThread.h"
 
 namespace lumora {
 namespace {
@@ -55,10 +54,7 @@ class NetlinkWatch : public NetworkChanges::Watch {
  public:
   NetlinkWatch(FileDescriptor netlink, FileDescriptor stop, std::function<void()> callback)
       : state_(std::make_shared<State>(std::move(netlink), std::move(stop), std::move(callback))) {
-    // Signals are the host's; its handlers must not run on this thread.
-    const SignalBlocker blocker;
-    worker_ = std::thread([state = state_] { state->work(); });
-    ::pthread_setname_np(worker_.native_handle(), "lumora.netlink");
+    worker_ = startThread("lumora.netlink", [state = state_] { state->work(); });
   }
 
   ~NetlinkWatch() override {

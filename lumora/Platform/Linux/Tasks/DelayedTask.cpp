@@ -2,7 +2,6 @@
 // (LinuxSettingsStore). It goes by the steady clock and not by the platform's, of which it is a part.
 #include "lumora/Platform/Linux/Tasks/DelayedTask.h"
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <array>
@@ -13,7 +12,7 @@
 #include <thread>
 #include <utility>
 
-#include "lumora/Platform/Linux/Tasks/SignalBlocker.h"
+#include "lumora/Platform/Linux/Tasks/StartThread.h"
 #include "lumora/Platform/Mutex.h"
 
 namespace lumora {
@@ -65,10 +64,7 @@ struct DelayedTask::State {
 
   void startWorker() LUMORA_REQUIRES(mutex) {
     try {
-      // Signals are the host's; its handlers must not run on this thread.
-      const SignalBlocker blocker;
-      worker = std::thread([this] { work(); });
-      ::pthread_setname_np(worker.native_handle(), "lumora.writer");
+      worker = startThread("lumora.writer", [this] { work(); });
     } catch (const std::system_error&) {
       // The system has no thread to give; the next request tries again.
     }

@@ -2,7 +2,6 @@
 // still run when the process ends is ProcessEnd's to say.
 #include "lumora/Platform/Linux/Tasks/LinuxSerialQueue.h"
 
-#include <pthread.h>
 #include <signal.h>
 
 #include <condition_variable>
@@ -14,7 +13,7 @@
 #include "lumora/Platform/ForkedChild.h"
 #include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
 #include "lumora/Platform/Linux/Tasks/RunTask.h"
-#include "lumora/Platform/Linux/Tasks/SignalBlocker.h"
+#include "lumora/Platform/Linux/Tasks/StartThread.h"
 
 namespace lumora {
 
@@ -172,13 +171,9 @@ void LinuxSerialQueue::startWorker() {
   Lock lock(workerMutex_);
   if (hasWorker_) return;
   try {
-    // Signals are the host's; its handlers must not run on this thread.
-    const SignalBlocker blocker;
-    worker_ = std::thread([state = state_] { state->work(); });
+    worker_ = startThread(label_, [state = state_] { state->work(); });
     ProcessEnd::expectThread();
     hasWorker_ = true;
-    constexpr std::size_t longestName = 15;
-    ::pthread_setname_np(worker_.native_handle(), label_.substr(0, longestName).c_str());
   } catch (const std::system_error&) {
     // The system has no thread to give; the next task tries again.
   }

@@ -2,7 +2,6 @@
 // DelayedTask's.
 #include "lumora/Platform/Linux/Tasks/LinuxTimer.h"
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <condition_variable>
@@ -13,7 +12,7 @@
 
 #include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
 #include "lumora/Platform/Linux/Tasks/RunTask.h"
-#include "lumora/Platform/Linux/Tasks/SignalBlocker.h"
+#include "lumora/Platform/Linux/Tasks/StartThread.h"
 #include "lumora/Platform/Mutex.h"
 
 namespace lumora {
@@ -87,10 +86,7 @@ void LinuxTimer::start(std::chrono::milliseconds delay) {
   state_->wake.notify_all();
   if (state_->worker.joinable()) return;
   try {
-    // Signals are the host's; its handlers must not run on this thread.
-    const SignalBlocker blocker;
-    state_->worker = std::thread([state = state_] { state->work(); });
-    ::pthread_setname_np(state_->worker.native_handle(), "lumora.timer");
+    state_->worker = startThread("lumora.timer", [state = state_] { state->work(); });
   } catch (const std::system_error&) {
     // The system has no thread to give; the next start tries again.
   }

@@ -17,11 +17,11 @@ void runTask(const Task& task) noexcept {
 
 void runTaskAndWait(TaskQueue& queue, const Task& task) {
   if (!task) return;
-  auto done = std::make_shared<std::promise<void>>();
-  const std::future<void> ended = done->get_future();
+  auto done = std::make_shared<std::promise<bool>>();
+  const std::future<bool> ended = done->get_future();
   queue.async([done = std::move(done), &task] {
     runTask(task);
-    done->set_value();
+    done->set_value(true);
   });
   // A queue that drops the task breaks the promise, which ends the wait too.
   ended.wait();
