@@ -50,7 +50,7 @@ class Notices::Delivery {
 };
 
 void Notices::setObserver(std::shared_ptr<LumoraObserver> observer, LumoraExecutor executor) {
-  std::deque<Notice> dropped;
+  std::vector<Notice> dropped;
   const bool isObserved = observer != nullptr;
   {
     Lock lock(mutex_);
@@ -76,7 +76,7 @@ void Notices::post(Notice notice) {
     waiting_.push_back(std::move(notice));
     if (waiting_.size() > mostWaiting) {
       oldest = std::move(waiting_.front());
-      waiting_.pop_front();
+      waiting_.erase(waiting_.begin());
     }
     if (std::exchange(isDeliveryQueued_, true)) return;
     observation = observation_;
@@ -137,7 +137,7 @@ bool Notices::deliverNext(std::uint64_t observation) {
     }
     observer = observer_;
     notice = std::move(waiting_.front());
-    waiting_.pop_front();
+    waiting_.erase(waiting_.begin());
   }
   callHost([&] { notice(*observer); });
   return true;

@@ -3,9 +3,9 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "lumora/Facade/LumoraObserver.h"
 #include "lumora/Platform/Mutex.h"
@@ -45,7 +45,7 @@ class Notices {
   LumoraExecutor executor_ LUMORA_GUARDED_BY(mutex_);
   /// The host's executor is called on this queue: who posts may hold locks.
   std::unique_ptr<TaskQueue> handOverQueue_ LUMORA_GUARDED_BY(mutex_);
-  std::deque<Notice> waiting_ LUMORA_GUARDED_BY(mutex_);
+  std::vector<Notice> waiting_ LUMORA_GUARDED_BY(mutex_);
   bool isDeliveryQueued_ LUMORA_GUARDED_BY(mutex_) = false;
 };
 

@@ -19,16 +19,18 @@ class ComponentFactory {
   template <typename Component>
   static std::shared_ptr<Component> make(const Dictionary* data,
                                          const std::optional<std::string>& campaingId) {
-    if (!data) return nullptr;
-    if (!campaingId) {
-      LMRUtil::hasValue("campaingId", Dictionary(), "(null)");
-      return nullptr;
-    }
+    if (!isComponent(data, campaingId)) return nullptr;
     auto component = std::make_shared<Component>();
     if (!component->readData(*data, *campaingId)) return nullptr;
     component->campaingId_ = *campaingId;
     component->bgData_ = *data;
     return component;
+  }
+
+ private:
+  static bool isComponent(const Dictionary* data, const std::optional<std::string>& campaingId) {
+    if (data && !campaingId) LMRUtil::hasValue("campaingId", Dictionary(), "(null)");
+    return data && campaingId;
   }
 };
 

@@ -69,14 +69,18 @@ void addText(Dictionary& elements, const char* name, const Text& text) {
   if (text) elements.emplace(name, withoutNulls(describe(*text)));
 }
 
-template <typename Part>
-void addTappable(Dictionary& elements, const char* name, std::int32_t type, const Part& part) {
-  if (!part) return;
-  Dictionary fields = withoutNulls(describe(*part));
+void addTappable(Dictionary& elements, const char* name, std::int32_t type, Dictionary description,
+                 const std::optional<std::string>& action) {
+  Dictionary fields = withoutNulls(std::move(description));
   fields.emplace("type", type);
   // After the nulls were taken out: an action that is null says that a tap only closes.
-  fields.emplace("action", part->action());
+  fields.emplace("action", action);
   elements.emplace(name, std::move(fields));
+}
+
+template <typename Part>
+void addTappable(Dictionary& elements, const char* name, std::int32_t type, const Part& part) {
+  if (part) addTappable(elements, name, type, describe(*part), part->action());
 }
 
 }  // namespace
