@@ -14,11 +14,11 @@
 
 namespace lumora {
 
-/// A plain mutex that the thread-safety analysis knows.
+/// A plain mutex that the thread-safety analysis knows. Locking it cannot fail.
 class LUMORA_THREAD_ANNOTATION(capability("mutex")) Mutex {
  public:
-  void lock() LUMORA_THREAD_ANNOTATION(acquire_capability()) { mutex_.lock(); }
-  void unlock() LUMORA_THREAD_ANNOTATION(release_capability()) { mutex_.unlock(); }
+  void lock() noexcept LUMORA_THREAD_ANNOTATION(acquire_capability()) { mutex_.lock(); }
+  void unlock() noexcept LUMORA_THREAD_ANNOTATION(release_capability()) { mutex_.unlock(); }
 
  private:
   std::mutex mutex_;
@@ -27,10 +27,10 @@ class LUMORA_THREAD_ANNOTATION(capability("mutex")) Mutex {
 /// A mutex that its holder may take again.
 class LUMORA_THREAD_ANNOTATION(capability("recursive mutex")) RecursiveMutex {
  public:
-  void lock() LUMORA_THREAD_ANNOTATION(acquire_capability()) { mutex_.lock(); }
+  void lock() noexcept LUMORA_THREAD_ANNOTATION(acquire_capability()) { mutex_.lock(); }
   /// Waits for nobody; false when another thread holds it.
   bool tryLock() LUMORA_THREAD_ANNOTATION(try_acquire_capability(true)) { return mutex_.try_lock(); }
-  void unlock() LUMORA_THREAD_ANNOTATION(release_capability()) { mutex_.unlock(); }
+  void unlock() noexcept LUMORA_THREAD_ANNOTATION(release_capability()) { mutex_.unlock(); }
 
  private:
   std::recursive_mutex mutex_;
@@ -40,7 +40,8 @@ class LUMORA_THREAD_ANNOTATION(capability("recursive mutex")) RecursiveMutex {
 template <typename MutexType>
 class LUMORA_THREAD_ANNOTATION(scoped_lockable) Lock {
  public:
-  explicit Lock(MutexType& mutex) LUMORA_THREAD_ANNOTATION(acquire_capability(mutex)) : mutex_(mutex) {
+  explicit Lock(MutexType& mutex) noexcept LUMORA_THREAD_ANNOTATION(acquire_capability(mutex))
+      : mutex_(mutex) {
     mutex_.lock();
   }
   ~Lock() LUMORA_THREAD_ANNOTATION(release_capability()) { mutex_.unlock(); }

@@ -3,14 +3,16 @@
 
 namespace lumora {
 
-void writeLine(fmt::string_view format, fmt::format_args arguments) {
+void writeLine(fmt::string_view format, fmt::format_args arguments) noexcept try {
   platform().log.write(fmt::vformat(format, arguments));
+} catch (...) {
 }
 
-void writeTrace(TracePoint origin, fmt::string_view format, fmt::format_args arguments) {
+void writeTrace(TracePoint origin, fmt::string_view format, fmt::format_args arguments) noexcept try {
   std::string line = fmt::format("LumoraFramework-{} [Line {}] ", origin.operation, origin.line);
   line += fmt::vformat(format, arguments);
   platform().log.write(line);
+} catch (...) {
 }
 
 }  // namespace lumora

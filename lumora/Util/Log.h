@@ -15,9 +15,10 @@ struct TracePoint {
   int line;
 };
 
-/// What `logLine` and `logTrace` do, once for all kinds of arguments.
-void writeLine(fmt::string_view format, fmt::format_args arguments);
-void writeTrace(TracePoint origin, fmt::string_view format, fmt::format_args arguments);
+/// What `logLine` and `logTrace` do, once for all kinds of arguments. A line that cannot be written, for want
+/// of memory or since the host's log throws, is left out: what it tells of goes on.
+void writeLine(fmt::string_view format, fmt::format_args arguments) noexcept;
+void writeTrace(TracePoint origin, fmt::string_view format, fmt::format_args arguments) noexcept;
 
 /// Writes one line to the system log.
 template <typename... Arguments>
