@@ -21,6 +21,7 @@
 %}
 
 #define LUMORA_EXPORT
+#define LUMORA_INTERNAL
 #define LUMORA_GUARDED_BY(mutex)
 #define LUMORA_REQUIRES(mutex)
 

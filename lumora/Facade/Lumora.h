@@ -293,55 +293,56 @@ class LUMORA_EXPORT Lumora {
   /// Who asks for the configuration that an initialisation needs: the host, or its keeper after a failure.
   enum class Attempt { ofHost, again };
 
-  Lumora();
+  LUMORA_INTERNAL Lumora();
 
   using LaunchOptions = std::optional<Dictionary>;
 
-  void enqueue(Task task);
-  void enqueueEvents(Task task);
+  LUMORA_INTERNAL void enqueue(Task task);
+  LUMORA_INTERNAL void enqueueEvents(Task task);
 
-  void beginInitialization();
-  void initialize(const std::string& tarrowID, const std::string& appSecret,
-                  const LaunchOptions& launchOptions, FlagMark& making);
-  void initializeAfresh(const std::string& appSecret, bool isFirstRun, const LaunchOptions& launchOptions,
-                        FlagMark& making);
-  void restart(const std::string& appSecret, const LaunchOptions& launchOptions);
-  void completeInitialization(const std::string& appSecret, Attempt attempt);
-  void retryInitialization();
-  void startAppSession();
-  void fetchPicturesBeforeSession(std::string_view name);
-  bool hasStoredCredentials() const;
+  LUMORA_INTERNAL void beginInitialization();
+  LUMORA_INTERNAL void initialize(const std::string& tarrowID, const std::string& appSecret,
+                                  const LaunchOptions& launchOptions, FlagMark& making);
+  LUMORA_INTERNAL void initializeAfresh(const std::string& appSecret, bool isFirstRun,
+                                        const LaunchOptions& launchOptions, FlagMark& making);
+  LUMORA_INTERNAL void restart(const std::string& appSecret, const LaunchOptions& launchOptions);
+  LUMORA_INTERNAL void completeInitialization(const std::string& appSecret, Attempt attempt);
+  LUMORA_INTERNAL void retryInitialization();
+  LUMORA_INTERNAL void startAppSession();
+  LUMORA_INTERNAL void fetchPicturesBeforeSession(std::string_view name);
+  LUMORA_INTERNAL bool hasStoredCredentials() const;
 
-  std::optional<std::string> secretForSync() const;
-  std::string getSyncUrl(const std::string& appSecret) const;
-  void getLatestConfiguration(const std::string& appSecret, Attempt attempt, FlagMark& making);
-  void resyncConfiguration();
-  bool parseResponseForBlockedAndFeatures(const std::optional<Dictionary>& response);
-  void applyConfiguration(const Dictionary& config);
+  LUMORA_INTERNAL std::optional<std::string> secretForSync() const;
+  LUMORA_INTERNAL std::string getSyncUrl(const std::string& appSecret) const;
+  LUMORA_INTERNAL void getLatestConfiguration(const std::string& appSecret, Attempt attempt,
+                                              FlagMark& making);
+  LUMORA_INTERNAL void resyncConfiguration();
+  LUMORA_INTERNAL bool parseResponseForBlockedAndFeatures(const std::optional<Dictionary>& response);
+  LUMORA_INTERNAL void applyConfiguration(const Dictionary& config);
 
   struct Credentials {
     std::string tarrowID;
     std::string appSecret;
   };
 
-  void resumeEarlierRun();
-  void denyTracking(WaitingEvents waiting) LUMORA_REQUIRES(consentMutex_);
-  void resumeTracking() LUMORA_REQUIRES(consentMutex_);
-  void makeUpForInitialization(const Credentials& credentials);
-  void rememberCredentials(const std::string& tarrowID, const std::string& appSecret);
-  static void finishErasure();
+  LUMORA_INTERNAL void resumeEarlierRun();
+  LUMORA_INTERNAL void denyTracking(WaitingEvents waiting) LUMORA_REQUIRES(consentMutex_);
+  LUMORA_INTERNAL void resumeTracking() LUMORA_REQUIRES(consentMutex_);
+  LUMORA_INTERNAL void makeUpForInitialization(const Credentials& credentials);
+  LUMORA_INTERNAL void rememberCredentials(const std::string& tarrowID, const std::string& appSecret);
+  LUMORA_INTERNAL static void finishErasure();
 
-  void reportTokenOfEarlierRun();
-  void trackNotification(const std::optional<Dictionary>& notification);
-  void trackTracking(const Value& tracking);
-  void handlePayload(const Dictionary& payload, ApplicationState state);
+  LUMORA_INTERNAL void reportTokenOfEarlierRun();
+  LUMORA_INTERNAL void trackNotification(const std::optional<Dictionary>& notification);
+  LUMORA_INTERNAL void trackTracking(const Value& tracking);
+  LUMORA_INTERNAL void handlePayload(const Dictionary& payload, ApplicationState state);
 
-  std::optional<std::string> takeToken();
-  bool acceptDeepLink(const std::string& query);
-  void setAsTestDevice(const std::optional<std::string>& registrationToken,
-                       const std::optional<std::string>& deviceName);
-  std::string getTestRegistrationForToken(const std::string& registrationToken,
-                                          const std::string& deviceName);
+  LUMORA_INTERNAL std::optional<std::string> takeToken();
+  LUMORA_INTERNAL bool acceptDeepLink(const std::string& query);
+  LUMORA_INTERNAL void setAsTestDevice(const std::optional<std::string>& registrationToken,
+                                       const std::optional<std::string>& deviceName);
+  LUMORA_INTERNAL std::string getTestRegistrationForToken(const std::string& registrationToken,
+                                                          const std::string& deviceName);
 
   bool appStoreEnvironment_ = false;
   std::atomic<bool> accountBlocked_ = false;

@@ -31,7 +31,7 @@ class LUMORA_EXPORT LMRIABackground {
   const std::optional<std::string>& action() const noexcept { return action_; }
 
  private:
-  bool readData(const Dictionary& data, const std::string& campaingId);
+  LUMORA_INTERNAL bool readData(const Dictionary& data, const std::string& campaingId);
 
   friend class ComponentFactory;
 

@@ -33,7 +33,7 @@ class LUMORA_EXPORT LMRIAClose {
   void setFrequency(std::int32_t frequency) noexcept { frequency_ = frequency; }
 
  private:
-  bool readData(const Dictionary& data, const std::string& campaingId);
+  LUMORA_INTERNAL bool readData(const Dictionary& data, const std::string& campaingId);
 
   friend class ComponentFactory;
 

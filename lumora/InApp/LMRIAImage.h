@@ -33,7 +33,7 @@ class LUMORA_EXPORT LMRIAImage {
   const std::optional<std::string>& action() const noexcept { return action_; }
 
  private:
-  bool readData(const Dictionary& data, const std::string& campaingId);
+  LUMORA_INTERNAL bool readData(const Dictionary& data, const std::string& campaingId);
 
   friend class ComponentFactory;
 

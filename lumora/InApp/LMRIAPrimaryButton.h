@@ -39,7 +39,7 @@ class LUMORA_EXPORT LMRIAPrimaryButton {
   const std::optional<std::string>& action() const noexcept { return action_; }
 
  protected:
-  bool readData(const Dictionary& data, const std::string& campaingId);
+  LUMORA_INTERNAL bool readData(const Dictionary& data, const std::string& campaingId);
 
  private:
   friend class ComponentFactory;

@@ -86,12 +86,12 @@ class LUMORA_EXPORT LMRInAppHandler : public EventObserver, public CampaignObser
   /// What becomes of a picture that could not be fetched the last time.
   enum class Lacking { isFetched, isGivenUp };
 
-  LMRInAppHandler();
-  ~LMRInAppHandler() override;
+  LUMORA_INTERNAL LMRInAppHandler();
+  LUMORA_INTERNAL ~LMRInAppHandler() override;
   void refill(Lacking lacking);
-  std::shared_ptr<LMRInAppMessage> messageOf(const CampaignRow& row, Lacking lacking);
-  void fetchSoon();
-  void ignoreTap(LMRTappable& element);
+  LUMORA_INTERNAL std::shared_ptr<LMRInAppMessage> messageOf(const CampaignRow& row, Lacking lacking);
+  LUMORA_INTERNAL void fetchSoon();
+  LUMORA_INTERNAL void ignoreTap(LMRTappable& element);
 
   mutable RecursiveMutex mutex_;
   std::shared_ptr<LMRInAppMessage> message_ LUMORA_GUARDED_BY(mutex_);

@@ -95,16 +95,16 @@ class LUMORA_EXPORT LMRInAppMessage : public std::enable_shared_from_this<LMRInA
   std::shared_ptr<ViewController> inAppViewController() const;
 
  private:
-  bool read(const Dictionary& campaign);
-  bool readIdentity(const Dictionary& campaign);
-  bool readDisplayRules(const Dictionary& campaign);
-  bool readTimes(const Dictionary& campaign);
-  bool readLayout();
-  bool readCloseButton();
-  bool buildComponent(std::string_view key);
+  LUMORA_INTERNAL bool read(const Dictionary& campaign);
+  LUMORA_INTERNAL bool readIdentity(const Dictionary& campaign);
+  LUMORA_INTERNAL bool readDisplayRules(const Dictionary& campaign);
+  LUMORA_INTERNAL bool readTimes(const Dictionary& campaign);
+  LUMORA_INTERNAL bool readLayout();
+  LUMORA_INTERNAL bool readCloseButton();
+  LUMORA_INTERNAL bool buildComponent(std::string_view key);
   template <auto component>
   static bool build(LMRInAppMessage& message, const Dictionary* data);
-  void present(const std::shared_ptr<ViewController>& container) const;
+  LUMORA_INTERNAL void present(const std::shared_ptr<ViewController>& container) const;
 
   std::optional<std::string> campaign_id_;
   std::int32_t status_ = active;

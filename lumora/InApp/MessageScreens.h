@@ -53,7 +53,7 @@ class LUMORA_EXPORT MessageScreens {
   MessageId shown() const;
 
  private:
-  struct Display;
+  struct LUMORA_INTERNAL Display;
   std::shared_ptr<Display> display_;
 };
 

@@ -103,7 +103,8 @@ class LUMORA_EXPORT Value {
   Value(Value&& other) noexcept : storage_(std::exchange(other.storage_, Storage())) {}
   /// Takes a part of the value itself too: what it held ends only after the assignment.
   Value& operator=(Value other) noexcept {
-    storage_.swap(other.storage_);
+    const Value held = std::move(*this);
+    storage_ = std::move(other.storage_);
     return *this;
   }
   /// Takes nested values apart without recursion, so depth alone can never overflow a stack.
@@ -164,13 +165,13 @@ class LUMORA_EXPORT Value {
 
   using Pairs = std::vector<std::pair<const Value*, const Value*>>;
 
-  bool ownsNestedValues() const noexcept;
-  std::string description(int depth) const;
-  std::string numberText() const;
-  const Integer* asUnsigned() const noexcept;
-  static bool isSameNumber(const Value& left, const Value& right);
-  static bool isSameMap(const Value& left, const Value& right, Pairs& members);
-  static bool isSame(const Value& left, const Value& right, Pairs& members);
+  LUMORA_INTERNAL bool ownsNestedValues() const noexcept;
+  LUMORA_INTERNAL std::string description(int depth) const;
+  LUMORA_INTERNAL std::string numberText() const;
+  LUMORA_INTERNAL const Integer* asUnsigned() const noexcept;
+  LUMORA_INTERNAL static bool isSameNumber(const Value& left, const Value& right);
+  LUMORA_INTERNAL static bool isSameMap(const Value& left, const Value& right, Pairs& members);
+  LUMORA_INTERNAL static bool isSame(const Value& left, const Value& right, Pairs& members);
 
   Storage storage_;
 };
