@@ -105,13 +105,14 @@ show_progress() {
   [[ ! -t 1 ]] || printf '\r\e[K'
 }
 
-# build_preset PRESET [TARGET…]: configures and builds in build/PRESET.
+# build_preset PRESET [TARGET…]: configures and builds in build/PRESET, with what configure_options holds.
+configure_options=()
 build_preset() {
   local preset=$1 targets=()
   shift
   (($# > 0)) && targets=(--target "$@")
   say "Configuring $preset"
-  if ! run_build "build/$preset/configure.log" cmake --preset "$preset"; then
+  if ! run_build "build/$preset/configure.log" cmake --preset "$preset" "${configure_options[@]}"; then
     complain "configuring $preset failed" "read build/$preset/configure.log; rm -r build/$preset starts afresh"
     return 1
   fi

@@ -4,6 +4,7 @@ quickstart.py [ADDRESS CERTIFICATE]: of a service on this machine, as lumora-ser
 """
 import asyncio
 import sys
+import typing
 
 import lumora
 
@@ -33,7 +34,7 @@ def open_link(url):
     return True
 
 
-options = dict(zip(("connect_to", "certificate_authority_file"), sys.argv[1:]))
+options: dict[str, typing.Any] = dict(zip(("connect_to", "certificate_authority_file"), sys.argv[1:]))
 platform = lumora.LinuxPlatform(
     info={"CFBundleIdentifier": "com.example.shop", "CFBundleShortVersionString": "1.0"},
     url_opener=open_link, message_display=TextScreens(), **options)
