@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <cstdio>
 #include <mutex>
@@ -16,6 +17,8 @@ namespace lumora::bindings {
 namespace {
 
 constexpr std::chrono::seconds longestCall{5};
+
+std::atomic<void (*)()> preparation = nullptr;
 
 // Never destroyed: threads of the library use them until the process is gone.
 struct GateState {
@@ -201,6 +204,7 @@ void releaseCallbacks() {
 }
 
 Gate::Entry::Entry() {
+  if (const auto prepare = preparation.load()) prepare();
   const std::lock_guard lock(gate().mutex);
   isInside_ = !gate().isClosed;
   if (isInside_) ++gate().inside;
@@ -211,6 +215,10 @@ Gate::Entry::~Entry() {
   const std::lock_guard lock(gate().mutex);
   --gate().inside;
   gate().left.notify_all();
+}
+
+void Gate::setPreparation(void (*prepare)()) {
+  preparation = prepare;
 }
 
 void Gate::close() {

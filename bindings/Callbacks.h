@@ -104,6 +104,9 @@ class Gate {
   /// The runtime ends: waits, some seconds at most, for the calls that are inside, and lets none in any more.
   /// Not while holding a lock that they need.
   static void close();
+  /// Names what a thread does when it makes an entry, each time; for runtimes that want their threads
+  /// prepared.
+  static void setPreparation(void (*prepare)());
 
   class Entry {
    public:

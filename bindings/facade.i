@@ -27,11 +27,12 @@
   $action
   lumora::bindings::releaseCallbacks();
 }
-%feature("compactdefaultargs") lumora::Lumora::initializeWithTarrowID;
-%feature("compactdefaultargs") lumora::Lumora::setTrackingConsent;
-%feature("compactdefaultargs") lumora::Lumora::reportAction;
+// It stands behind the gate as every callback.
+%exception lumora::Lumora::setObserver {
+  arg2 = lumora::bindings::gated(std::move(arg2));
+  $action
+}
 %feature("compactdefaultargs") lumora::Lumora::setObserver;
-%feature("compactdefaultargs") lumora::Lumora::notificationTapped;
 %include "lumora/Facade/Lumora.h"
 
 %extend lumora::Lumora {
@@ -50,8 +51,6 @@
   }
 }
 
-%feature("compactdefaultargs") lumora::LumoraKeeper::LumoraKeeper;
-%ignore lumora::LumoraKeeper::LumoraKeeper();
 %ignore lumora::LumoraKeeper::LumoraKeeper(const Options&);
 %ignore lumora::LumoraKeeper::Options;
 %include "lumora/Facade/LumoraKeeper.h"
@@ -64,20 +63,3 @@
                                      std::chrono::duration_cast<std::chrono::seconds>(refreshEvery)});
   }
 }
-
-#ifdef SWIGPYTHON
-%extend lumora::LumoraKeeper {
-%pythoncode %{
-    def close(self):
-        """Ends it; the end of a with statement does that too."""
-        if self.thisown:
-            _lumora.delete_LumoraKeeper(self)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *exception):
-        self.close()
-%}
-}
-#endif

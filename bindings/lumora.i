@@ -3,6 +3,8 @@
 %module(package="lumora", directors="1", threads="1", naturalvar="1") _native
 
 %{
+#include <poll.h>
+
 #include <chrono>
 #include <optional>
 #include <string>
@@ -32,16 +34,26 @@ class Dictionary;
 class Data;
 class Date;
 }
-#pragma SWIG nowarn=401,402,325,451,473,560,564
+#pragma SWIG nowarn=302,325,401,402,451,473,560,564
 
 %include <stdint.i>
 %include <std_shared_ptr.i>
 
-#ifdef SWIGPYTHON
+#if defined(SWIGPYTHON)
 %include "python/python.i"
+#elif defined(SWIGJAVA)
+%include "java/java.i"
+#elif defined(SWIGCSHARP)
+%include "csharp/csharp.i"
 #endif
 
 %include "records.i"
+#ifdef SWIGCSHARP
+%lumora_callbacks_begin
+#endif
 %include "callbacks.i"
+#ifdef SWIGCSHARP
+%lumora_callbacks_end
+#endif
 %include "platform.i"
 %include "facade.i"

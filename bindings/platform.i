@@ -47,6 +47,11 @@ enum class ApplicationState { active, inactive, background };
     self->mainQueue().async(lumora::bindings::taskOf(std::move(task)));
   }
   std::size_t runPending() { return self->mainQueue().runPending(); }
+  /// Until a task waits for the main thread, but no longer than this. Any thread.
+  void waitForTasks(std::chrono::milliseconds longest) {
+    pollfd work{self->mainQueue().descriptor(), POLLIN, 0};
+    poll(&work, 1, static_cast<int>(longest.count()));
+  }
   int descriptor() { return self->mainQueue().descriptor(); }
   bool isIdle() { return self->queues().areSerialQueuesIdle() && self->mainQueue().isIdle(); }
   void didEnterBackground() {

@@ -35,7 +35,6 @@
 %ignore lumora::Alert::onButton;
 %include "lumora/Platform/Alerts.h"
 %mutable;
-%feature("compactdefaultargs") lumora::Alert::press;
 %extend lumora::Alert {
   /// The person's answer: the chosen button's place in the list, and the text field's text. Main thread.
   void press(int button, const std::string& text = "") {

@@ -105,6 +105,27 @@ show_progress() {
   [[ ! -t 1 ]] || printf '\r\e[K'
 }
 
+# has_tools COMMAND…: whether the machine has all of them.
+has_tools() {
+  local tool
+  for tool in "$@"; do command -v "$tool" >/dev/null || return 1; done
+}
+
+has_python_tools() {
+  /usr/bin/python3 -c 'import ensurepip, mypy, pathlib, sysconfig, wheel
+pathlib.Path(sysconfig.get_path("include"), "Python.h").stat()' 2>/dev/null
+}
+
+# choose_bindings: has build_preset make the packages for other languages, as far as there is for them what
+# scripts/packages/bindings names.
+choose_bindings() {
+  configure_options=()
+  has_tools swig || return
+  if has_python_tools; then configure_options+=(-DLUMORA_BUILD_PYTHON=ON); fi
+  if has_tools javac jar java; then configure_options+=(-DLUMORA_BUILD_JAVA=ON); fi
+  if has_tools mcs mono doxygen; then configure_options+=(-DLUMORA_BUILD_CSHARP=ON); fi
+}
+
 # build_preset PRESET [TARGET…]: configures and builds in build/PRESET, with what configure_options holds.
 configure_options=()
 build_preset() {

@@ -6,6 +6,13 @@
 %}
 
 %feature("flatnested");
+%feature("compactdefaultargs") lumora::Lumora::initializeWithTarrowID;
+%feature("compactdefaultargs") lumora::Lumora::setTrackingConsent;
+%feature("compactdefaultargs") lumora::Lumora::reportAction;
+%feature("compactdefaultargs") lumora::Lumora::notificationTapped;
+%ignore lumora::LumoraKeeper::LumoraKeeper();
+%feature("compactdefaultargs") lumora::LumoraKeeper::LumoraKeeper;
+%feature("compactdefaultargs") lumora::Alert::press;
 %rename("%(undercase)s", %$isfunction) "";
 %rename("%(undercase)s", %$isvariable) "";
 %rename(set_url_opener) lumora::LinuxPlatformOptions::setURLOpener;
@@ -103,3 +110,18 @@
   }
 }
 %enddef
+
+%extend lumora::LumoraKeeper {
+%pythoncode %{
+    def close(self):
+        """Ends it; the end of a with statement does that too."""
+        if self.thisown:
+            _lumora.delete_LumoraKeeper(self)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exception):
+        self.close()
+%}
+}

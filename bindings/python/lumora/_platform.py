@@ -182,8 +182,6 @@ class _Display(_native.MessageDisplay):
         self.show, self.dismiss = display.show, display.dismiss
 
 
-
-
 @atexit.register
 def _end():
     """What was called is stored while the interpreter still lives; then nothing of the library's enters it any more."""

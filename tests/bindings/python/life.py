@@ -1,17 +1,17 @@
-"""A host's whole life in Python, from the first launch to the end; then the service holds what was reported."""
+"""A host's whole life in Python, from the first launch to the end; life_test.py knows what the service holds then."""
 import asyncio
 import datetime
-import json
 import logging
 import os
 import sys
-import tempfile
 import threading
 
 ODD_TEXT = "né 🎉 \0 end"
 WHEN = datetime.datetime(2026, 2, 3, 4, 5, 6, 789000, tzinfo=datetime.timezone.utc)
 NESTED = {"text": ODD_TEXT, "number": -3, "large": 2**63, "part": 0.5, "yes": True, "nothing": None,
           "list": [1, [2, {"three": "3"}]], "map": {"a": {"b": [False]}}}
+OPTIONS = {"connect_to": os.environ["LUMORA_CONNECT_TO"],
+           "certificate_authority_file": os.environ["LUMORA_CERTIFICATES"]}
 PAYLOAD = {"vs": {"cid": "spring", "a": "https://acme.example/spring"}, "aps": {"alert": "Spring!"}}
 
 
@@ -59,7 +59,7 @@ def host():
     platform = lumora.LinuxPlatform(
         info={"CFBundleIdentifier": "com.example.tést", "CFBundleShortVersionString": "1.0"}, log_sink=lines.append,
         url_opener=open_url, notification_scheduler=schedule, message_display=Screens(),
-        **json.loads(os.environ["LUMORA_OPTIONS"]))
+        **OPTIONS)
     platform.install()
     sdk = lumora.Lumora.shared_instance()
 
@@ -158,43 +158,11 @@ def next_run():
     import lumora
     platform = lumora.LinuxPlatform(
         info={"CFBundleIdentifier": "com.example.tést", "CFBundleShortVersionString": "1.0"},
-        **json.loads(os.environ["LUMORA_OPTIONS"]))
+        **OPTIONS)
     platform.install()
     sdk = lumora.Lumora.shared_instance()
     sdk.initialize_with_tarrow_id("acme", "s3cret")
     assert sdk.flush(20)
 
 
-def test():
-    from service import EXAMPLES, Service
-    campaigns = json.loads((EXAMPLES / "accounts.json").read_text())["accounts"]["acme"]["campaigns"]
-    with tempfile.TemporaryDirectory() as folder:
-        service = Service(folder, config={"syncTimeOut": 10, "secure_mode": True}, access_key="key",
-                          campaigns=[one for one in campaigns if one["cid"] == "welcome"])
-        try:
-            service.run_host(__file__, "host")
-            service.run_host(__file__, "next_run")
-            events = service.events()
-        finally:
-            service.end()
-    checkpoint = {"event_type": "checkpoint", "type": "custom"}
-    opened = {"event_type": "checkpoint", "name": "lmr_app_open", "type": "internal"}
-    assert events == [
-        {"event_type": "init"},
-        opened,
-        {**checkpoint, "name": "checkout", "metadata": {"Action Type": "purchase", "Action Metric": 12.5, **NESTED}},
-        {"event_type": "user", "user": {"email": "ada@example.com", "plan": ODD_TEXT}},
-        {"event_type": "session", "name": "visit", "duration": 1, "type": "internal"},
-        {"event_type": "push", "push": {"push_token": "0001feff", "subtype": "init"}},
-        {"event_type": "push", "push": {"cid": "spring", "subtype": "opened"}},
-        {**checkpoint, "name": "profile_created"},
-        {"event_type": "inapp", "inapp": {"cid": "welcome", "subtype": "tapped"}},
-        {**checkpoint, "name": "last_words"},
-        opened,
-    ], events
-
-
-if len(sys.argv) == 1:
-    test()
-else:
-    {"host": host, "next_run": next_run}[sys.argv[1]]()
+{"host": host, "next_run": next_run}[sys.argv[1]]()

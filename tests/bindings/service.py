@@ -1,38 +1,36 @@
-"""The local service for the tests of the package: started with an account, read out of its database."""
+"""The local service for the tests of the packages: started with an account, read out of its database."""
 import contextlib
 import json
 import os
 import pathlib
 import sqlite3
 import subprocess
-import sys
 
-EXAMPLES = pathlib.Path(__file__).resolve().parents[3] / "examples"
+EXAMPLES = pathlib.Path(__file__).resolve().parents[2] / "examples"
 
 
 class Service:
     def __init__(self, folder, **account):
         self.folder = pathlib.Path(folder)
-        self.python = sys.executable
         accounts = self.folder / "accounts.json"
         accounts.write_text(json.dumps({"accounts": {"acme": {"secret": "s3cret", "lst": 1, **account}}}))
         self.process = subprocess.Popen(
             [os.environ["LUMORA_SERVICE"], "--data", self.folder / "service", "--accounts", accounts, "--assets",
              EXAMPLES / "campaigns/assets"], stdout=subprocess.PIPE, text=True)
         listening = json.loads(self.process.stdout.readline())["listening"]
-        self.options = {"connect_to": f"127.0.0.1:{listening['port']}", "certificate_authority_file": listening["ca"]}
+        self.options = [f"127.0.0.1:{listening['port']}", listening["ca"]]
 
-    def run_host(self, *arguments):
-        """Runs a Python program with a home of its own, and gives its output."""
+    def run_host(self, *command):
+        """Runs a host with a home of its own, and gives its output."""
         home = self.folder / "home"
         home.mkdir(exist_ok=True)
         environment = {**os.environ, "HOME": str(home), "XDG_DATA_HOME": str(home / "data"),
-                       "XDG_CACHE_HOME": str(home / "cache"), "LUMORA_OPTIONS": json.dumps(self.options)}
-        done = subprocess.run([self.python, "-X", "dev", "-X", "faulthandler", *map(str, arguments)], text=True,
-                              env=environment, capture_output=True, timeout=240)
+                       "XDG_CACHE_HOME": str(home / "cache"),
+                       "LUMORA_CONNECT_TO": self.options[0], "LUMORA_CERTIFICATES": self.options[1]}
+        done = subprocess.run([*map(str, command)], text=True, env=environment, capture_output=True, timeout=240)
         print(done.stdout, done.stderr, sep="", end="")
-        assert done.returncode == 0, f"{arguments} ended with {done.returncode}"
-        return done
+        assert done.returncode == 0, f"{command} ended with {done.returncode}"
+        return done.stdout
 
     def events(self):
         """What was reported, in the order of arrival, without the times and the device."""

@@ -1,0 +1,116 @@
+package lumora;
+
+import java.time.Duration;
+import java.util.concurrent.CompletableFuture;
+import java.util.concurrent.Executor;
+import java.util.concurrent.RejectedExecutionException;
+
+/**
+ * The Linux implementation of every platform service.
+ *
+ * <p>Made once, on the thread that is to be the main thread, before anything else of the library. A single-threaded
+ * executor can be that thread:
+ *
+ * <pre>{@code
+ * LinuxPlatformOptions options = new LinuxPlatformOptions();
+ * options.setInfo(Map.of("CFBundleIdentifier", "com.example.shop", "CFBundleShortVersionString", "1.0"));
+ * LinuxPlatform platform = LinuxPlatform.on(Executors.newSingleThreadExecutor(), options);
+ * platform.install();
+ * }</pre>
+ *
+ * <p>As an executor itself it runs tasks on the main thread.
+ */
+public final class LinuxPlatform implements Executor {
+  private static final Duration WITHOUT_END = Duration.ofDays(1);
+
+  private final NativePlatform platform;
+  private final MessageScreens screens;
+  private volatile boolean isStopped;
+
+  /** The calling thread becomes the main thread: it calls {@link #run}, or {@link #runPending} again and again. */
+  public LinuxPlatform(LinuxPlatformOptions options) {
+    platform = new NativePlatform(options);
+    // The library keeps it until the process ends.
+    platform.swigCMemOwn = false;
+    screens = options.screens();
+    Callbacks.begin();
+  }
+
+  /** Makes one whose main thread is that of a single-threaded executor, which runs the main queue from now on. */
+  public static LinuxPlatform on(Executor executor, LinuxPlatformOptions options) {
+    LinuxPlatform made = CompletableFuture.supplyAsync(() -> new LinuxPlatform(options), executor).join();
+    Thread pump = new Thread(() -> made.pump(executor), "lumora-pump");
+    pump.setDaemon(true);
+    pump.start();
+    return made;
+  }
+
+  /** Names it as the library's platform; before everything else. */
+  public void install() {
+    platform.install();
+  }
+
+  /** Has a task run on the main thread, soon. Any thread. */
+  @Override
+  public void execute(Runnable task) {
+    platform.post(task);
+  }
+
+  /** Runs the tasks that wait now, and gives how many they were. Main thread only; never blocks. */
+  public long runPending() {
+    return platform.runPending();
+  }
+
+  /** Runs tasks until {@link #stop} is called. Main thread only. */
+  public void run() {
+    isStopped = false;
+    while (!isStopped) {
+      platform.waitForTasks(WITHOUT_END);
+      platform.runPending();
+    }
+  }
+
+  /** Lets {@link #run} return. Any thread. */
+  public void stop() {
+    execute(() -> isStopped = true);
+  }
+
+  /** Whether no task waits or runs, on the main queue or a thread of the library's. */
+  public boolean isIdle() {
+    return platform.isIdle();
+  }
+
+  /** The application goes out of view. Main thread only. */
+  public void didEnterBackground() {
+    platform.didEnterBackground();
+  }
+
+  /** The application comes back into view. Main thread only. */
+  public void willEnterForeground() {
+    platform.willEnterForeground();
+  }
+
+  /** The topmost message; 0 when none is shown. Main thread only. */
+  public long shownMessage() {
+    return screens == null ? 0 : screens.shown();
+  }
+
+  /**
+   * The person tapped a part of a message, named as in the description's "elements". False when the message is not
+   * shown, or has no such part that can be tapped. Main thread only.
+   */
+  public boolean tap(long message, String element) {
+    return screens != null && screens.tap(message, element);
+  }
+
+  private void pump(Executor executor) {
+    try {
+      while (true) {
+        platform.waitForTasks(WITHOUT_END);
+        CompletableFuture.runAsync(platform::runPending, executor).join();
+      }
+    } catch (RejectedExecutionException exception) {
+      // The executor has ended, and the main queue with it.
+    }
+  }
+}

@@ -1,0 +1,190 @@
+package lumora;
+
+import java.math.BigInteger;
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+import java.nio.CharBuffer;
+import java.nio.charset.CharacterCodingException;
+import java.nio.charset.StandardCharsets;
+import java.time.Duration;
+import java.time.Instant;
+import java.time.temporal.ChronoUnit;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.Collection;
+import java.util.LinkedHashMap;
+import java.util.List;
+import java.util.Map;
+import java.util.Objects;
+
+/** Values as bytes, in the form that bindings/Packed.h tells. */
+final class Packed {
+  private static final int DEEPEST = 512;
+  // More than the library's clocks count stands for "without end".
+  private static final long LONGEST_SECONDS = 1_000_000_000;
+
+  private ByteBuffer bytes = ByteBuffer.allocate(64).order(ByteOrder.LITTLE_ENDIAN);
+
+  private Packed() {}
+
+  static byte[] of(Object value) {
+    Packed packed = new Packed();
+    packed.put(value, 0);
+    return Arrays.copyOf(packed.bytes.array(), packed.bytes.position());
+  }
+
+  static byte[] required(Object value) {
+    return of(Objects.requireNonNull(value));
+  }
+
+  static byte[] duration(Duration duration) {
+    long seconds = Math.max(0, Math.min(duration.getSeconds(), LONGEST_SECONDS));
+    return of(duration.isNegative() ? 0 : seconds * 1000 + duration.getNano() / 1_000_000);
+  }
+
+  /** The caller knows what it asked for. */
+  @SuppressWarnings("unchecked")
+  static <T> T read(byte[] packed) {
+    return (T) get(ByteBuffer.wrap(packed).order(ByteOrder.LITTLE_ENDIAN));
+  }
+
+  static Duration readDuration(byte[] packed) {
+    return Duration.ofMillis(Packed.<Long>read(packed));
+  }
+
+  private ByteBuffer room(int size) {
+    if (bytes.remaining() < size) {
+      int wanted = Math.max(bytes.capacity() * 2, Math.addExact(bytes.position(), size));
+      bytes = ByteBuffer.allocate(wanted).order(ByteOrder.LITTLE_ENDIAN).put(bytes.flip());
+    }
+    return bytes;
+  }
+
+  private void tag(char tag) {
+    room(1).put((byte) tag);
+  }
+
+  private void number(char tag, long number) {
+    room(9).put((byte) tag).putLong(number);
+  }
+
+  private void size(char tag, int size) {
+    room(5).put((byte) tag).putInt(size);
+  }
+
+  private void data(byte[] data) {
+    room(data.length + 4).putInt(data.length).put(data);
+  }
+
+  private void text(String text) {
+    try {
+      ByteBuffer utf8 = StandardCharsets.UTF_8.newEncoder().encode(CharBuffer.wrap(text));
+      room(utf8.remaining() + 4).putInt(utf8.remaining()).put(utf8);
+    } catch (CharacterCodingException exception) {
+      throw new IllegalArgumentException("a text has a lone surrogate", exception);
+    }
+  }
+
+  private void put(Object value, int depth) {
+    if (depth > DEEPEST) {
+      throw new IllegalArgumentException("a value holds itself, or is nested deeper than " + DEEPEST);
+    }
+    if (value == null) {
+      tag('n');
+    } else if (value instanceof String text) {
+      tag('s');
+      text(text);
+    } else if (value instanceof Boolean yes) {
+      tag(yes ? 't' : 'f');
+    } else if (value instanceof Double || value instanceof Float) {
+      number('d', Double.doubleToRawLongBits(((Number) value).doubleValue()));
+    } else if (value instanceof Long || value instanceof Integer || value instanceof Short || value instanceof Byte) {
+      number('i', ((Number) value).longValue());
+    } else if (value instanceof BigInteger large) {
+      put(large);
+    } else if (value instanceof byte[] data) {
+      tag('b');
+      data(data);
+    } else if (value instanceof Instant date) {
+      number('w', ChronoUnit.MICROS.between(Instant.EPOCH, date));
+    } else if (value instanceof Map<?, ?> map) {
+      put(map, depth);
+    } else if (value instanceof Collection<?> list) {
+      put(list.toArray(), depth);
+    } else {
+      throw new IllegalArgumentException("no value of the library: " + value.getClass().getName());
+    }
+  }
+
+  private void put(BigInteger large) {
+    boolean isSigned = large.bitLength() < 64;
+    if (!isSigned && (large.signum() < 0 || large.bitLength() > 64)) {
+      throw new IllegalArgumentException("a number is beyond 64 bits");
+    }
+    number(isSigned ? 'i' : 'u', large.longValue());
+  }
+
+  private void put(Map<?, ?> map, int depth) {
+    // A copy: another thread might change the map.
+    Object[] entries = map.entrySet().toArray();
+    size('m', entries.length);
+    for (Object entry : entries) {
+      if (!(((Map.Entry<?, ?>) entry).getKey() instanceof String key)) {
+        throw new IllegalArgumentException("the key of a map is no String");
+      }
+      text(key);
+      put(((Map.Entry<?, ?>) entry).getValue(), depth + 1);
+    }
+  }
+
+  private void put(Object[] items, int depth) {
+    size('l', items.length);
+    for (Object item : items) {
+      put(item, depth + 1);
+    }
+  }
+
+  private static byte[] getData(ByteBuffer bytes) {
+    byte[] data = new byte[bytes.getInt()];
+    bytes.get(data);
+    return data;
+  }
+
+  private static String getText(ByteBuffer bytes) {
+    return new String(getData(bytes), StandardCharsets.UTF_8);
+  }
+
+  private static Object get(ByteBuffer bytes) {
+    return switch (bytes.get()) {
+      case 't' -> true;
+      case 'f' -> false;
+      case 'i' -> bytes.getLong();
+      case 'u' -> new BigInteger(Long.toUnsignedString(bytes.getLong()));
+      case 'd' -> Double.longBitsToDouble(bytes.getLong());
+      case 's' -> getText(bytes);
+      case 'b' -> getData(bytes);
+      case 'w' -> Instant.EPOCH.plus(bytes.getLong(), ChronoUnit.MICROS);
+      case 'l' -> getList(bytes);
+      case 'm' -> getMap(bytes);
+      default -> null;
+    };
+  }
+
+  private static List<Object> getList(ByteBuffer bytes) {
+    int size = bytes.getInt();
+    List<Object> list = new ArrayList<>(size);
+    while (list.size() < size) {
+      list.add(get(bytes));
+    }
+    return list;
+  }
+
+  private static Map<String, Object> getMap(ByteBuffer bytes) {
+    Map<String, Object> map = new LinkedHashMap<>();
+    for (int left = bytes.getInt(); left > 0; --left) {
+      String key = getText(bytes);
+      map.put(key, get(bytes));
+    }
+    return map;
+  }
+}
