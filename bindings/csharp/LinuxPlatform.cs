@@ -1,0 +1,140 @@
+using System;
+using System.Threading;
+using System.Threading.Tasks;
+
+namespace LumoraSdk {
+  /// <summary>The Linux implementation of every platform service.</summary>
+  /// <remarks>Made once, on the thread that is to be the main thread, before anything else of the library.</remarks>
+  /// <example><code>
+  /// var platform = new LinuxPlatform(new LinuxPlatformOptions {
+  ///   Info = new Dictionary&lt;string, string&gt; {
+  ///     ["CFBundleIdentifier"] = "com.example.shop", ["CFBundleShortVersionString"] = "1.0" } });
+  /// platform.Install();
+  /// platform.Run(Shop);  // An async method: its continuations run on the main thread.
+  /// </code></example>
+  public sealed class LinuxPlatform {
+    private static readonly TimeSpan WithoutEnd = TimeSpan.FromDays(1);
+
+    private readonly NativePlatform platform;
+    private readonly MessageScreens screens;
+    private volatile bool isStopped;
+
+    /// <summary>The calling thread becomes the main thread.</summary>
+    public LinuxPlatform(LinuxPlatformOptions options) {
+      platform = new NativePlatform(options);
+      // The library keeps it until the process ends.
+      GC.SuppressFinalize(platform);
+      screens = options.Screens;
+      Callbacks.Begin();
+    }
+
+    /// <summary>Names it as the library's platform; before everything else.</summary>
+    public void Install() {
+      platform.Install();
+    }
+
+    /// <summary>Has a task run on the main thread, soon. Any thread.</summary>
+    public void Post(Action task) {
+      platform.Post(task);
+    }
+
+    /// <summary>Runs the tasks that wait now, and gives how many they were. Main thread only; never blocks.</summary>
+    public long RunPending() {
+      return platform.RunPending();
+    }
+
+    /// <summary>Runs tasks until <see cref="Stop"/> is called. Main thread only.</summary>
+    public void Run() {
+      isStopped = false;
+      while (!isStopped) {
+        platform.WaitForTasks(WithoutEnd);
+        platform.RunPending();
+      }
+    }
+
+    /// <summary>Runs an async function and the main queue until the function has ended. What follows an await runs on
+    /// the main thread, and an exception is thrown on. Main thread only.</summary>
+    public void Run(Func<Task> function) {
+      var earlier = SynchronizationContext.Current;
+      SynchronizationContext.SetSynchronizationContext(new MainQueue(this));
+      try {
+        var task = function();
+        task.ContinueWith(ended => Stop(), TaskScheduler.Default);
+        Run();
+        task.GetAwaiter().GetResult();
+      } finally {
+        SynchronizationContext.SetSynchronizationContext(earlier);
+      }
+    }
+
+    /// <summary>Lets <see cref="Run()"/> return. Any thread.</summary>
+    public void Stop() {
+      Post(() => isStopped = true);
+    }
+
+    /// <summary>From now on a loop that has a context, such as a window system's, runs the main queue: the one of the
+    /// calling thread, which must be the main thread.</summary>
+    public void Attach() {
+      var context = SynchronizationContext.Current ?? throw new InvalidOperationException("the thread has no context");
+      var pump = new Thread(() => Pump(context)) { IsBackground = true, Name = "lumora-pump" };
+      pump.Start();
+    }
+
+    /// <summary>Whether no task waits or runs, on the main queue or a thread of the library's.</summary>
+    public bool IsIdle {
+      get { return platform.IsIdle(); }
+    }
+
+    /// <summary>The application goes out of view. Main thread only.</summary>
+    public void DidEnterBackground() {
+      platform.DidEnterBackground();
+    }
+
+    /// <summary>The application comes back into view. Main thread only.</summary>
+    public void WillEnterForeground() {
+      platform.WillEnterForeground();
+    }
+
+    /// <summary>The topmost message; 0 when none is shown. Main thread only.</summary>
+    public long ShownMessage {
+      get { return screens == null ? 0 : screens.Shown; }
+    }
+
+    /// <summary>The person tapped a part of a message, named as in the description's "elements". False when the message
+    /// is not shown, or has no such part that can be tapped. Main thread only.</summary>
+    public bool Tap(long message, string element) {
+      return screens != null && screens.Tap(message, element);
+    }
+
+    private void Pump(SynchronizationContext context) {
+      while (true) {
+        platform.WaitForTasks(WithoutEnd);
+        context.Send(state => RunPending(), null);
+      }
+    }
+
+    private sealed class MainQueue : SynchronizationContext {
+      private readonly LinuxPlatform platform;
+      internal MainQueue(LinuxPlatform platform) { this.platform = platform; }
+      public override void Post(SendOrPostCallback callback, object state) { platform.Post(() => callback(state)); }
+      public override SynchronizationContext CreateCopy() { return this; }
+
+      public override void Send(SendOrPostCallback callback, object state) {
+        if (Current == this) {
+          callback(state);
+          return;
+        }
+        using (var done = new ManualResetEventSlim()) {
+          platform.Post(() => {
+            try {
+              callback(state);
+            } finally {
+              done.Set();
+            }
+          });
+          done.Wait();
+        }
+      }
+    }
+  }
+}
