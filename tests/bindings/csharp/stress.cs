@@ -21,7 +21,12 @@ static class Stress {
         ["CFBundleIdentifier"] = "com.example.stress", ["CFBundleShortVersionString"] = "1.0" },
       ConnectTo = Environment.GetEnvironmentVariable("LUMORA_CONNECT_TO"),
       CertificateAuthorityFile = Environment.GetEnvironmentVariable("LUMORA_CERTIFICATES"),
-      LogSink = line => Interlocked.Add(ref lines, line.Length),
+      LogSink = line => {
+        Interlocked.Add(ref lines, line.Length);
+        if (line.Contains("shutdown")) {
+          Console.Error.WriteLine(line);
+        }
+      },
     });
     platform.Install();
     sdk = Lumora.SharedInstance();
@@ -88,7 +93,7 @@ static class Stress {
   }
 
   // The main thread ends while threads report, the log calls back, and nobody waits for them.
-  static void Ending() {
+  static void Ending(string name) {
     Make();
     var started = new Barrier(Threads + 1);
     Start(Collect);
@@ -104,7 +109,7 @@ static class Stress {
     }
     started.SignalAndWait();
     for (var number = 0; number < 100; ++number) {
-      Report("main", number);
+      Report(name, number);
       platform.RunPending();
     }
     Environment.Exit(0);
@@ -123,7 +128,7 @@ static class Stress {
         Host();
         break;
       case "ending":
-        Ending();
+        Ending(arguments[1]);
         break;
       default:
         NextRun();

@@ -29,7 +29,12 @@ public class Stress {
     options.setInfo(Map.of("CFBundleIdentifier", "com.example.stress", "CFBundleShortVersionString", "1.0"));
     options.setConnectTo(System.getenv("LUMORA_CONNECT_TO"));
     options.setCertificateAuthorityFile(System.getenv("LUMORA_CERTIFICATES"));
-    options.setLogSink(line -> lines.addAndGet(line.length()));
+    options.setLogSink(line -> {
+      lines.addAndGet(line.length());
+      if (line.contains("shutdown")) {
+        System.err.println(line);
+      }
+    });
     platform = new LinuxPlatform(options);
     platform.install();
     sdk = Lumora.sharedInstance();
@@ -102,7 +107,7 @@ public class Stress {
   }
 
   /** The main thread ends while threads report, the log calls back, and nobody waits for them. */
-  private static void ending() throws Exception {
+  private static void ending(String name) throws Exception {
     make();
     CyclicBarrier started = new CyclicBarrier(THREADS + 1);
     start(Stress::collect);
@@ -119,7 +124,7 @@ public class Stress {
     }
     await(started);
     for (int number = 0; number < 100; ++number) {
-      report("main", number);
+      report(name, number);
       platform.runPending();
     }
     System.exit(0);
@@ -143,7 +148,7 @@ public class Stress {
   public static void main(String[] arguments) throws Exception {
     switch (arguments[0]) {
       case "host" -> host();
-      case "ending" -> ending();
+      case "ending" -> ending(arguments[1]);
       default -> nextRun();
     }
   }

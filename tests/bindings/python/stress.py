@@ -94,7 +94,7 @@ def ending():
         threading.Thread(target=endless, args=(one,), daemon=True).start()
     threading.Thread(target=started.wait, daemon=True).start()
     started.wait()
-    report(sdk, lumora, "main", 100)
+    report(sdk, lumora, sys.argv[2], 100)
     sys.exit(0)
 
 
