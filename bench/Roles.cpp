@@ -6,6 +6,7 @@ std::span<const Measure> allMeasures() {
   static constexpr Measure measures[] = {
       {"caller-latency", measureCallerLatency},
       {"call-cost", measureCallCost},
+      {"binding-cost", measureBindingCost},
       {"event-burst", measureEventBurst},
       {"event-wait", measureEventWait},
       {"event-save", measureEventSave},

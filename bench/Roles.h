@@ -24,6 +24,8 @@ struct Role {
 Report measureCallerLatency(const std::string& folder);
 // Measures/CallCost.cpp: the same through the C interface.
 Report measureCallCost(const std::string& folder);
+// Measures/BindingCost.cpp: the same in other languages.
+Report measureBindingCost(const std::string& folder);
 // Measures/EventBurst.cpp: events that follow each other closely, until they are on the disk.
 Report measureEventBurst(const std::string& folder);
 Report measureEventWait(const std::string& folder);
