@@ -1,12 +1,10 @@
 """A disk that is really full, and one that becomes read-only: the same as for single failures."""
-
 import os
 import subprocess
 
-from suite.host import Host, names_in
+from suite.host import Host
 from suite.scenario import Scenario
-from suite.stores import Ledger, rows
-
+from suite.stores import Ledger, rows, waiting
 
 
 def has_namespaces():
@@ -43,7 +41,7 @@ class Disks(Scenario):
         host.ask_all("init acme s3cret", "drain", "network offline")
         before = [f"e-{number}" for number in range(round.random.randint(0, 5))]
         host.ask_all(*(f"action {name}" for name in before), "drain")
-        stored = set(names_in("\n".join(rows(view).values())))
+        stored = set(waiting(view))
         round.expect(set(before) <= stored, "an event is not stored on a good disk")
         if full:
             self.run("sh", "-c", f'cat /dev/zero > "{folder}/filler"', check=False)
@@ -61,7 +59,7 @@ class Disks(Scenario):
         round.expect(not rows(view), "rows are left")
         round.expect(host.ask("setting s") == 2, "a setting is lost")
         host.quit(statuses=(0, 1))
-        arrived = names_in("\n".join(round.service.events()))
+        arrived = round.service.arrived()
         ledger = Ledger()
         ledger.check_arrivals(arrived, {*before, "e-after"})
         lost = set(during) - set(arrived)

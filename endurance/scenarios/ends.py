@@ -6,7 +6,7 @@ import time
 
 from suite.host import Host, names_in
 from suite.scenario import Failure, Scenario
-from suite.stores import Ledger, rows
+from suite.stores import Ledger, upload_rest
 
 # What keeps the last calls, and what the process's status is then.
 KEEPS = {"return": 0, "exit": 0, "exit-thread": 0, "fork-return": 0, "fork-exit": 0, "fork-_exit": 0}
@@ -54,11 +54,7 @@ class Ends(Scenario):
         ledger = Ledger()
         stored = ledger.after_life(folder, round.service.assets, sent)
         round.service.configure()
-        last = Host(round.suite, folder, round.service)
-        last.ask_all("init acme s3cret", "drain", "report-all", "drain")
-        last.quit()
-        round.expect(not rows(folder), f"{how}: rows stay after the last upload")
-        arrived = names_in("\n".join(round.service.events()))
+        arrived = upload_rest(round, folder)
         every = {f"{name}-{action}" for action in range(ACTIONS)}
         ledger.check_arrivals(arrived, every if how in KEEPS else ())
         strange = set(arrived) - every

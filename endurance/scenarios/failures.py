@@ -1,10 +1,10 @@
 """Every operation on the disk fails once, or with all that follow it; the host lives on and loses one event at most."""
 import os
 
-from suite.host import Host, names_in, shim_environment
+from suite.host import Host, shim_environment
 from suite.scenario import Scenario
-from suite.service import Service
-from suite.stores import Ledger, rows
+from suite.service import running_service
+from suite.stores import Ledger, upload_rest
 
 STEPS = {"ci": 20, "hour": 3, "long": 1}
 # For each kind of failure the operations that it makes sense for.
@@ -32,11 +32,8 @@ class Failures(Scenario):
 
     def prepare(self, suite):
         folder = os.path.join(suite.folder, "failures-life")
-        service = Service(suite, folder + "/service")
-        try:
+        with running_service(suite, folder + "/service") as service:
             self.letters, _ = self.live(suite, folder + "/host", service)
-        finally:
-            service.stop()
 
     def rounds(self, size):
         """Ten numbers for each operation, of which each mode has one."""
@@ -68,11 +65,7 @@ class Failures(Scenario):
         _, (stored, sent, log) = self.live(round.suite, folder, round.service, fail=f"{number}:{mode}")
         ledger = Ledger()
         ledger.after_life(folder, round.service.assets, sent)
-        host = Host(round.suite, folder, round.service)
-        host.ask_all("init acme s3cret", "drain", "action e-8", "drain", "report-all", "drain")
-        host.quit()
-        round.expect(not rows(folder), "rows stay after the last upload")
-        arrived = names_in("\n".join(round.service.events()))
+        arrived = upload_rest(round, folder, "action e-8", "drain")
         safe = {name for name, count in stored.items() if count < number} | {"e-8"}
         ledger.check_arrivals(arrived, safe)
         lost = set(stored) - set(arrived)

@@ -2,7 +2,7 @@
 import os
 import re
 
-from suite.host import Host, names_in
+from suite.host import Host
 from suite.scenario import Scenario
 from suite.stores import rows
 
@@ -74,7 +74,7 @@ class LongLife(Scenario):
 
     def count_arrivals(self, round, cycle):
         """Those of this cycle, which are forgotten then."""
-        names = [name for name in names_in("\n".join(round.service.events())) if name != "e-show"]
+        names = [name for name in round.service.arrived() if name != "e-show"]
         round.expect(sorted(names) == sorted(f"e-{cycle}-{number}" for number in range(EVENTS)),
                      f"in cycle {cycle} {len(names)} events arrived, {len(set(names))} of them different")
         round.service.forget_events()

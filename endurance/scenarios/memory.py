@@ -3,10 +3,10 @@ import os
 import signal
 import subprocess
 
-from suite.host import Host, names_in
+from suite.host import names_in
 from suite.scenario import Failure, Scenario
-from suite.service import Service
-from suite.stores import Ledger, rows
+from suite.service import running_service
+from suite.stores import Ledger, upload_rest
 
 STEPS = {"ci": 300, "hour": 50, "long": 1}
 
@@ -18,11 +18,8 @@ class Memory(Scenario):
 
     def prepare(self, suite):
         folder = os.path.join(suite.folder, "memory-life")
-        service = Service(suite, folder + "/service")
-        try:
+        with running_service(suite, folder + "/service") as service:
             self.allocations = int(self.live(suite, service, folder + "/host", 0).stdout.split()[0])
-        finally:
-            service.stop()
 
     def rounds(self, size):
         return range(1, self.allocations + 1, STEPS[size])
@@ -44,11 +41,7 @@ class Memory(Scenario):
         round.expect("thrown" not in result.stdout and "stuck" not in result.stdout, result.stdout)
         ledger = Ledger()
         ledger.after_life(folder, round.service.assets, names_in(result.stderr))
-        host = Host(round.suite, folder, round.service)
-        host.ask_all("init acme s3cret", "drain", "report-all", "drain")
-        host.quit()
-        round.expect(not rows(folder), "rows stay after the last upload")
-        arrived = names_in("\n".join(round.service.events()))
+        arrived = upload_rest(round, folder)
         ledger.check_arrivals(arrived)
         lost = {f"e-{action}" for action in range(20)} - set(arrived)
         round.expect(len(lost) <= 1, f"{len(lost)} events are lost: {sorted(lost)[:5]}")

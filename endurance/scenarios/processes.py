@@ -3,9 +3,9 @@ import collections
 import threading
 import time
 
-from suite.host import Host, names_in
+from suite.host import Host
 from suite.scenario import Scenario
-from suite.stores import INSTALL_ID, check_files, check_pictures, rows, settings, store
+from suite.stores import INSTALL_ID, check_files, check_pictures, settings, store, upload_rest
 
 
 class Processes(Scenario):
@@ -43,11 +43,7 @@ class Processes(Scenario):
             thread.join()
         if failures:
             raise failures[0]
-        last = Host(round.suite, folder, round.service)
-        last.ask_all("init acme s3cret", "drain", "report-all", "drain")
-        last.quit()
-        round.expect(not rows(folder), "rows stay after the last upload")
-        counts = collections.Counter(names_in("\n".join(round.service.events())))
+        counts = collections.Counter(upload_rest(round, folder))
         lost = sorted(set(called) - set(counts))
         round.expect(not lost, f"{len(lost)} events are lost: {lost[:5]}")
         twice = [name for name, count in counts.items() if count > 1]

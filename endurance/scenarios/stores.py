@@ -1,4 +1,5 @@
 """Whatever lies where the library's files are to be: it is used or moved aside, with one line, and events go on."""
+import contextlib
 import fcntl
 import os
 import re
@@ -10,15 +11,13 @@ import subprocess
 import sys
 import time
 
-from suite.host import Host, names_in
+from suite.host import Host
 from suite.scenario import Scenario
-from suite.service import Service
+from suite.service import running_service
 from suite.stores import DATABASE
 
 SETTINGS = "app/settings.json"
 KEYCHAIN = "keychain"
-# Whoever writes to a database of SQLite's holds this range.
-PENDING_BYTE = (512, 0x40000000)
 OLD = [f"e-old-{number}" for number in range(5)]
 
 
@@ -252,13 +251,10 @@ class Stores(Scenario):
         """The files of an application that has events waiting, campaigns and pictures."""
         folder = os.path.join(suite.folder, "stores-template")
         self.template = folder + "/host"
-        service = Service(suite, folder + "/service")
-        try:
+        with running_service(suite, folder + "/service") as service:
             host = Host(suite, self.template, service)
             host.ask_all("init acme s3cret", "drain", "network offline", *(f"action {name}" for name in OLD), "drain")
             host.quit()
-        finally:
-            service.stop()
 
     def play(self, round):
         owner, store, name, damage, outcome, keeps_old = CASES[round.number - 1]
@@ -278,7 +274,7 @@ class Stores(Scenario):
         moved = [file for file in os.listdir(os.path.dirname(path)) if ".corrupt-" in file]
         lines = {line for line in host.log_text().splitlines()
                  if line.startswith("LumoraSDK-") and re.search(re.escape(store) + r"(\s|:|\.|$)", line)}
-        arrived = names_in("\n".join(round.service.events()))
+        arrived = round.service.arrived()
         round.expect(len(arrived) == len(set(arrived)), f"{what}: events came twice")
         wanted = {"e-later"} if outcome == "obstacle" else {"e-new"}
         round.expect(wanted <= set(arrived), f"{what}: the new event did not arrive: {host.log_end()}")
@@ -310,6 +306,19 @@ def stat_is_plain(path):
     return os.path.isfile(path) and not os.path.islink(path)
 
 
+@contextlib.contextmanager
+def held(path):
+    """The database by a writer, a store by whoever has its lock file."""
+    if path.endswith(".sqlite"):
+        with contextlib.closing(sqlite3.connect(path, isolation_level=None)) as connection:
+            connection.execute("BEGIN EXCLUSIVE")
+            yield
+    else:
+        with open(path + ".lock", "ab") as file:
+            fcntl.flock(file, fcntl.LOCK_EX)
+            yield
+
+
 class LockedStores(Scenario):
     name = "locked-stores"
     tries = "another process holds the database, the settings' lock or the keychain's, for a while or for good"
@@ -325,11 +334,8 @@ class LockedStores(Scenario):
         host = Host(round.suite, folder, round.service)
         if store == DATABASE:
             host.ask_all("init acme s3cret", "drain")
-        with open(path if store == DATABASE else path + ".lock", "ab") as file:
-            if store == DATABASE:
-                fcntl.lockf(file, fcntl.LOCK_EX, *PENDING_BYTE)
-            else:
-                fcntl.flock(file, fcntl.LOCK_EX)
+        with held(path):
+            if store != DATABASE:
                 host.ask_all("init acme s3cret", "drain")
             host.ask("action e-1")
             if seconds < 60:
@@ -338,7 +344,7 @@ class LockedStores(Scenario):
                 host.ask("drain", 30)
         host.ask_all("action e-2", "drain", "report-all", "drain")
         host.quit()
-        arrived = names_in("\n".join(round.service.events()))
+        arrived = round.service.arrived()
         wanted = ["e-2"] if (store, seconds) == (DATABASE, 60) else ["e-1", "e-2"]
         round.expect(sorted(set(arrived)) == wanted, f"{store}: {arrived} arrived")
         told = "another process holds" in host.log_text().lower()

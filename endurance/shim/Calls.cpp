@@ -22,6 +22,7 @@
 namespace {
 
 using endurance::Kind;
+using endurance::pathOf;
 using endurance::Shim;
 using endurance::Turn;
 
@@ -47,16 +48,9 @@ bool isThere(int folder, const char* path) {
   return call(SYS_faccessat, folder, path, F_OK) == 0;
 }
 
-std::string folderPath(int descriptor) {
-  std::array<char, PATH_MAX> target{};
-  const std::string name = "/proc/self/fd/" + std::to_string(descriptor);
-  const long size = call(SYS_readlink, name.c_str(), target.data(), target.size());
-  return {target.data(), static_cast<std::size_t>(size < 0 ? 0 : size)};
-}
-
 /// A path as the journal names it, from the root.
 std::string wholePath(int folder, const char* path) {
-  return *path == '/' || folder == AT_FDCWD ? std::string(path) : folderPath(folder) + "/" + path;
+  return *path == '/' || folder == AT_FDCWD ? std::string(path) : pathOf(folder) + "/" + path;
 }
 
 std::string twoPaths(const std::string& from, const std::string& to) {
@@ -117,7 +111,7 @@ int sync(int descriptor, long number) {
   const struct stat status = statusOf(descriptor);
   const Kind kind = S_ISDIR(status.st_mode) ? Kind::syncFolder : Kind::sync;
   return shim().run(kind, operation, [&](std::uint32_t turn, int) {
-    shim().write(kind, turn, status.st_ino, 0, kind == Kind::syncFolder ? folderPath(descriptor) : "", {});
+    shim().write(kind, turn, status.st_ino, 0, kind == Kind::syncFolder ? pathOf(descriptor) : "", {});
   });
 }
 
@@ -471,9 +465,14 @@ int fcntl(int descriptor, int command, ...) {
 int fcntl64(int descriptor, int command, ...) __attribute__((alias("fcntl")));
 
 void* mmap(void* address, size_t size, int protection, int flags, int descriptor, off_t offset) noexcept {
+  const auto operation = [&](const Turn&) {
+    return call(SYS_mmap, address, size, protection, flags, descriptor, offset);
+  };
   const bool isShared = (flags & MAP_SHARED) != 0 && (protection & PROT_WRITE) != 0;
-  if (isShared && shim().concerns(descriptor)) refuse("a shared mapping");
-  return reinterpret_cast<void*>(call(SYS_mmap, address, size, protection, flags, descriptor, offset));
+  if (!isShared || !shim().concerns(descriptor)) return reinterpret_cast<void*>(operation({}));
+  // SQLite's shared memory, which is made anew after a power cut, may change unseen; no other file.
+  if (!pathOf(descriptor).ends_with("-shm")) refuse("a shared mapping");
+  return reinterpret_cast<void*>(shim().run(Kind::query, operation, unnoted));
 }
 void* mmap64(void* address, size_t size, int protection, int flags, int descriptor, off_t offset) noexcept {
   return mmap(address, size, protection, flags, descriptor, offset);

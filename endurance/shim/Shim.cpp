@@ -34,15 +34,14 @@ int openFile(const std::string& path, int flags) {
   return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path.c_str(), flags | O_CREAT | O_CLOEXEC, 0600));
 }
 
-/// The folder that a relative path starts at.
+}  // namespace
+
 std::string pathOf(int descriptor) {
   std::array<char, PATH_MAX> target{};
   const std::string name = "/proc/self/fd/" + std::to_string(descriptor);
   const auto size = ::syscall(SYS_readlink, name.c_str(), target.data(), target.size());
   return size > 0 ? std::string(target.data(), static_cast<std::size_t>(size)) : std::string();
 }
-
-}  // namespace
 
 Shim::Order::Order(Shim& shim, Kind kind) {
   if (!shim.hasJournal() || kind == Kind::lock) return;

@@ -55,6 +55,9 @@ struct Turn {
   std::uint32_t number = 0;
 };
 
+/// Where an open file or folder lies.
+std::string pathOf(int descriptor);
+
 /// Reads the environment once:
 ///   ENDURANCE_FOLDER   the folder; without it nothing is done at all
 ///   ENDURANCE_LIST     file that receives the number of operations (8 bytes), then a letter for each

@@ -5,6 +5,8 @@ import struct
 # As endurance/shim/Shim.h has it.
 ENTRY = struct.Struct("=QQIIIc3x")
 SECTOR = 512
+# What the processes that have the database open share; whoever opens it first makes it anew.
+SHARED_MEMORY = "-shm"
 LINE = "-"
 MODELS = {
     "lost": "every write that was not synced is lost",
@@ -122,6 +124,8 @@ class Disk:
         os.makedirs(target)
         # Shorter paths first: a file in a folder that is lost is lost with it.
         for name in sorted(names):
+            if name.endswith(SHARED_MEMORY):
+                continue
             path = target + name[len(self.root):]
             if not os.path.isdir(os.path.dirname(path)):
                 continue

@@ -1,4 +1,5 @@
 """The local service as a process."""
+import contextlib
 import copy
 import json
 import os
@@ -6,6 +7,7 @@ import sqlite3
 import subprocess
 import time
 
+from suite.host import names_in
 from suite.scenario import Failure
 
 SECRET = "s3cret"
@@ -64,6 +66,10 @@ class Service:
         finally:
             connection.close()
 
+    def arrived(self):
+        """The names of those among them that are ours."""
+        return names_in("\n".join(self.events()))
+
     def requests(self):
         if not os.path.exists(self.requests_file):
             return []
@@ -89,3 +95,13 @@ class Service:
         self.process.terminate()
         self.process.wait(20)
         self.log.close()
+
+
+@contextlib.contextmanager
+def running_service(suite, folder):
+    """For the length of a block."""
+    service = Service(suite, folder)
+    try:
+        yield service
+    finally:
+        service.stop()
