@@ -237,7 +237,8 @@ CASES = ([("the database", DATABASE, *case) for case in DATABASES] +
          [("the settings", SETTINGS, *case, "obstacle", True) for case in STORE_OBSTACLES] +
          [("the settings", SETTINGS, "a lock file that is a folder", beside(".lock", put_folder), "obstacle", True)] +
          [("the keychain", KEYCHAIN, *case, "obstacle", True) for case in STORE_OBSTACLES])
-EVENTS = ["init acme s3cret", "drain", "action e-new", "drain", "report-all", "drain", "device-id"]
+# A service that is given 30 MB needs its time.
+EVENTS = ["timeout 60", "init acme s3cret", "drain", "action e-new", "drain", "report-all", "drain", "device-id"]
 
 
 class Stores(Scenario):

@@ -22,11 +22,11 @@ class PNGReader {
   PNGReader& operator=(const PNGReader&) = delete;
 
   bool decode() {
-    if (info_ == nullptr) return false;
+    constexpr std::size_t signatureSize = 8;
+    if (info_ == nullptr || rest_.size() < signatureSize) return false;
     // Nothing with a destructor may live in this frame: the library's errors jump back to here.
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
     png_set_progressive_read_fn(png_, this, begin, countRow, end);
-    constexpr std::size_t signatureSize = 8;
     feed(signatureSize);
     while (!hasEnded_) {
       if (const std::size_t size = chunkSize(); isAncillary()) {

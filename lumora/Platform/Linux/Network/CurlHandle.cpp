@@ -65,27 +65,30 @@ curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
 }  // namespace
 
 std::unique_ptr<CurlHandle> CurlHandle::make() {
-  CURLM* const multi = makeMulti();
-  CURL* const easy = curl_easy_init();
-  if (multi != nullptr && easy != nullptr) return std::unique_ptr<CurlHandle>(new CurlHandle(multi, easy));
-  curl_easy_cleanup(easy);
-  curl_multi_cleanup(multi);
-  return nullptr;
+  std::unique_ptr<CurlHandle> handle(new CurlHandle(makeMulti(), curl_share_init()));
+  return handle->multi_ != nullptr && handle->sessions_ != nullptr && handle->renew() ? std::move(handle)
+                                                                                      : nullptr;
 }
 
-CurlHandle::CurlHandle(CURLM* multi, CURL* easy) : multi_(multi), easy_(easy) {
-  curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, kKeptConnections);
-  reset();
+CurlHandle::CurlHandle(CURLM* multi, CURLSH* sessions) : multi_(multi), sessions_(sessions) {
+  if (multi_ != nullptr) curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, kKeptConnections);
+  if (sessions_ != nullptr) curl_share_setopt(sessions_, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
 }
 
 CurlHandle::~CurlHandle() {
   curl_easy_cleanup(easy_);
   curl_multi_cleanup(multi_);
+  curl_share_cleanup(sessions_);
 }
 
-void CurlHandle::reset() {
-  curl_easy_reset(easy_);
+/// A new one for each request: libcurl 7.88 looks, where an answer begins with a continued line, at the last
+/// header of the handle's earlier request, which it has freed.
+bool CurlHandle::renew() {
+  curl_easy_cleanup(std::exchange(easy_, curl_easy_init()));
+  if (easy_ == nullptr) return false;
+  curl_easy_setopt(easy_, CURLOPT_SHARE, sessions_);
   curl_easy_setopt(easy_, CURLOPT_OPENSOCKETFUNCTION, openSocket);
+  return true;
 }
 
 CURLcode CurlHandle::perform() {

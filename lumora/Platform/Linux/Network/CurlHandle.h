@@ -18,19 +18,23 @@ class CurlHandle {
   CurlHandle(const CurlHandle&) = delete;
   CurlHandle& operator=(const CurlHandle&) = delete;
 
-  /// For the request's options. They are forgotten by `reset`; the connections stay open.
+  /// For the request's options.
   CURL* easy() const noexcept { return easy_; }
-  void reset();
+  /// Makes ready for another request, with options of its own; the connections stay open. False when there is
+  /// no memory: the handle can only be destroyed then.
+  bool renew();
   /// Performs the request. It ends early, with CURLE_ABORTED_BY_CALLBACK, when the process ends or
   /// transfers are aborted.
   CURLcode perform();
 
  private:
-  CurlHandle(CURLM* multi, CURL* easy);
+  CurlHandle(CURLM* multi, CURLSH* sessions);
   CURLcode run();
 
   CURLM* const multi_;
-  CURL* const easy_;
+  /// The TLS sessions, by which a connection that was closed is made again with less work.
+  CURLSH* const sessions_;
+  CURL* easy_ = nullptr;
 };
 
 }  // namespace lumora

@@ -359,7 +359,7 @@ std::unique_ptr<CurlHandle> CurlURLLoader::takeHandle() {
 
 void CurlURLLoader::keepHandle(std::unique_ptr<CurlHandle> handle) {
   // Forgets this request's options, and with them the pointers to it; the connection stays open.
-  handle->reset();
+  if (!handle->renew()) return;
   const Lock lock(mutex_);
   // Of two requests at once one gives its connection up.
   if (!keptHandle_) keptHandle_ = std::move(handle);
