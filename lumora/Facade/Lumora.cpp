@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
@@ -19,6 +20,7 @@
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
+#include "lumora/Util/LostCall.h"
 #include "lumora/Util/LumoraConstants.h"
 #include "lumora/Util/RunSecret.h"
 #include "lumora/Util/UIDeviceAdditionalInfo.h"
@@ -32,6 +34,11 @@ constexpr long minimumTimeoutSeconds = 5;
 
 std::unique_ptr<TaskQueue> makeQueue(const char* name, const void* owner) {
   return platform().queues.makeSerialQueue(fmt::format("{}.{}", name, owner));
+}
+
+/// What a call has handed over. Where memory runs out that call alone is lost.
+void carryOut(const Task& task) try { task(); } catch (const std::bad_alloc&) {
+  tellLostCall("its task");
 }
 
 }  // namespace
@@ -67,7 +74,7 @@ void Lumora::enqueue(Task task) {
     const CallGate::Work work;
     if (!work) return;
     dataManager_.storeWaiting();
-    task();
+    carryOut(task);
   });
 }
 
@@ -89,13 +96,13 @@ void Lumora::enqueueEvents(Task task) {
     if (!work) return;
     counted->hasRun = true;  // From here on the burst counts it.
     const LMRDataManager::Burst together(eventTasks_);
-    task();
+    carryOut(task);
   });
 }
 
 void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
                                     const std::optional<std::string>& appSecret,
-                                    std::optional<Dictionary> launchOptions) {
+                                    std::optional<Dictionary> launchOptions) try {
   if (!CallGate::admitsDespite({Closed::withoutConsent}) || makingInitCall_) return;
   if (LMRUtil::isStringEmpty(tarrowID)) {
     logLine("LumoraSDK-Tarrow ID is an empty string.");
@@ -114,11 +121,18 @@ void Lumora::initializeWithTarrowID(const std::optional<std::string>& tarrowID,
     return;
   }
   if (makingInitCall_.exchange(true)) return;  // Another thread was first.
-  beginInitialization();
-  enqueue([this, tarrowID = *tarrowID, secret = *appSecret, options = std::move(launchOptions)] {
-    FlagMark making(makingInitCall_);
-    initialize(tarrowID, secret, options, making);
-  });
+  try {
+    beginInitialization();
+    enqueue([this, tarrowID = *tarrowID, secret = *appSecret, options = std::move(launchOptions)] {
+      FlagMark making(makingInitCall_);
+      initialize(tarrowID, secret, options, making);
+    });
+  } catch (const std::bad_alloc&) {
+    makingInitCall_ = false;  // So that the host may call again.
+    throw;
+  }
+} catch (const std::bad_alloc&) {
+  tellLostCall("initializeWithTarrowID");
 }
 
 void Lumora::beginInitialization() {
@@ -238,8 +252,11 @@ std::optional<std::string> Lumora::appSecret() const {
   return RunSecret::sharedInstance().get();
 }
 
-bool Lumora::sdkInitialized() const {
+bool Lumora::sdkInitialized() const try {
   return CallGate::admits() && !LMRUtil::isStringEmpty(appSecret());
+} catch (const std::bad_alloc&) {
+  tellLostCall("sdkInitialized");
+  return false;
 }
 
 void Lumora::sdkInitilizationWarning() const {
@@ -256,7 +273,7 @@ bool Lumora::hasStoredCredentials() const {
   return !version.empty() && !secret.empty();
 }
 
-void Lumora::appDidEnterBackground() {
+void Lumora::appDidEnterBackground() try {
   if (!CallGate::admits()) return;
   Application& application = platform().application;
   // The time asked for lasts until the platform ends it; the work below does not end it earlier.
@@ -269,9 +286,11 @@ void Lumora::appDidEnterBackground() {
     eventLogger_.reportEvents(false);
     resyncConfiguration();
   });
+} catch (const std::bad_alloc&) {
+  tellLostCall("appDidEnterBackground");
 }
 
-void Lumora::appWillEnterForeground() {
+void Lumora::appWillEnterForeground() try {
   if (!CallGate::admits()) return;
   if (!hasStoredCredentials()) return;
   enqueue([this] {
@@ -279,16 +298,23 @@ void Lumora::appWillEnterForeground() {
     eventLogger_.reportEvents(true);
     resyncConfiguration();
   });
+} catch (const std::bad_alloc&) {
+  tellLostCall("appWillEnterForeground");
 }
 
-void Lumora::reportAll() {
+void Lumora::reportAll() try {
   if (!CallGate::admits()) return;
   enqueue([] { LMREventLogger::sharedInstance().reportEvents(true); });
+} catch (const std::bad_alloc&) {
+  tellLostCall("reportAll");
 }
 
-std::string Lumora::getDeviceId() const {
+std::string Lumora::getDeviceId() const try {
   if (!CallGate::admits()) return "";
   return UIDeviceAdditionalInfo::sharedInstance().installIdentifier();
+} catch (const std::bad_alloc&) {
+  tellLostCall("getDeviceId");
+  return "";
 }
 
 void Lumora::setTimeoutInterval(long seconds) {

@@ -70,7 +70,9 @@ class Reports;
 ///     lumora.endSession("checkout");
 class LUMORA_EXPORT Lumora {
  public:
-  /// The one instance: made by the first call, safely from any thread, and never destroyed.
+  /// The one instance: made by the first call, safely from any thread, and never destroyed. Where there is no
+  /// memory for that it throws std::bad_alloc, and the next call tries again. Nothing else is ever thrown: of
+  /// any other call that memory runs out for, a line in the log tells that it is lost.
   static Lumora& sharedInstance();
 
   Lumora(const Lumora&) = delete;

@@ -1,5 +1,6 @@
 // What the person decides: consent to tracking, and the erasure of everything. Both work by closing CallGate;
 // what a closed gate means is decided there and asked wherever something is recorded, sent or shown.
+#include <new>
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
@@ -14,6 +15,7 @@
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
 #include "lumora/Util/LogRefusal.h"
+#include "lumora/Util/LostCall.h"
 #include "lumora/Util/LumoraConstants.h"
 #include "lumora/Util/UICKeyChainStore.h"
 
@@ -79,7 +81,7 @@ Consent Lumora::trackingConsent() const noexcept {
   return consent_;
 }
 
-void Lumora::setTrackingConsent(Consent consent, WaitingEvents waiting) {
+void Lumora::setTrackingConsent(Consent consent, WaitingEvents waiting) try {
   if (!CallGate::admitsDespite({Closed::withoutConsent})) return;
   const bool isDenied = consent == Consent::denied;
   Lock lock(consentMutex_);  // Two calls at once take effect one after the other.
@@ -89,6 +91,8 @@ void Lumora::setTrackingConsent(Consent consent, WaitingEvents waiting) {
   storeConsent(consent);
   if (isDenied) return denyTracking(waiting);
   if (wasDenied) resumeTracking();
+} catch (const std::bad_alloc&) {
+  tellLostCall("setTrackingConsent");
 }
 
 void Lumora::denyTracking(WaitingEvents waiting) {
@@ -135,7 +139,7 @@ void Lumora::rememberCredentials(const std::string& tarrowID, const std::string&
   credentials_ = Credentials{tarrowID, appSecret};
 }
 
-void Lumora::eraseAllData() {
+void Lumora::eraseAllData() try {
   if (!CallGate::admitsDespite({Closed::withoutConsent})) return;
   // First, and on the disk: whatever ends this run, the next one knows what is to be done.
   LMRUtil::setBool(true, kLumoraErasure);
@@ -143,6 +147,8 @@ void Lumora::eraseAllData() {
   platform().urlLoader.setAborting(true);
   // Behind whatever either queue is doing now; what waits there does nothing any more.
   serialInAppQueue_->async([this] { serialQueue_->async([] { finishErasure(); }); });
+} catch (const std::bad_alloc&) {
+  tellLostCall("eraseAllData");
 }
 
 void Lumora::finishErasure() {

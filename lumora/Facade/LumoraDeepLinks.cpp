@@ -2,6 +2,7 @@
 // the question for the device's name, and the request. URL takes links apart, the platform's Alerts shows
 // what is asked.
 #include <algorithm>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
+#include "lumora/Util/LostCall.h"
 #include "lumora/Util/UIDeviceAdditionalInfo.h"
 
 namespace lumora {
@@ -51,7 +53,7 @@ Parameters parametersOf(const std::string& query) {
 
 }  // namespace
 
-bool Lumora::applicationOpenURL(const URL& url) {
+bool Lumora::applicationOpenURL(const URL& url) try {
   if (!CallGate::admits()) return false;
   if (!url.scheme().value_or("").starts_with(linkScheme)) {
     logLine("LumoraSDK-Deep link received but lmro url scheme not found.");
@@ -70,6 +72,9 @@ bool Lumora::applicationOpenURL(const URL& url) {
     return false;
   }
   return acceptDeepLink(*query);
+} catch (const std::bad_alloc&) {
+  tellLostCall("applicationOpenURL");
+  return false;
 }
 
 bool Lumora::acceptDeepLink(const std::string& query) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <memory>
+#include <new>
 
 #include "lumora/Events/LMREventLogger.h"
 #include "lumora/Facade/Lumora.h"
@@ -10,6 +11,7 @@
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/CallGate.h"
 #include "lumora/Util/Log.h"
+#include "lumora/Util/LostCall.h"
 
 namespace lumora {
 namespace {
@@ -35,7 +37,7 @@ std::chrono::milliseconds leftOf(std::chrono::milliseconds limit, Date begun) {
 
 }  // namespace
 
-bool Lumora::flush(std::chrono::milliseconds timeout) {
+bool Lumora::flush(std::chrono::milliseconds timeout) try {
   if (!CallGate::admits() || !mayWait("flush")) return false;
   const auto isEmpty = std::make_shared<std::atomic<bool>>(false);
   const auto upload = [this, isEmpty] {
@@ -46,9 +48,12 @@ bool Lumora::flush(std::chrono::milliseconds timeout) {
     *isEmpty = dataManager_.holdsNoEvents();
   };
   return serialQueue_->syncWithin(upload, bounded(timeout)) && *isEmpty;
+} catch (const std::bad_alloc&) {
+  tellLostCall("flush");
+  return false;
 }
 
-void Lumora::shutdown(std::chrono::milliseconds timeout) {
+void Lumora::shutdown(std::chrono::milliseconds timeout) try {
   if (!CallGate::admitsDespite({Closed::afterErasure, Closed::withoutConsent}) || !mayWait("shutdown"))
     return;
   CallGate::close(Closed::afterShutdown);
@@ -70,6 +75,8 @@ void Lumora::shutdown(std::chrono::milliseconds timeout) {
   if (isStored && isAtRest && isTold) return;
   logLine("LumoraSDK-The shutdown took longer than the {} ms that it was given, its rest goes on.",
           timeout.count());
+} catch (const std::bad_alloc&) {
+  tellLostCall("shutdown");
 }
 
 }  // namespace lumora

@@ -1,6 +1,7 @@
 // Push: the token, notifications that arrive or are tapped, and what is recorded of them. The platform's
 // Notifications shows the copies that are made here, LMRUtil opens the links, LMREventLogger makes the
 // records.
+#include <new>
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
@@ -12,6 +13,7 @@
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
 #include "lumora/Util/LogRefusal.h"
+#include "lumora/Util/LostCall.h"
 
 namespace lumora {
 namespace {
@@ -97,7 +99,7 @@ void presentForegroundCopy(const Dictionary& payload) {
 
 }  // namespace
 
-void Lumora::registerPushDeviceToken(const std::optional<Data>& deviceToken) {
+void Lumora::registerPushDeviceToken(const std::optional<Data>& deviceToken) try {
   const CallGate::Pass pass;
   if (!pass) return;
   logLine("LumoraSDK-registering push token");
@@ -118,6 +120,8 @@ void Lumora::registerPushDeviceToken(const std::optional<Data>& deviceToken) {
     eventLogger_.reportEvents(true);
     logLine("LumoraSDK-registered push_token successfully");
   });
+} catch (const std::bad_alloc&) {
+  tellLostCall("registerPushDeviceToken");
 }
 
 /// The token that an earlier run stored, but ended too soon to report.
@@ -128,7 +132,7 @@ void Lumora::reportTokenOfEarlierRun() {
   forgetUnreported(token);
 }
 
-void Lumora::unregisterPushDeviceToken() {
+void Lumora::unregisterPushDeviceToken() try {
   const CallGate::Pass pass;
   if (!pass) return;
   LMREventLogger& logger = LMREventLogger::sharedInstance();
@@ -138,21 +142,31 @@ void Lumora::unregisterPushDeviceToken() {
   SettingsStore& settings = platform().settings;
   settings.removeObject(kLmroToken);
   settings.synchronize();
+} catch (const std::bad_alloc&) {
+  tellLostCall("unregisterPushDeviceToken");
 }
 
-std::string Lumora::getPushDeviceToken() const {
+std::string Lumora::getPushDeviceToken() const try {
   if (!CallGate::admits()) return "";
   return LMRUtil::getStringForKey(kLmroToken);
+} catch (const std::bad_alloc&) {
+  tellLostCall("getPushDeviceToken");
+  return "";
 }
 
-bool Lumora::isPushRegistered() const {
+bool Lumora::isPushRegistered() const try {
   if (!CallGate::admits()) return false;
   return !platform().settings.object(kLmroToken).isNull();
+} catch (const std::bad_alloc&) {
+  tellLostCall("isPushRegistered");
+  return false;
 }
 
-void Lumora::trackPushNotification(const std::optional<Dictionary>& notification) {
+void Lumora::trackPushNotification(const std::optional<Dictionary>& notification) try {
   const CallGate::Pass pass;
   if (pass) trackNotification(notification);
+} catch (const std::bad_alloc&) {
+  tellLostCall("trackPushNotification");
 }
 
 void Lumora::trackNotification(const std::optional<Dictionary>& notification) {
@@ -191,7 +205,7 @@ void Lumora::trackTracking(const Value& tracking) {
   });
 }
 
-void Lumora::handlePushNotification(const std::optional<Dictionary>& payload) {
+void Lumora::handlePushNotification(const std::optional<Dictionary>& payload) try {
   if (!CallGate::admits()) return;
   sdkInitilizationWarning();
   // The state at the call: by the time the task runs a tap may have brought the host to the front.
@@ -199,6 +213,8 @@ void Lumora::handlePushNotification(const std::optional<Dictionary>& payload) {
   enqueue([this, payload, state] {
     if (payload) handlePayload(*payload, state);
   });
+} catch (const std::bad_alloc&) {
+  tellLostCall("handlePushNotification");
 }
 
 void Lumora::handlePayload(const Dictionary& payload, ApplicationState state) {
@@ -223,25 +239,32 @@ void Lumora::handlePayload(const Dictionary& payload, ApplicationState state) {
   }
 }
 
-void Lumora::applicationDidReceiveLocalNotification(const LocalNotification& notification) {
+void Lumora::applicationDidReceiveLocalNotification(const LocalNotification& notification) try {
   if (isLumoraNotification(notification)) handlePushNotification(notification.userInfo);
+} catch (const std::bad_alloc&) {
+  tellLostCall("applicationDidReceiveLocalNotification");
 }
 
 void Lumora::userNotificationCenterDidReceiveNotificationResponse(
-    const NotificationResponse& response, const std::function<void()>& completionHandler) {
+    const NotificationResponse& response, const std::function<void()>& completionHandler) try {
   Dictionary payload = response.request.userInfo;
   payload[checkedKey] = checkedKey;
   handlePushNotification(payload);
   // Without waiting for the queue: the system is told that the answer was taken, not what came of it.
   if (completionHandler) completionHandler();
+} catch (const std::bad_alloc&) {
+  tellLostCall("userNotificationCenterDidReceiveNotificationResponse");
 }
 
-bool Lumora::isLumoraNotification(const LocalNotification& notification) const {
+bool Lumora::isLumoraNotification(const LocalNotification& notification) const try {
   const double elapsed = secondsSince1970(platform().clock.now()) - secondsSince1970(notification.fireDate);
   // A younger one is being delivered to an application in the foreground; nobody has tapped it yet.
   if (elapsed < 1.0) return false;
   if (LMRUtil::isStringEmpty(notification.alertBody)) return false;
   return notification.userInfo && findMap(*notification.userInfo, "vs");
+} catch (const std::bad_alloc&) {
+  tellLostCall("isLumoraNotification");
+  return false;
 }
 
 }  // namespace lumora

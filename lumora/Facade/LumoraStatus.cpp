@@ -2,6 +2,7 @@
 // to say.
 #include "lumora/Facade/LumoraStatus.h"
 
+#include <new>
 #include <utility>
 
 #include "lumora/Facade/Lumora.h"
@@ -10,6 +11,7 @@
 #include "lumora/Storage/LMRDataManager.h"
 #include "lumora/Util/CallGate.h"
 #include "lumora/Util/LMRSettingsKeys.h"
+#include "lumora/Util/LostCall.h"
 
 namespace lumora {
 namespace {
@@ -21,12 +23,14 @@ std::optional<Date> dateSetting(std::string_view key) {
 
 }  // namespace
 
-void Lumora::setObserver(std::shared_ptr<LumoraObserver> observer, LumoraExecutor executor) {
+void Lumora::setObserver(std::shared_ptr<LumoraObserver> observer, LumoraExecutor executor) try {
   if (!CallGate::admitsDespite({Closed::withoutConsent})) return;
   reports_.notices().setObserver(std::move(observer), std::move(executor));
+} catch (const std::bad_alloc&) {
+  tellLostCall("setObserver");
 }
 
-LumoraStatus Lumora::status() const {
+LumoraStatus Lumora::status() const try {
   if (!CallGate::admits()) return {};
   return {.isInitialized = sdkInitialized(),
           .isBlocked = accountBlocked(),
@@ -34,6 +38,9 @@ LumoraStatus Lumora::status() const {
           .lastSync = dateSetting(kLmroLastUpdate),
           .lastUpload = dateSetting(kLmroLastReport),
           .lastError = reports_.lastFailure()};
+} catch (const std::bad_alloc&) {
+  tellLostCall("status");
+  return {};
 }
 
 }  // namespace lumora

@@ -1,6 +1,7 @@
 // The configuration that the service gives: when it may be asked for, and what its answer changes: the block,
 // the features, the campaigns. Requests are LMRNetworkManager's, campaigns from there on the in-app
 // handler's.
+#include <new>
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
@@ -16,6 +17,7 @@
 #include "lumora/Util/LMRSettingsKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
+#include "lumora/Util/LostCall.h"
 #include "lumora/Util/MinimumInterval.h"
 
 namespace lumora {
@@ -114,16 +116,22 @@ void Lumora::resyncConfiguration() {
   }
 }
 
-bool Lumora::canUpdate() const {
+bool Lumora::canUpdate() const try {
   if (!CallGate::admits()) return false;
   return hasMinimumPassed(kLmroLastUpdate, minimumSecondsBetweenSyncs, {"-[Lumora canUpdate]", 355},
                           "update call  ");
+} catch (const std::bad_alloc&) {
+  tellLostCall("canUpdate");
+  return false;
 }
 
-bool Lumora::canReport() const {
+bool Lumora::canReport() const try {
   if (!CallGate::admits()) return false;
   return hasMinimumPassed(kLmroLastReport, LMREventLogger::minimumSecondsBetweenUploads,
                           {"-[Lumora canReport]", 334}, "report call ");
+} catch (const std::bad_alloc&) {
+  tellLostCall("canReport");
+  return false;
 }
 
 bool Lumora::parseResponseForBlockedAndFeatures(const std::optional<Dictionary>& response) {

@@ -1,5 +1,6 @@
 // What a host records: sessions, actions, the person's profile. Arguments are checked on the caller's thread;
 // the records are made on the library's queue, by LMREventLogger.
+#include <new>
 #include <utility>
 
 #include "lumora/Events/LMREventLogger.h"
@@ -10,10 +11,11 @@
 #include "lumora/Util/EventKeys.h"
 #include "lumora/Util/LMRUtil.h"
 #include "lumora/Util/Log.h"
+#include "lumora/Util/LostCall.h"
 
 namespace lumora {
 
-void Lumora::startSession(const std::optional<std::string>& name) {
+void Lumora::startSession(const std::optional<std::string>& name) try {
   if (!CallGate::admits()) return;
   if (LMRUtil::isStringEmpty(name)) return;
   sdkInitilizationWarning();
@@ -21,9 +23,11 @@ void Lumora::startSession(const std::optional<std::string>& name) {
     fetchPicturesBeforeSession(name);
     eventLogger_.startSession(name);
   });
+} catch (const std::bad_alloc&) {
+  tellLostCall("startSession");
 }
 
-void Lumora::endSession(const std::optional<std::string>& name) {
+void Lumora::endSession(const std::optional<std::string>& name) try {
   if (!CallGate::admits()) return;
   if (LMRUtil::isStringEmpty(name)) return;
   sdkInitilizationWarning();
@@ -31,28 +35,34 @@ void Lumora::endSession(const std::optional<std::string>& name) {
     eventLogger_.endSession(name);
     eventLogger_.reportEvents(false);
   });
+} catch (const std::bad_alloc&) {
+  tellLostCall("endSession");
 }
 
 /// The type chooses nothing: sessions are not kept by type.
-void Lumora::endAllSessionsWithType(const std::optional<std::string>&) {
+void Lumora::endAllSessionsWithType(const std::optional<std::string>&) try {
   if (!CallGate::admits()) return;
   sdkInitilizationWarning();
   enqueueEvents([this] {
     eventLogger_.endAllSessions();
     eventLogger_.reportEvents(false);
   });
+} catch (const std::bad_alloc&) {
+  tellLostCall("endAllSessionsWithType");
 }
 
-void Lumora::discardAllSessions() {
+void Lumora::discardAllSessions() try {
   const CallGate::Pass pass;
   if (!pass) return;
   sdkInitilizationWarning();
   // At once, ahead of what is queued: a session whose start still waits there begins all the same.
   eventLogger_.discardAllSessions();
+} catch (const std::bad_alloc&) {
+  tellLostCall("discardAllSessions");
 }
 
 void Lumora::reportAction(const std::optional<std::string>& name,
-                          std::shared_ptr<LumoraActionMetaData> metaData) {
+                          std::shared_ptr<LumoraActionMetaData> metaData) try {
   if (!CallGate::admits()) return;
   if (LMRUtil::isStringEmpty(name)) {
     logLine("LumoraSDK-Actin name should be a valid string. Failed to report action {}.", textOrNull(name));
@@ -65,9 +75,11 @@ void Lumora::reportAction(const std::optional<std::string>& name,
                                   metaData ? std::optional(metaData->actionMetadata()) : std::nullopt);
     eventLogger_.reportEvents(false);
   });
+} catch (const std::bad_alloc&) {
+  tellLostCall("reportAction");
 }
 
-void Lumora::associateLead(std::shared_ptr<LumoraLead> lead) {
+void Lumora::associateLead(std::shared_ptr<LumoraLead> lead) try {
   if (!CallGate::admits()) return;
   if (!lead) {
     logLine("LumoraSDK-Please set valid user attributes");
@@ -79,6 +91,8 @@ void Lumora::associateLead(std::shared_ptr<LumoraLead> lead) {
     eventLogger_.reportUserAttributes(lead->userData());
     eventLogger_.reportEvents(true);
   });
+} catch (const std::bad_alloc&) {
+  tellLostCall("associateLead");
 }
 
 }  // namespace lumora

@@ -3,8 +3,8 @@
 #include "lumora/Platform/Linux/LinuxApplication.h"
 
 #include <atomic>
+#include <deque>
 #include <utility>
-#include <vector>
 
 #include "lumora/Platform/ForkedChild.h"
 #include "lumora/Platform/Linux/Host/BackgroundTasks.h"
@@ -15,16 +15,28 @@
 namespace lumora {
 
 struct LinuxApplication::State {
+  /// They are only ever added, and stay where they are.
+  using Handlers = std::deque<std::function<void()>>;
+
+  std::size_t handlerCount(LifecycleNotification notification) {
+    Lock lock(mutex);
+    return observersOf(notification).size();
+  }
+  const std::function<void()>& handler(LifecycleNotification notification, std::size_t index) {
+    Lock lock(mutex);
+    return observersOf(notification)[index];
+  }
+
   std::atomic<ApplicationState> applicationState;
   const URLOpener openURL;
   const RootViewControllerSource rootViewController;
   Mutex mutex;
-  std::vector<std::function<void()>>& observersOf(LifecycleNotification notification) LUMORA_REQUIRES(mutex) {
+  Handlers& observersOf(LifecycleNotification notification) LUMORA_REQUIRES(mutex) {
     return notification == LifecycleNotification::willEnterForeground ? foregroundObservers
                                                                       : backgroundObservers;
   }
-  std::vector<std::function<void()>> foregroundObservers LUMORA_GUARDED_BY(mutex);
-  std::vector<std::function<void()>> backgroundObservers LUMORA_GUARDED_BY(mutex);
+  Handlers foregroundObservers LUMORA_GUARDED_BY(mutex);
+  Handlers backgroundObservers LUMORA_GUARDED_BY(mutex);
   BackgroundTasks backgroundTasks;
 };
 
@@ -78,13 +90,9 @@ void LinuxApplication::setState(ApplicationState state) {
 void LinuxApplication::post(LifecycleNotification notification) {
   // What the library would do now is not taken by its queues any more.
   if (isForkedChild() || ProcessEnd::hasBegun()) return;
-  std::vector<std::function<void()>> handlers;
-  {
-    Lock lock(state_->mutex);
-    // A copy, called without the lock: a handler may take its time, or add another.
-    handlers = state_->observersOf(notification);
-  }
-  for (const auto& handler : handlers) handler();
+  // Called without the lock: a handler may take its time, or add another, whose turn comes the next time.
+  for (std::size_t index = 0, count = state_->handlerCount(notification); index < count; ++index)
+    state_->handler(notification, index)();
 }
 
 void LinuxApplication::expireBackgroundTasks() {
