@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "endurance/host/Crash.h"
 #include "endurance/host/Lives.h"
 #include "lumora/Facade/Lumora.h"
 #include "lumora/Facade/LumoraActionMetaData.h"
@@ -101,26 +102,28 @@ int liveWithFailingAllocation(lumora::LinuxPlatform& platform, long number, cons
   const std::optional<std::string> session = "s";
   std::vector<std::optional<std::string>> names;
   for (int action = 0; action < actionsOfLife; ++action) names.push_back(name + "-" + std::to_string(action));
-  bool isSettled = true;
-  const auto rest = [&] {
-    guarded("the main queue", [&] { isSettled = settle(platform, 20) && isSettled; });
+  // A thread that could not be started is started by the next call: only the last rest must come to an end.
+  bool isSettled = false;
+  const auto rest = [&](double seconds) {
+    guarded("the main queue", [&] { isSettled = settle(platform, seconds); });
   };
 
+  tellWhoCrashes();
   failing = number;
   isCounting = true;
   guarded("initialize", [&] { lumora().initializeWithTarrowID(account, secret); });
-  rest();
+  rest(5);
   guarded("startSession", [&] { lumora().startSession(session); });
   for (const auto& action : names) guarded("reportAction", [&] { lumora().reportAction(action, metaData); });
-  rest();
+  rest(5);
   guarded("associateLead", [&] { lumora().associateLead(lead); });
   guarded("endSession", [&] { lumora().endSession(session); });
   guarded("the background", [&] { platform.application().post(LifecycleNotification::didEnterBackground); });
-  rest();
+  rest(5);
   guarded("the foreground", [&] { platform.application().post(LifecycleNotification::willEnterForeground); });
   guarded("reportAll", [&] { lumora().reportAll(); });
   guarded("getDeviceId", [&] { static_cast<void>(lumora().getDeviceId()); });
-  rest();
+  rest(20);
   isCounting = false;
   std::printf("%ld\n%s\n", count.load(), isSettled ? "settled" : "stuck");
   return 0;

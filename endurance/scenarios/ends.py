@@ -36,7 +36,7 @@ class Ends(Scenario):
             host = subprocess.Popen(
                 [round.suite.program("endurance/endurance-host"), folder, str(round.service.port), round.service.ca,
                  "end", how, str(ACTIONS), name], stdout=subprocess.PIPE, stderr=log_file, text=True,
-                start_new_session=True)
+                start_new_session=True, env={**os.environ, "LUMORA_LOG": "trace"})
         try:
             if how == "wait":
                 host.stdout.readline()

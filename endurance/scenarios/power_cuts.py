@@ -53,6 +53,9 @@ class PowerCuts(Scenario):
 
     def prepare(self, suite):
         folder = os.path.join(suite.folder, "power-cuts-life")
+        journal = folder + "/journal"
+        self.root = folder + "/host"
+        os.makedirs(self.root + "/app")  # The host's own, which it does not sync.
         with running_service(suite, folder + "/service") as service:
             host = Host(suite, self.root, service, environment=shim_environment(suite, self.root, journal=journal))
             for command in LIFE:
