@@ -27,8 +27,9 @@ MODULES = ["shim", "kills", "failures", "power_cuts", "disks", "stores", "proces
 class Suite:
     """Where the programs are, and the one temporary folder."""
 
-    def __init__(self, build, folder, goes_on):
+    def __init__(self, build, folder, goes_on, workers=None):
         self.goes_on = goes_on
+        self.workers = workers
         self.root = ROOT
         self.build = build
         self.folder = folder
@@ -81,7 +82,8 @@ class Run:
 
     def play(self):
         services = queue.SimpleQueue()
-        count = min(self.scenario.workers, len(self.numbers))
+        alone = self.scenario.workers == 1
+        count = min(1 if alone else self.suite.workers or self.scenario.workers, len(self.numbers))
         running = []
         try:
             for worker in range(count):
@@ -149,6 +151,8 @@ def options():
     parser.add_argument("--rounds", type=int, metavar="N", help="so many rounds of each scenario")
     parser.add_argument("--round", type=int, metavar="N", help="only this round")
     parser.add_argument("--seed", type=int, metavar="S", help="of the random numbers; default: a new one")
+    parser.add_argument("--workers", type=int, metavar="N",
+                        help="so many rounds at a time, of the scenarios that allow it; default: 2, and 4 of those that wait")
     parser.add_argument("--go-on", action="store_true", help="play the other rounds after a failure too")
     parser.add_argument("--folder", metavar="DIR", default=default_parent(),
                         help="where the one temporary folder is made; default: %(default)s")
@@ -169,7 +173,7 @@ def main():
     chosen = options()
     seed = random.randrange(1, 1000000) if chosen.seed is None else chosen.seed
     folder = tempfile.mkdtemp(prefix="endurance-", dir=chosen.folder)
-    suite = Suite(os.path.realpath(chosen.build), folder, chosen.go_on)
+    suite = Suite(os.path.realpath(chosen.build), folder, chosen.go_on, chosen.workers)
     failed = 0
     runs = []
     try:
@@ -181,7 +185,8 @@ def main():
             runs[-1].report()
             failed += runs[-1].failure is not None
         if chosen.page and not failed:
-            page.write(ROOT, chosen.size, seed, runs)
+            rounds = f" --rounds {chosen.rounds}" if chosen.rounds else ""
+            page.write(ROOT, f"--{chosen.size}{rounds} --seed {seed}", runs)
     finally:
         if chosen.keep and failed:
             print(f"The files are in {folder}")

@@ -11,13 +11,13 @@ def figures_of(run):
     return ", ".join(f"{count:,} {what}" for what, count in sorted(run.figures.items())) or "not tried here"
 
 
-def write(root, size, seed, runs):
+def write(root, options, runs):
     commit = subprocess.run(["git", "describe", "--always", "--dirty"], cwd=root, capture_output=True, text=True,
                             check=True).stdout.strip()
     day = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d")
     minutes = sum(run.progress.seconds() for run in runs) / 60
-    lines = [f"The last long run: `endurance/run --{size} --seed {seed}` on {day}, commit `{commit}`, "
-             f"{os.cpu_count()} cores, {minutes:.0f} minutes. Every scenario held.", "",
+    lines = [f"The last long run: `endurance/run {options}` on {day}, commit `{commit}`, {os.cpu_count()} cores, "
+             f"{minutes:.0f} minutes. Every scenario held.", "",
              "| scenario | what is tried | what held | rounds | figures |", "|---|---|---|---:|---|"]
     for run in runs:
         scenario = run.scenario
