@@ -42,7 +42,7 @@ class Ends(Scenario):
                 host.stdout.readline()
                 time.sleep(round.random.uniform(0, 0.05))
                 host.send_signal(signal.SIGTERM)
-            output = host.communicate(timeout=15)[0]
+            output = host.communicate(timeout=60)[0]
         except subprocess.TimeoutExpired:
             os.killpg(host.pid, signal.SIGKILL)  # A forked child too.
             host.communicate()
