@@ -40,8 +40,9 @@ bool bringUpLoopback() {
     watch.reset();  // From its own callback too.
     called.set_value();
   });
-  isWatched.set_value();
-  if (!watch || !bringUpLoopback()) ::_exit(notAllowed);
+  if (!watch) ::_exit(notAllowed);
+  isWatched.set_value();  // From here on the watch is the callback's.
+  if (!bringUpLoopback()) ::_exit(notAllowed);
   called.get_future().wait();
   ::_exit(heard);
 }
