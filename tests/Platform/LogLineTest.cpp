@@ -36,6 +36,7 @@ const std::map<std::string, LogLineKind> composedLines = {
     {"LumoraSDK-Failed to launch action:{}", trace},
     {"LumoraSDK-Failed to register this device as a developer test device/{}\\n", trace},
     {"LumoraSDK-Log lines lost before this one, nobody took them: ", developer},
+    {"LumoraSDK-Memory ran out, a call is lost: {}", developer},  // The name of the operation.
     {"LumoraSDK-Received invalid push notification from Lumora- {}", trace},
     {"LumoraSDK-Sent events that cannot be deleted: {} ({})", developer},
     {"LumoraSDK-Session threshold exceeded, unable to start this session {}.", trace},

@@ -24,7 +24,6 @@ class Reason(IntEnum):
     SIGNATURE_MISSING = 9
     OTHER_PROCESS = 10
     ABORTED = 11
-    ABORTED = 11
 
 class Operation(IntEnum):
     INITIALIZATION = 0
