@@ -66,6 +66,13 @@ class Progress:
             print(text, end="\r" if sys.stdout.isatty() else "\n", flush=True)
 
 
+def spread(numbers, count):
+    """So many of the numbers at most, from everywhere among them."""
+    if not count or count >= len(numbers):
+        return numbers
+    return [numbers[index * len(numbers) // count] for index in range(count)]
+
+
 class Run:
     """One scenario, from its first round to its last or to its first failure."""
 
@@ -77,7 +84,7 @@ class Run:
         self.folder = os.path.join(suite.folder, scenario.name)
         os.makedirs(self.folder)
         scenario.prepare(suite)
-        self.numbers = [only] if only else list(scenario.rounds(size))[:rounds]
+        self.numbers = [only] if only else spread(list(scenario.rounds(size)), rounds)
         self.progress = Progress(scenario.name, len(self.numbers))
 
     def play(self):

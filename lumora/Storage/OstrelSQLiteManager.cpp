@@ -166,6 +166,7 @@ std::optional<SQLiteError> OstrelSQLiteManager::closeDatabase() {
   if (!db_) return std::nullopt;
   kept_ = {};
   isReadyToWrite_ = false;
+  hasLostLock_ = false;
   std::optional<SQLiteError> error;
   if (sqlite3_close(db_) != SQLITE_OK) {
     error = createDBErrorWithDescription(
@@ -202,13 +203,14 @@ bool OstrelSQLiteManager::hasMoved() const {
 
 /// Once for each connection.
 void OstrelSQLiteManager::prepareWriting() {
-  if (std::exchange(isReadyToWrite_, true)) return;
+  if (isReadyToWrite_) return;
   // EXTRA: every commit must survive a power cut, also that of a rollback journal, which is its removal.
   note(sqlite3_exec(db_, "PRAGMA synchronous=EXTRA", nullptr, nullptr, nullptr));
-  if (!platform().sharedFiles.sharesMemory(getDatabasePath())) return;
   // Of 1 MiB at most, as rows live only until the next upload.
-  note(
-      sqlite3_exec(db_, "PRAGMA journal_mode=WAL; PRAGMA wal_autocheckpoint=256", nullptr, nullptr, nullptr));
+  constexpr const char* log = "PRAGMA journal_mode=WAL; PRAGMA wal_autocheckpoint=256";
+  if (platform().sharedFiles.sharesMemory(getDatabasePath()))
+    note(sqlite3_exec(db_, log, nullptr, nullptr, nullptr));
+  isReadyToWrite_ = !fault_;
 }
 
 void OstrelSQLiteManager::beginTransaction(Access access) {
@@ -242,7 +244,8 @@ void OstrelSQLiteManager::endTransaction() {
   if (db_ && sqlite3_get_autocommit(db_) == 0) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
   isInTransaction_ = false;
   // Such a connection will do no better when the file has been mended; a full disk's does.
-  if (fault_.kind == DatabaseFault::Kind::corrupt || (fault_ && db_ && sqlite3_db_readonly(db_, "main") != 0))
+  if (fault_.kind == DatabaseFault::Kind::corrupt || hasLostLock_ ||
+      (fault_ && db_ && sqlite3_db_readonly(db_, "main") != 0))
     closeDatabase();
 }
 
@@ -253,7 +256,10 @@ int OstrelSQLiteManager::changedRows() const {
 /// Takes in how a call of SQLite ended.
 void OstrelSQLiteManager::note(int result) {
   if (result == SQLITE_OK || result == SQLITE_ROW || result == SQLITE_DONE) return;
-  DatabaseFault::Kind kind = faultOf(sqlite3_extended_errcode(db_));
+  const int error = sqlite3_extended_errcode(db_);
+  DatabaseFault::Kind kind = faultOf(error);
+  // It may be one of its own that the system did not take back: it would wait for itself until it is closed.
+  hasLostLock_ = hasLostLock_ || (error & 0xFF) == SQLITE_PROTOCOL;
   // A statement that undid the whole transaction: what follows would stand outside of it.
   if (kind == DatabaseFault::Kind::none && isInTransaction_ && sqlite3_get_autocommit(db_) != 0)
     kind = DatabaseFault::Kind::unusable;

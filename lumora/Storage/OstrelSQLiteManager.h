@@ -149,6 +149,7 @@ class OstrelSQLiteManager {
   Prepared kept_;
   /// Whether this connection knows how to write.
   bool isReadyToWrite_ = false;
+  bool hasLostLock_ = false;
   int changesBefore_ = 0;
   bool isInTransaction_ = false;
   bool hasFailedStatement_ = false;
