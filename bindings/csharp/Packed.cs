@@ -18,9 +18,24 @@ namespace LumoraSdk {
     private static readonly UTF8Encoding Utf8 = new UTF8Encoding(false, true);
 
     internal static byte[] Of(object value) {
+      if (value is string text) {
+        return OfText(text);
+      }
       var bytes = new MemoryStream(64);
       Put(new BinaryWriter(bytes), value, 0);
       return bytes.ToArray();
+    }
+
+    // Most of what crosses is one text.
+    private static byte[] OfText(string text) {
+      var size = Utf8.GetByteCount(text);
+      var bytes = new byte[5 + size];
+      bytes[0] = (byte) 's';
+      for (var one = 0; one < 4; ++one) {
+        bytes[1 + one] = (byte) (size >> 8 * one);
+      }
+      Utf8.GetBytes(text, 0, text.Length, bytes, 5);
+      return bytes;
     }
 
     internal static byte[] Required(object value) {

@@ -3,8 +3,6 @@ package lumora;
 import java.math.BigInteger;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
-import java.nio.CharBuffer;
-import java.nio.charset.CharacterCodingException;
 import java.nio.charset.StandardCharsets;
 import java.time.Duration;
 import java.time.Instant;
@@ -28,9 +26,19 @@ final class Packed {
   private Packed() {}
 
   static byte[] of(Object value) {
+    if (value instanceof String text) {
+      return ofText(text);
+    }
     Packed packed = new Packed();
     packed.put(value, 0);
     return Arrays.copyOf(packed.bytes.array(), packed.bytes.position());
+  }
+
+  /** Most of what crosses is one text. */
+  private static byte[] ofText(String text) {
+    byte[] data = utf8(text);
+    ByteBuffer packed = ByteBuffer.allocate(5 + data.length).order(ByteOrder.LITTLE_ENDIAN);
+    return packed.put((byte) 's').putInt(data.length).put(data).array();
   }
 
   static byte[] required(Object value) {
@@ -77,12 +85,25 @@ final class Packed {
   }
 
   private void text(String text) {
-    try {
-      ByteBuffer utf8 = StandardCharsets.UTF_8.newEncoder().encode(CharBuffer.wrap(text));
-      room(utf8.remaining() + 4).putInt(utf8.remaining()).put(utf8);
-    } catch (CharacterCodingException exception) {
-      throw new IllegalArgumentException("a text has a lone surrogate", exception);
+    data(utf8(text));
+  }
+
+  private static byte[] utf8(String text) {
+    byte[] data = text.getBytes(StandardCharsets.UTF_8);
+    // Half of a pair becomes a question mark.
+    if (hasSurrogate(text) && !text.equals(new String(data, StandardCharsets.UTF_8))) {
+      throw new IllegalArgumentException("a text has a lone surrogate");
     }
+    return data;
+  }
+
+  private static boolean hasSurrogate(String text) {
+    for (int i = 0; i < text.length(); ++i) {
+      if (Character.isSurrogate(text.charAt(i))) {
+        return true;
+      }
+    }
+    return false;
   }
 
   private void put(Object value, int depth) {
