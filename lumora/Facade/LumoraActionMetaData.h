@@ -43,7 +43,7 @@ class LUMORA_EXPORT LumoraActionMetaData {
   void setActionMetadata(Dictionary metadata);
 
  private:
-  LUMORA_INTERNAL void setNumber(std::string_view key, const Value& number);
+  void setNumber(std::string_view key, const Value& number);
 
   mutable Mutex mutex_;
   Dictionary actionMetadata_ LUMORA_GUARDED_BY(mutex_);
