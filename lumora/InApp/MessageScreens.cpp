@@ -35,7 +35,7 @@ struct MessageScreens::Display {
   class Window;
   class Layout;
 
-  void present(std::shared_ptr<Screen> screen);
+  void present(const std::shared_ptr<Screen>& screen);
   void dismiss(const Screen& screen);
 
   Show show;
@@ -109,8 +109,8 @@ class MessageScreens::Display::Window : public ViewController {
   void setModalPresentationStyle(ModalPresentationStyle) override {}
   void presentViewController(std::shared_ptr<ViewController> screen, bool) override {
     const auto display = display_.lock();
-    auto shown = std::dynamic_pointer_cast<Screen>(std::move(screen));
-    if (display && shown) display->present(std::move(shown));
+    const auto shown = std::dynamic_pointer_cast<Screen>(std::move(screen));
+    if (display && shown) display->present(shown);
   }
   void dismiss(bool) override {}
 
@@ -132,7 +132,7 @@ class MessageScreens::Display::Layout : public LayoutResource {
   const std::weak_ptr<Display> display_;
 };
 
-void MessageScreens::Display::present(std::shared_ptr<Screen> screen) {
+void MessageScreens::Display::present(const std::shared_ptr<Screen>& screen) {
   screens.push_back(screen);
   const Dictionary description = screen->appear(++last);
   if (show) show(screen->id(), description);
