@@ -13,9 +13,12 @@ if(LUMORA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros "${LUMORA_CCACHE}")
 endif()
 
-# Saves about half of a build's time. Not for every preset: a source must compile without it too.
+# Saves about half of a build's time. Not for every preset: a source must compile without it too. Not where one unit takes
+# all of a target's sources either.
 function(lumora_precompile target)
-  if(LUMORA_PRECOMPILE_HEADERS)
+  get_target_property(sources ${target} SOURCES)
+  list(LENGTH sources count)
+  if(LUMORA_PRECOMPILE_HEADERS AND (NOT CMAKE_UNITY_BUILD OR count GREATER 8))
     target_precompile_headers(${target} PRIVATE ${ARGN})
   endif()
 endfunction()

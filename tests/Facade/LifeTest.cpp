@@ -66,9 +66,9 @@ TEST_F(LifeTest, aTokenWhoseReportWasCutShortIsReportedByTheNextRun) {
     host.settings.setObject(kLmroToken, "0a");
     initializeAndRun();
     const auto found = host.urlLoader.requests();
-    const auto reported = std::ranges::count_if(
+    const auto timesReported = std::ranges::count_if(
         found, [](const URLRequest& request) { return request.body.find(R"("0a")") != std::string::npos; });
-    EXPECT_EQ(reported, 1) << isCutShort;
+    EXPECT_EQ(timesReported, 1) << isCutShort;
   }
   EXPECT_EQ(setting(kLumoraUnreportedToken), "absent");
   // The mark and the token reach the disk together, and the mark goes with the row.

@@ -74,9 +74,9 @@ TEST(LogSocketsTest, TheJournalReceivesFields) {
   const std::string entry = journal.next();
   EXPECT_TRUE(entry.starts_with("MESSAGE\n" + length + "LumoraSDK-one\nMESSAGE=two\nPRIORITY\n")) << entry;
   sendToJournal(journal.path, "LumoraFramework--[Lumora sync:] [Line 407] text", LogLineKind::trace);
-  const std::string trace = journal.next();
+  const std::string received = journal.next();
   for (const char* value : {"7\n", "lumora_platform_tests\n", "trace\n", "-[Lumora sync:]\n", "407\n"}) {
-    EXPECT_THAT(trace, HasSubstr(value));
+    EXPECT_THAT(received, HasSubstr(value));
   }
 }
 
