@@ -22,7 +22,7 @@ class Cut:
         text = b"".join(operation.data for operation in operations if operation.kind == LINE).decode()
         done, called = set(), set()
         self.sent, self.confirmed, self.deleted, self.settings = set(), set(), set(), {}
-        commands = iter(LIFE)
+        commands = iter([*LIFE, "quit"])  # Which the host acknowledges before its end closes the database.
         record = []
         for line in text.splitlines():
             record += names_in(line)
