@@ -6,7 +6,8 @@
 #include <unistd.h>
 
 #include <array>
-#include <future>
+#include <mutex>
+#include <string>
 #include <thread>
 
 #include "fuzz/FuzzedLibrary.h"
@@ -30,16 +31,26 @@ class Server {
   }
 
   int port() const { return port_; }
-  /// Until the next call; no request is under way meanwhile.
-  void setAnswer(std::string answer) { answer_ = std::move(answer); }
+  /// Until the next call.
+  void setAnswer(std::string answer) {
+    const std::lock_guard lock(mutex_);
+    answer_ = std::move(answer);
+  }
 
  private:
-  void serve() const {
+  /// A copy: the client may give up, and the next answer be set, while this one is still being sent.
+  std::string answer() {
+    const std::lock_guard lock(mutex_);
+    return answer_;
+  }
+
+  void serve() {
     for (;;) {
       const int connection = ::accept(listener_, nullptr, nullptr);
       std::array<char, 4096> request{};
-      if (::read(connection, request.data(), request.size()) > 0)
-        ::send(connection, answer_.data(), answer_.size(), MSG_NOSIGNAL);
+      const bool isAsked = ::read(connection, request.data(), request.size()) > 0;
+      const std::string bytes = answer();
+      if (isAsked) ::send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
       ::shutdown(connection, SHUT_WR);
       ::close(connection);
     }
@@ -47,6 +58,7 @@ class Server {
 
   const int listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   int port_ = 0;
+  std::mutex mutex_;
   std::string answer_;
 };
 
