@@ -258,7 +258,6 @@ void OstrelSQLiteManager::note(int result) {
   if (result == SQLITE_OK || result == SQLITE_ROW || result == SQLITE_DONE) return;
   const int error = sqlite3_extended_errcode(db_);
   DatabaseFault::Kind kind = faultOf(error);
-  // It may be one of its own that the system did not take back: it would wait for itself until it is closed.
   hasLostLock_ = hasLostLock_ || (error & 0xFF) == SQLITE_PROTOCOL;
   // A statement that undid the whole transaction: what follows would stand outside of it.
   if (kind == DatabaseFault::Kind::none && isInTransaction_ && sqlite3_get_autocommit(db_) != 0)

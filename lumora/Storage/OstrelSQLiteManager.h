@@ -149,6 +149,7 @@ class OstrelSQLiteManager {
   Prepared kept_;
   /// Whether this connection knows how to write.
   bool isReadyToWrite_ = false;
+  /// Whether this connection may wait for a lock of its own, one that the system did not take back.
   bool hasLostLock_ = false;
   int changesBefore_ = 0;
   bool isInTransaction_ = false;
