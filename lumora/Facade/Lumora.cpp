@@ -64,6 +64,7 @@ Lumora::Lumora()
   MessageObserver::setCurrent(reports_);
   dataManager_.storeLaterOn(*serialQueue_);
   inAppHandler.fetchOn(*serialInAppQueue_);
+  platform().queues.reportUnfinished([](std::size_t) { CallGate::close(Closed::atProcessEnd); });
   resumeEarlierRun();
   appStoreEnvironment_ = !platform().bundle.pathForResource("embedded", "mobileprovision");
 }

@@ -53,10 +53,12 @@ class Reports;
 ///
 /// The end of the process: a host that returns from `main` or calls `exit`, on any thread, loses nothing.
 /// With the Linux platform what was called before is stored by then, for which the end waits one second at
-/// most; a request under way is aborted and its events are sent by the next run. `_exit`, `quick_exit`,
-/// `abort` and a signal that kills end at once: the calls of the last milliseconds, those still in the
-/// library's queue, are lost, and nothing else. A host that is ended by a signal turns it into an `exit`
-/// outside of the handler, in which hardly any function may be called:
+/// most; a request under way is aborted and its events are sent by the next run. Calls after that are
+/// ignored, with one line. `_exit`, `quick_exit`, `abort` and a signal that kills end at once: the calls that
+/// are still in the library's queue are lost, and nothing else. Those are the ones of the last milliseconds,
+/// or, while a request has no answer yet, the ones since it began: ten seconds at most for each. A host that
+/// is ended by a signal turns it into an `exit` outside of the handler, in which hardly any function may be
+/// called:
 ///
 ///     volatile std::sig_atomic_t isTerminating = 0;
 ///     std::signal(SIGTERM, [](int) { isTerminating = 1; });

@@ -56,7 +56,7 @@ void Notices::setObserver(std::shared_ptr<LumoraObserver> observer, LumoraExecut
     Lock lock(mutex_);
     ++observation_;
     if (executor && !handOverQueue_) {
-      handOverQueue_ = platform().queues.makeSerialQueue("com.ostrel.notices.queue");
+      handOverQueue_ = platform().queues.makeHostQueue("com.ostrel.notices.queue");
     }
     // What was there ends after the lock is released: it is the host's, and may do anything.
     observer_.swap(observer);

@@ -2,7 +2,6 @@
 // when the library is used before a host has installed one.
 #include "lumora/Platform/Platform.h"
 
-#include <cassert>
 #include <optional>
 
 #include "lumora/Platform/DefaultPlatform.h"
@@ -40,8 +39,10 @@ Installation& installation() {
 }  // namespace
 
 void installPlatform(const Platform& platform) {
-  [[maybe_unused]] const bool first = tryInstallPlatform(platform);
-  assert(first && "installPlatform must be called once, before the library is used");
+  if (!tryInstallPlatform(platform))
+    lumora::platform().log.write(
+        "LumoraSDK-The library was used before its platform was installed, or has one already: this one is "
+        "ignored.");
 }
 
 bool tryInstallPlatform(const Platform& platform) {

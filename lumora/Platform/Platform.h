@@ -72,8 +72,7 @@ Platform platformWith(const Platform& others, Services&... services) {
 }
 
 /// Installs the platform that the library uses from now on. To be called once, on the main thread, before
-/// the first use of any shared instance; a later call is a programming error: it asserts, and changes
-/// nothing.
+/// the first use of any shared instance; a later call changes nothing, and a line tells of it.
 LUMORA_EXPORT void installPlatform(const Platform& platform);
 
 /// The same for a caller that cannot know whether it comes first: false, and nothing changed, when it does

@@ -42,6 +42,11 @@ class LUMORA_EXPORT TaskQueues {
   virtual std::unique_ptr<TaskQueue> makeSerialQueue(std::string label) = 0;
   virtual TaskQueue& mainQueue() = 0;
   virtual bool isMainThread() = 0;
+  /// A serial queue for tasks that call the host's code. When the process ends none of them begins any more,
+  /// and none counts as one that has not run. Queues that do not know of the end make it as any other.
+  virtual std::unique_ptr<TaskQueue> makeHostQueue(std::string label) {
+    return makeSerialQueue(std::move(label));
+  }
   /// Names who is told, when the process ends, how many tasks have not run, none among them: the last chance
   /// to save something. Other threads may still run then and hold their locks. Queues that do not know of the
   /// end ignore it.
@@ -57,6 +62,9 @@ class LUMORA_EXPORT ForwardingTaskQueues : public TaskQueues {
   }
   TaskQueue& mainQueue() override { return next_.mainQueue(); }
   bool isMainThread() override { return next_.isMainThread(); }
+  std::unique_ptr<TaskQueue> makeHostQueue(std::string label) override {
+    return next_.makeHostQueue(std::move(label));
+  }
   void reportUnfinished(const std::function<void(std::size_t tasks)>& report) override {
     next_.reportUnfinished(report);
   }

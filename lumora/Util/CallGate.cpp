@@ -42,7 +42,8 @@ constexpr std::pair<Closed, std::string_view> lines[] = {
      "LumoraSDK-This process was forked from one that uses Lumora, its calls are ignored."},
     {Closed::afterShutdown, "LumoraSDK-Lumora was shut down, calls are ignored."},
     {Closed::afterErasure, "LumoraSDK-All data was erased, calls are ignored until the next start."},
-    {Closed::withoutConsent, "LumoraSDK-Tracking consent is denied, calls are ignored."}};
+    {Closed::withoutConsent, "LumoraSDK-Tracking consent is denied, calls are ignored."},
+    {Closed::atProcessEnd, "LumoraSDK-The process is ending, calls are ignored."}};
 
 /// Tells the weightiest of the reasons, each once.
 void tell(unsigned reasons) {
@@ -52,7 +53,7 @@ void tell(unsigned reasons) {
     if (reason == Closed::inForkedChild) {
       writeInForkedChild(line);
     } else {
-      platform().log.write(line);
+      logLine("{}", line);
     }
     return;
   }

@@ -13,10 +13,11 @@ enum class Closed : std::uint8_t {
   afterShutdown = 2,   ///< For good.
   afterErasure = 4,    ///< Until the next start.
   withoutConsent = 8,  ///< Until consent is given.
+  atProcessEnd = 16,   ///< For good.
 };
 
-/// Decides whether calls are carried out; the one place where a fork, a shutdown, an erasure and a denied
-/// consent make the library do nothing.
+/// Decides whether calls are carried out; the one place where a fork, a shutdown, an erasure, a denied
+/// consent and the end of the process make the library do nothing.
 ///
 /// A reason takes effect in two steps. When it *closes* the gate, calls, requests and screens are refused.
 /// When it *settles*, nothing is recorded any more either: what was handed over before has been done by then.

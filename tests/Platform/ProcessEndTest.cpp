@@ -120,5 +120,28 @@ TEST(ProcessEndTest, WaitsForOtherQueuesWhicheverThreadsEndTheProcess) {
   }
 }
 
+/// The host's own code is running when the process ends, and more of it waits.
+void endDuringACallOfTheHost() {
+  ProcessEnd::watch();
+  auto* const main = new LinuxMainQueue;
+  TaskQueue* const queue = LinuxTaskQueues(*main).makeHostQueue("host").release();
+  std::promise<void> begun;
+  queue->async([&begun] {
+    begun.set_value();
+    while (!ProcessEnd::hasBegun()) std::this_thread::yield();
+    std::fprintf(stderr, "whole");
+  });
+  queue->async([] { std::fprintf(stderr, ", late"); });
+  LinuxTaskQueues(*main).reportUnfinished(
+      [](std::size_t tasks) { std::fprintf(stderr, ", lost: %zu.", tasks); });
+  begun.get_future().wait();
+  std::exit(7);
+}
+
+TEST(ProcessEndTest, WaitsForTheHostsCallThatRunsAndBeginsNoOther) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(endDuringACallOfTheHost(), ::testing::ExitedWithCode(7), "whole, lost: 0\\.");
+}
+
 }  // namespace
 }  // namespace lumora::testing

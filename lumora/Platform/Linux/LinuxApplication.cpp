@@ -54,6 +54,7 @@ LinuxApplication::LinuxApplication(ApplicationState initialState, URLOpener urlO
 LinuxApplication::~LinuxApplication() = default;
 
 void LinuxApplication::observe(LifecycleNotification notification, std::function<void()> handler) {
+  if (isForkedChild()) return;
   Lock lock(state_->mutex);
   state_->observersOf(notification).push_back(std::move(handler));
 }

@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "lumora/Platform/Linux/Tasks/LinuxHostQueue.h"
 #include "lumora/Platform/Linux/Tasks/LinuxSerialQueue.h"
 #include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
 
@@ -25,6 +26,10 @@ TaskQueue& LinuxTaskQueues::mainQueue() {
 
 bool LinuxTaskQueues::isMainThread() {
   return mainQueue_.isMainThread();
+}
+
+std::unique_ptr<TaskQueue> LinuxTaskQueues::makeHostQueue(std::string label) {
+  return std::make_unique<LinuxHostQueue>(std::move(label));
 }
 
 void LinuxTaskQueues::reportUnfinished(const std::function<void(std::size_t tasks)>& report) {

@@ -51,8 +51,9 @@ class LUMORA_EXPORT LinuxTaskQueues : public TaskQueues {
   std::unique_ptr<TaskQueue> makeSerialQueue(std::string label) override;
   TaskQueue& mainQueue() override;
   bool isMainThread() override;
+  std::unique_ptr<TaskQueue> makeHostQueue(std::string label) override;
   void reportUnfinished(const std::function<void(std::size_t tasks)>& report) override;
-  /// Whether no task waits or runs on any serial queue made here.
+  /// Whether no task waits or runs on any serial queue made here, but those for the host's code.
   bool areSerialQueuesIdle() const;
   /// For how long that has been so; zero while a task waits or runs.
   std::chrono::steady_clock::duration quietTime() const;

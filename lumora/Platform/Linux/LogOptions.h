@@ -10,7 +10,8 @@ namespace lumora {
 enum class LogDetail {
   /// What the host's developer should know: lines that begin with "LumoraSDK-", and alerts that nobody shows.
   /// None of them holds a secret, a token, an identifier of the device or the person, a payload, or a value
-  /// that the host recorded: a developer's line with such a value counts as a trace line.
+  /// that the host recorded: a developer's line with such a value counts as a trace line. What the
+  /// service itself says is passed on as it is, unless there is an address or a query in it.
   forDevelopers,
   /// Every line, also those that hold what people entered, their identifiers and the account's secret. For a
   /// developer's own machine only. The environment variable `LUMORA_LOG=trace` has the same effect, save in

@@ -16,6 +16,8 @@
 #include <system_error>
 #include <utility>
 
+#include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
+
 namespace lumora {
 namespace {
 
@@ -38,7 +40,7 @@ class TemporaryFile {
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-  bool write(std::string_view bytes) {
+  bool write(std::string_view bytes, bool isSynced) {
     if (!file_.isOpen()) return false;
     while (!bytes.empty()) {
       const ssize_t written = ::write(file_.get(), bytes.data(), bytes.size());
@@ -47,7 +49,7 @@ class TemporaryFile {
       bytes.remove_prefix(static_cast<std::size_t>(written));
     }
     // The bytes before the name: a power cut must not leave the new name with nothing in it.
-    return ::fsync(file_.get()) == 0;
+    return !isSynced || ::fsync(file_.get()) == 0;
   }
 
   FileDescriptor moveTo(const std::string& path) {
@@ -79,7 +81,9 @@ void removeAbandonedFiles(const std::string& folder) {
 }
 
 /// A failure is ignored: the file is in its place, and only a power cut could still bring the old one back.
+/// That much is left to chance when the process ends, too: a slow disk would take the time that events need.
 void syncFolder(const std::string& folder) {
+  if (ProcessEnd::hasBegun()) return;
   const FileDescriptor file(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (file.isOpen()) ::fsync(file.get());
 }
@@ -155,8 +159,9 @@ FileDescriptor replaceFile(const std::string& path, std::string_view bytes, Fold
   if (!makeFolders(folder)) return {};
   removeAbandonedFiles(folder);
   TemporaryFile temporary(folder);
-  if (!temporary.write(bytes)) return {};
   const bool isNew = ::access(target.c_str(), F_OK) != 0;
+  // When the process ends only what is there already is worth the time: nothing new was sent to anybody.
+  if (!temporary.write(bytes, !isNew || !ProcessEnd::hasBegun())) return {};
   FileDescriptor file = temporary.moveTo(target);
   const bool syncs = sync == FolderSync::always || (sync == FolderSync::whenMade && isNew);
   if (file.isOpen() && syncs) syncFolder(folder);

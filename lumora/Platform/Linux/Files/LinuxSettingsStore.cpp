@@ -2,6 +2,7 @@
 // StoreFile's, the text SettingsFormat's; DelayedTask writes what nobody flushed.
 #include "lumora/Platform/Linux/Files/LinuxSettingsStore.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <set>
@@ -9,11 +10,14 @@
 
 #include "lumora/Platform/ForkedChild.h"
 #include "lumora/Platform/Linux/Files/SettingsFormat.h"
+#include "lumora/Platform/Linux/Tasks/ProcessEnd.h"
 
 namespace lumora {
 namespace {
 
-constexpr std::chrono::milliseconds longestWaitAtEnd{1000};
+constexpr std::chrono::milliseconds longestWait{1000};
+/// Also when the end of the process has taken its time for other things.
+constexpr std::chrono::milliseconds shortestWaitAtEnd{200};
 
 /// The stores that are to be written when the process ends.
 class LiveStores {
@@ -42,7 +46,8 @@ class LiveStores {
   void finish() {
     if (isForkedChild()) return;  // What is pending is the parent's to write.
     Lock lock(mutex_);
-    for (LinuxSettingsStore* store : stores_) store->finish();
+    for (LinuxSettingsStore* store : stores_)
+      store->finishWithin(std::max(ProcessEnd::patience(), shortestWaitAtEnd));
   }
 
   Mutex mutex_;
@@ -76,11 +81,11 @@ LinuxSettingsStore::LinuxSettingsStore(std::string path, SystemLog* log)
 
 LinuxSettingsStore::~LinuxSettingsStore() {
   LiveStores::shared().remove(*this);
-  finish();
+  finishWithin(longestWait);
 }
 
-void LinuxSettingsStore::finish() {
-  writer_.finishWithin(longestWaitAtEnd);
+void LinuxSettingsStore::finishWithin(std::chrono::milliseconds limit) {
+  writer_.finishWithin(limit);
 }
 
 /// A file that cannot be read is tried again by the next access.

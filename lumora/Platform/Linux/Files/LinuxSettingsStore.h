@@ -33,8 +33,8 @@ class LinuxSettingsStore : public SettingsStore {
   Value setObjectIfAbsent(std::string_view key, const Value& value) override;
   bool removeLeftovers() override;
 
-  /// Writes what is pending, but waits no longer than a second for it. Not from a forked child.
-  void finish();
+  /// Writes what is pending, but waits no longer than that for it. Not from a forked child.
+  void finishWithin(std::chrono::milliseconds limit);
 
  private:
   /// The new value of each changed key; nothing for a removed one.

@@ -115,6 +115,7 @@ BackgroundTasks::~BackgroundTasks() {
 }
 
 BackgroundTasks::Id BackgroundTasks::begin(std::function<void()> expirationHandler) {
+  if (isForkedChild()) return 0;
   Lock lock(state_->mutex);
   const Id id = ++state_->lastId;
   state_->tasks.emplace(id, State::Task{std::move(expirationHandler), State::SteadyClock::now()});
@@ -123,6 +124,7 @@ BackgroundTasks::Id BackgroundTasks::begin(std::function<void()> expirationHandl
 }
 
 void BackgroundTasks::end(Id task) {
+  if (isForkedChild()) return;
   std::map<Id, State::Task>::node_type ended;  // What its handler holds is let go after the mutex.
   Lock lock(state_->mutex);
   ended = state_->tasks.extract(task);
@@ -130,6 +132,7 @@ void BackgroundTasks::end(Id task) {
 }
 
 void BackgroundTasks::expireAll() {
+  if (isForkedChild()) return;
   std::vector<Id> ids;
   {
     Lock lock(state_->mutex);

@@ -39,7 +39,7 @@ void LinuxSystemLog::write(std::string_view message) {
   const LogLineKind kind = kindOfLogLine(message);
   if (kind == LogLineKind::trace && !hasTrace_) return;
   if (function_ && !isHostGone_) {
-    if (!ProcessEnd::hasBegun()) return function_(message);
+    if (const ProcessEnd::HostCall call; call) return callFunction(message);
     // Between the two moments a host's line goes nowhere: its function is not called any more.
     if (!ProcessEnd::isOver()) return;
   }
@@ -48,6 +48,12 @@ void LinuxSystemLog::write(std::string_view message) {
   } else if (lost_ > 0) {
     tellOfLostLines();
   }
+}
+
+/// A function that throws has lost the line: who wrote it, the host too, knows nothing of logs.
+void LinuxSystemLog::callFunction(std::string_view message) const noexcept try {
+  function_(message);
+} catch (...) {
 }
 
 bool LinuxSystemLog::deliver(std::string_view message, LogLineKind kind) const {

@@ -23,6 +23,7 @@ class LinuxSystemLog : public SystemLog {
   void forgetHost() noexcept { isHostGone_ = true; }
 
  private:
+  void callFunction(std::string_view message) const noexcept;
   bool deliver(std::string_view message, LogLineKind kind) const;
   bool writeToStandardError(std::string_view message, LogLineKind kind) const;
   void tellOfLostLines();

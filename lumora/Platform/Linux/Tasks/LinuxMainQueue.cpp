@@ -154,6 +154,7 @@ bool LinuxMainQueue::isMainThread() const noexcept {
 }
 
 bool LinuxMainQueue::isIdle() const {
+  if (isForkedChild()) return true;
   Lock lock(state_->mutex);
   return state_->tasks.empty() && state_->runningTasks == 0;
 }

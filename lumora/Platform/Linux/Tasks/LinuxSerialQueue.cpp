@@ -45,7 +45,7 @@ struct LinuxSerialQueue::State {
       // Dropped like the tasks that wait when a queue is destroyed.
       if (isEnding || isFinishing) return;
       tasks.push_back(std::move(task));
-      unfinishedTasks->add();  // Only now: memory for the task may have run out.
+      if (unfinishedTasks) unfinishedTasks->add();  // Only now: memory for the task may have run out.
       wakeWorker = std::exchange(isWorkerAsleep, false);
     }
     // Waking costs a system call, so it happens only when the worker sleeps.
@@ -72,11 +72,11 @@ struct LinuxSerialQueue::State {
       Lock lock(mutex);
       return tasks.size() + 1;
     };
-    ProcessEnd::markLibraryThread(&unfinished);
+    if (unfinishedTasks) ProcessEnd::markLibraryThread(&unfinished);
     while (std::optional<Task> task = pop()) {
       runTask(*task);
       task.reset();  // What the task holds goes before the task counts as finished.
-      unfinishedTasks->finish();
+      if (unfinishedTasks) unfinishedTasks->finish();
     }
     ProcessEnd::markLibraryThread(nullptr);
     Lock lock(mutex);
@@ -107,7 +107,7 @@ struct LinuxSerialQueue::State {
     wake.notify_one();
     const std::size_t count = dropped.size();
     dropped.clear();
-    unfinishedTasks->finish(count);
+    if (unfinishedTasks) unfinishedTasks->finish(count);
   }
 
   const std::shared_ptr<TaskCounter> unfinishedTasks;
@@ -145,8 +145,13 @@ std::string LinuxSerialQueue::label() const {
   return label_;
 }
 
+/// Whether a task may that is handed over now.
+bool LinuxSerialQueue::mayStillRun() const noexcept {
+  return state_->unfinishedTasks ? ProcessEnd::acceptsTask() : !ProcessEnd::hasBegun();
+}
+
 void LinuxSerialQueue::async(Task task) {
-  if (!task || isForkedChild() || !ProcessEnd::acceptsTasks()) return;
+  if (!task || isForkedChild() || !mayStillRun()) return;
   // The task may destroy this queue before the call returns; the state lives on.
   const std::shared_ptr<State> state = state_;
   if (!hasWorker_) startWorker();
@@ -154,7 +159,7 @@ void LinuxSerialQueue::async(Task task) {
 }
 
 void LinuxSerialQueue::sync(const Task& task) {
-  if (isForkedChild() || !ProcessEnd::acceptsTasks()) return;
+  if (isForkedChild() || !mayStillRun()) return;
   runTaskAndWait(*this, task);
 }
 

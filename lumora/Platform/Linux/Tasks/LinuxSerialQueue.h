@@ -34,6 +34,7 @@ class TaskCounter {
 /// forked child, which does not have the thread, neither hands tasks over nor waits.
 class LinuxSerialQueue : public TaskQueue {
  public:
+  /// The end of the process does not wait for tasks that are not counted, and takes none of their thread.
   LinuxSerialQueue(std::string label, std::shared_ptr<TaskCounter> unfinishedTasks);
   ~LinuxSerialQueue() override;
   LinuxSerialQueue(const LinuxSerialQueue&) = delete;
@@ -48,6 +49,7 @@ class LinuxSerialQueue : public TaskQueue {
   struct State;
 
   void startWorker();
+  bool mayStillRun() const noexcept;
 
   const std::string label_;
   /// Shared with the thread, which may be the last to let go of it.

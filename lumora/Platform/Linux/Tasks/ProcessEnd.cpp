@@ -7,6 +7,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -25,17 +26,23 @@ namespace {
 
 /// For the last calls to be stored; nobody takes the program for hung within it.
 constexpr std::chrono::seconds kPatience(1);
+using SteadyClock = std::chrono::steady_clock;
 
 /// Of a library thread: how many tasks only it can finish, the one that it is in among them.
 thread_local const std::function<std::size_t()>* ownTasks = nullptr;
+thread_local std::size_t ownHostCalls = 0;
 thread_local bool isEndingProcess = false;
 
 struct State {
   std::atomic<bool> hasBegun = false;
   std::atomic<bool> isOver = false;
   std::atomic<bool> isAborting = false;
+  std::atomic<SteadyClock::time_point> beginning{SteadyClock::time_point::max()};
   std::atomic<std::size_t> tasks = 0;
-  std::atomic<std::size_t> transfers = 0;
+  /// Those that came when the end had begun.
+  std::atomic<std::size_t> lateTasks = 0;
+  /// Transfers and calls of host code: threads in what is not the library's.
+  std::atomic<std::size_t> outside = 0;
   /// The process that the work is done in. A forked child has none of the threads that it would wait for.
   std::atomic<pid_t> worker = 0;
   const FileDescriptor event{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
@@ -45,13 +52,13 @@ struct State {
   std::vector<std::function<void(std::size_t tasks)>> reports LUMORA_GUARDED_BY(mutex);
 
   std::atomic<std::size_t>& counter(ProcessEnd::Work work) {
-    return work == ProcessEnd::Work::task ? tasks : transfers;
+    return work == ProcessEnd::Work::task ? tasks : outside;
   }
 
   void waitForRest() {
-    const auto limit = std::chrono::steady_clock::now() + kPatience;
+    const auto limit = beginning.load() + kPatience;
     Lock lock(mutex);
-    while (transfers > 0 || doOthersHaveTasks()) {
+    while (outside > ownHostCalls || doOthersHaveTasks()) {
       if (progress.wait_until(mutex, limit) == std::cv_status::timeout) return;
     }
   }
@@ -71,8 +78,9 @@ struct State {
   void reportUnfinished() {
     const std::size_t own = ownTasks ? 1 : 0;  // The task that ends the process.
     const std::size_t unfinished = tasks;
+    const std::size_t undone = (unfinished > own ? unfinished - own : 0) + lateTasks;
     Lock lock(mutex);
-    for (const auto& report : reports) report(unfinished > own ? unfinished - own : 0);
+    for (const auto& report : reports) report(undone);
   }
 };
 
@@ -86,6 +94,7 @@ void endProcess() {
   State& state = shared();
   // The first call does it all.
   if (state.hasBegun.exchange(true)) return state.leaveEndToFirst();
+  state.beginning = SteadyClock::now();
   isEndingProcess = true;
   if (state.worker == ::getpid()) {
     ::eventfd_write(state.event.get(), 1);
@@ -168,8 +177,35 @@ void ProcessEnd::reportUnfinished(std::function<void(std::size_t tasks)> report)
   state.reports.push_back(std::move(report));
 }
 
-bool ProcessEnd::acceptsTasks() noexcept {
-  return !hasBegun() || (ownTasks && !isOver());
+std::chrono::milliseconds ProcessEnd::patience() noexcept {
+  const State& state = shared();
+  if (!state.hasBegun) return kPatience;
+  const auto left = state.beginning.load() + kPatience - SteadyClock::now();
+  return std::clamp(std::chrono::duration_cast<std::chrono::milliseconds>(left), {}, {kPatience});
+}
+
+bool ProcessEnd::acceptsTask() noexcept {
+  if (!hasBegun() || (ownTasks && !isOver())) return true;
+  ++shared().lateTasks;
+  return false;
+}
+
+ProcessEnd::HostCall::HostCall() noexcept {
+  if (hasBegun()) return;
+  begin(Work::hostCall);
+  // Asked for again: an end that begins from here on sees the call.
+  isAllowed_ = !hasBegun();
+  if (isAllowed_) {
+    ++ownHostCalls;
+  } else {
+    finish(Work::hostCall);
+  }
+}
+
+ProcessEnd::HostCall::~HostCall() {
+  if (!isAllowed_) return;
+  --ownHostCalls;
+  finish(Work::hostCall);
 }
 
 void ProcessEnd::expectThread() noexcept {
