@@ -106,6 +106,7 @@ void Keeping::networkReturned() {
 void Keeping::checkSoon() {
   if (isEnded_ || isCheckQueued_.exchange(true)) return;
   lumora_.serialQueue().async([self = shared_from_this()] {
+    const CallGate::Work work;
     self->isCheckQueued_ = false;
     self->check();
   });

@@ -237,7 +237,10 @@ bool LMRDataManager::giveUp(std::uint64_t number) {
     return dropFirst(number);
   } else if (TaskQueue* const queue = laterQueue_) {
     isStoringLater_ = true;
-    queue->async([this] { storeWaiting(); });
+    queue->async([this] {
+      const CallGate::Work work;
+      storeWaiting();
+    });
   }
   return false;
 }

@@ -183,6 +183,18 @@ TEST_F(KeeperTest, RefreshesTheConfigurationAtItsInterval) {
   EXPECT_LE(untilNext(), 75min);
 }
 
+TEST_F(KeeperTest, ItsWorkCannotWaitForItself) {
+  const LumoraKeeper keeper(refreshingNever());
+  initialise();
+  host.urlLoader.setHandler([this](const URLRequest&) {
+    EXPECT_FALSE(lumora().flush(1s));
+    return URLResponse{200, {}, accepted, std::nullopt};
+  });
+  lumora().reportAction("action");
+  EXPECT_EQ(during(1h).size(), 1u);
+  EXPECT_EQ(logWith("flush was called by a task of the library itself").size(), 1u);
+}
+
 TEST_F(KeeperTest, EndsAnywhereAndIsOneAtATime) {
   auto keeper = std::make_unique<LumoraKeeper>(LumoraKeeper::Options{.uploadAfter = 60s, .refreshEvery = 1h});
   {
