@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "lumora/Facade/Lumora.h"
+#include "lumora/Facade/LumoraKeeper.h"
 #include "lumora/Facade/LumoraLead.h"
 #include "lumora/Platform/JSON.h"
 
@@ -97,6 +98,15 @@ TEST_F(TestHostTest, CampaignsComeOnceAndBesideTheConfiguration) {
   EXPECT_TRUE(sdk().isSecureModeEnabled());
   EXPECT_EQ(host.service.uploadedActions(), Texts())
       << "nothing goes out unsigned, and showing records nothing";
+}
+
+TEST_F(TestHostTest, AMonthOfAKeeperIsWorkedThrough) {
+  host.initialize();
+  const LumoraKeeper keeper;
+  const Date begun = host.fakes.clock.now();
+  host.advance(30 * 24h);
+  EXPECT_EQ(host.fakes.clock.now() - begun, 30 * 24h);
+  EXPECT_GT(host.service.requests(RequestKind::sync).size(), 90U);
 }
 
 TEST_F(TestHostTest, MistakesSayWhatToDo) {

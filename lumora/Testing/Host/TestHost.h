@@ -49,7 +49,9 @@ class LUMORA_EXPORT TestHost {
   /// Runs what is due in all queues: what the host has called so far is recorded then. It is uploaded only
   /// where the library's own rules say so, at most every five seconds.
   void run();
-  /// Runs what is due, moves the clock, and runs what is due then.
+  /// Runs what is due, moves the clock, and runs what is due then. On its way the clock stops at each timer
+  /// (a keeper's) and what that has made due is run, so that a month of a keeper is worked through as a real
+  /// one.
   void advance(std::chrono::microseconds duration);
   /// Asks the library for an upload of everything that is recorded, and runs it.
   void upload();
