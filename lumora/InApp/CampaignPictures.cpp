@@ -9,15 +9,18 @@
 #include "lumora/Storage/LMRIOManager.h"
 
 namespace lumora {
+namespace {
 
-void CampaignPictures::fetch(const std::vector<CampaignRow>& campaigns) {
+/// Notes the paths of the pictures that could not be fetched; false as soon as one is aborted.
+bool fetchUnlessAborted(const std::vector<CampaignRow>& campaigns, std::set<std::string>& failed) {
   const LMRIOManager& cache = LMRIOManager::sharedInstance();
-  std::set<std::string> failed;
   for (const CampaignRow& row : campaigns) {
     const Dictionary* layout = findMap(row.campaign, "layout");
     if (!layout) continue;
     for (const CampaignPicture& picture : picturesOf(*layout)) {
-      cache.getFileFromServer(picture.uri, row.campaignId);
+      bool wasAborted = false;
+      cache.getFileFromServer(picture.uri, row.campaignId, &wasAborted);
+      if (wasAborted) return false;
       // A picture that came but could not be written has failed as well.
       if (cache.isFileExists(picture.uri, row.campaignId)) continue;
       if (auto path = cache.pathForFile(picture.uri, row.campaignId)) failed.insert(std::move(*path));
@@ -25,9 +28,18 @@ void CampaignPictures::fetch(const std::vector<CampaignRow>& campaigns) {
       if (picture.isNeeded) break;
     }
   }
+  return true;
+}
+
+}  // namespace
+
+bool CampaignPictures::fetch(const std::vector<CampaignRow>& campaigns) {
+  std::set<std::string> failed;
+  const bool isWhole = fetchUnlessAborted(campaigns, failed);
   Lock lock(mutex_);
   // This round's alone: what failed earlier, and was not asked for now, counts as untried.
   failed_.swap(failed);
+  return isWhole;
 }
 
 CampaignPictures::Lack CampaignPictures::lackOf(const LMRInAppMessage& message) const {

@@ -26,8 +26,9 @@ class CampaignPictures {
   };
 
   /// Downloads what the cache lacks, of each campaign up to the first picture that it cannot do without and
-  /// that cannot be fetched. Blocks; no lock may be held.
-  void fetch(const std::vector<CampaignRow>& campaigns);
+  /// that cannot be fetched. False when the round was cut short, as transfers are refused: what it did not
+  /// come to counts as untried. Blocks; no lock may be held.
+  bool fetch(const std::vector<CampaignRow>& campaigns);
   /// Downloads nothing. A picture that is not in the cache counts as untried unless the last round failed to
   /// fetch it; one that cannot be fetched at all is lacked only where it is needed.
   Lack lackOf(const LMRInAppMessage& message) const;

@@ -83,8 +83,9 @@ class LUMORA_EXPORT LMRInAppHandler : public EventObserver, public CampaignObser
   LMRTapGestureRecognizer& tapGestureRecognizer() noexcept { return tapGestureRecognizer_; }
 
  private:
-  /// What becomes of a picture that could not be fetched the last time.
-  enum class Lacking { isFetched, isGivenUp };
+  /// What becomes of a picture that could not be fetched the last time. While none can be fetched it is only
+  /// missed: a campaign that needs it stays stored, and is left out without a word.
+  enum class Lacking { isFetched, isGivenUp, isMissed };
 
   LUMORA_INTERNAL LMRInAppHandler();
   LUMORA_INTERNAL ~LMRInAppHandler() override;

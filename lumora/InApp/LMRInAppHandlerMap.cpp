@@ -43,16 +43,17 @@ std::shared_ptr<LMRInAppMessage> LMRInAppHandler::messageOf(const CampaignRow& r
   const Lack lack = pictures_->lackOf(*message);
   if (lack.kind == Lack::nothing) return message;
   const bool isFetched = lacking == Lacking::isFetched || lack.kind == Lack::untried;
-  if (isFetched) fetchSoon();
+  if (isFetched && lacking != Lacking::isMissed) fetchSoon();
   // A campaign that did without the picture before goes on so while it is asked for again.
   if (lack.kind == Lack::dispensable) return message;
-  if (!isFetched) message->drop(lack.reason);
+  if (!isFetched && lacking == Lacking::isGivenUp) message->drop(lack.reason);
   return nullptr;
 }
 
 void LMRInAppHandler::fetchAndRefill() {
-  pictures_->fetch(LMRDataManager::sharedInstance().getCampaigns(LMRDataManager::Enabled::now));
-  refill(Lacking::isGivenUp);
+  const bool isWhole =
+      pictures_->fetch(LMRDataManager::sharedInstance().getCampaigns(LMRDataManager::Enabled::now));
+  refill(isWhole ? Lacking::isGivenUp : Lacking::isMissed);
 }
 
 void LMRInAppHandler::fetchForSession() {

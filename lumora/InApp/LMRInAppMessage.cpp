@@ -161,10 +161,14 @@ bool LMRInAppMessage::buildComponent(std::string_view key) {
 }
 
 bool LMRInAppMessage::getResource(const Dictionary& layout) const {
-  return std::ranges::all_of(picturesOf(layout), [this](const CampaignPicture& picture) {
-    const bool isThere = LMRIOManager::sharedInstance().getFileFromServer(picture.uri, campaign_id_);
-    return isThere || !picture.isNeeded || drop(picture.reason);
-  });
+  for (const CampaignPicture& picture : picturesOf(layout)) {
+    bool wasAborted = false;
+    if (LMRIOManager::sharedInstance().getFileFromServer(picture.uri, campaign_id_, &wasAborted)) continue;
+    // Not the campaign's fault: the picture is fetched for the refill that follows, or by the next run.
+    if (wasAborted) return true;
+    if (picture.isNeeded) return drop(picture.reason);
+  }
+  return true;
 }
 
 void LMRInAppMessage::updateStateIfNeeded() const {

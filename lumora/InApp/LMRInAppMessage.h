@@ -39,7 +39,9 @@ class LUMORA_EXPORT LMRInAppMessage : public std::enable_shared_from_this<LMRInA
   /// The same for a caller that looks after the images itself: fetches none, and asks for none.
   static std::shared_ptr<LMRInAppMessage> initWithoutPictures(const std::optional<Dictionary>& campaign);
 
-  /// Whether everything that the layout names is in the cache, or can be done without.
+  /// Whether everything that the layout names is in the cache, or can be done without. Also true when
+  /// transfers are refused: then nothing more is asked for, and no picture that is lacked counts against the
+  /// campaign.
   bool getResource(const Dictionary& layout) const;
   /// Writes the line that drops the campaign, and gives false.
   bool drop(std::string_view reason) const;

@@ -40,15 +40,18 @@ std::string fileName(const std::string& id, const std::string& component) {
   return name.size() <= longestFileName ? name : shortIdOf(id) + "_" + hashOf(component);
 }
 
-/// The image's bytes; empty when none came.
-std::string download(const std::string& url) {
+URLResponse download(const std::string& url) {
   URLRequest request;
   request.url = url;
   request.maximumRedirects = maximumRedirects;
   // A server that trickles must not hold the queue for ever.
   request.longestTransfer = std::chrono::minutes(5);
-  URLResponse response = platform().urlLoader.load(request);
-  return response.error ? std::string() : std::move(response.body);
+  return platform().urlLoader.load(request);
+}
+
+bool isAborted(const URLResponse& response) {
+  return response.error && response.error->domain == kURLErrorDomain &&
+         response.error->code == kURLErrorCancelled;
 }
 
 }  // namespace
@@ -67,8 +70,8 @@ LMRIOManager::Text LMRIOManager::pathForFile(const Text& url, const Text& withId
   return cacheDir_ + "/" + fileName(*withId, component);
 }
 
-bool LMRIOManager::getFileFromServer(const Text& url, const Text& withId) const {
-  return isFileExists(url, withId) || saveFileFromServer(url, withId).has_value();
+bool LMRIOManager::getFileFromServer(const Text& url, const Text& withId, bool* wasAborted) const {
+  return isFileExists(url, withId) || saveFileFromServer(url, withId, wasAborted).has_value();
 }
 
 LMRIOManager::Text LMRIOManager::getFileFromLocal(const Text& url, const Text& withId) const {
@@ -76,14 +79,20 @@ LMRIOManager::Text LMRIOManager::getFileFromLocal(const Text& url, const Text& w
   return platform().files.read(*pathForFile(url, withId));
 }
 
-LMRIOManager::Text LMRIOManager::saveFileFromServer(const Text& url, const Text& withId) const {
+LMRIOManager::Text LMRIOManager::saveFileFromServer(const Text& url, const Text& withId,
+                                                    bool* wasAborted) const {
   const Text path = pathForFile(url, withId);
-  if (!path || !URL::parse(*url) || !CallGate::isOpen()) return std::nullopt;
+  const bool isAllowed = CallGate::isOpen();
+  if (wasAborted) *wasAborted = !isAllowed;
+  if (!path || !URL::parse(*url) || !isAllowed) return std::nullopt;
   LMRDataManager::sharedInstance().storeWaiting();  // A download may take minutes.
   logLine("LumoraSDK-Dowloading resource from: {}", *url);
   // Looked at before it is kept: what lies in the cache is never fetched again.
-  std::string bytes = download(*url);
-  if (!CallGate::isOpen()) return std::nullopt;
+  URLResponse response = download(*url);
+  const bool isStillAllowed = CallGate::isOpen();
+  if (wasAborted) *wasAborted = !isStillAllowed || isAborted(response);
+  if (!isStillAllowed) return std::nullopt;
+  std::string bytes = response.error ? std::string() : std::move(response.body);
   if (!platform().imageDecoder.isImage(bytes) || !platform().files.writeAtomically(*path, bytes)) {
     logLine("LumoraSDK-Dowloading failed for resource : {}", *url);
     return std::nullopt;

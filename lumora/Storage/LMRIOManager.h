@@ -20,12 +20,13 @@ class LMRIOManager {
 
   static LMRIOManager& sharedInstance();
 
-  /// Whether the file is in the cache, already or after a download.
-  bool getFileFromServer(const Text& url, const Text& withId) const;
+  /// Whether the file is in the cache, already or after a download. `wasAborted` tells of one that is not
+  /// whether that says nothing about the picture: transfers are refused, or this one was cut short.
+  bool getFileFromServer(const Text& url, const Text& withId, bool* wasAborted = nullptr) const;
   /// The cached bytes, or else the downloaded ones.
   Text getFileFromLocal(const Text& url, const Text& withId) const;
   /// Downloads an image, whatever the cache holds; nothing when that gave no image or it cannot be written.
-  Text saveFileFromServer(const Text& url, const Text& withId) const;
+  Text saveFileFromServer(const Text& url, const Text& withId, bool* wasAborted = nullptr) const;
   bool isFileExists(const Text& url, const Text& withId) const;
   void deleteFile(const Text& url, const Text& withId) const;
   /// Removes every file of the resource's campaign.

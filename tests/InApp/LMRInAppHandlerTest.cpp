@@ -277,6 +277,32 @@ TEST_F(CampaignPicturesTest, TapsAndEventsLeaveThemToTheQueueAndSessionsFetchThe
   EXPECT_EQ(state(), "open pic | | ");
 }
 
+TEST_F(CampaignPicturesTest, OneThatIsAbortedIsNoFaultOfItsCampaign) {
+  const auto service = [this](const URLRequest&) { return URLResponse{200, {}, syncAnswer, {}}; };
+  for (const bool isDenied : {false, true}) {
+    LMRDataManager::sharedInstance().clearCampaigns({"p"});
+    host.urlLoader.setHandler([&](const URLRequest& request) {
+      if (!request.url.starts_with("https://i.example/")) return service(request);
+      if (isDenied) lumora().setTrackingConsent(Consent::denied);
+      return URLResponse{0, {}, "", TransportError{std::string(kURLErrorDomain), kURLErrorCancelled, ""}};
+    });
+    state();
+    resync(10);
+    EXPECT_EQ(state(), "open | | ") << isDenied;
+    EXPECT_EQ(storedCampaigns(), "p 1/0, c1 1/0") << isDenied;
+    EXPECT_EQ(host.queues.pendingCount(), 0U);
+
+    host.urlLoader.setHandler([&](const URLRequest& request) {
+      const bool isPicture = request.url.starts_with("https://i.example/");
+      return isPicture ? URLResponse{200, {}, "image", {}} : service(request);
+    });
+    lumora().setTrackingConsent(Consent::granted);
+    handler.refill();
+    host.queues.runAll();
+    EXPECT_EQ(state(), "open pic | | ") << isDenied;
+  }
+}
+
 TEST_F(LMRInAppHandlerTest, TheHostsObserverIsToldOfEachMessage) {
   const auto observer = std::make_shared<NoticeList>();
   lumora().setObserver(observer);
