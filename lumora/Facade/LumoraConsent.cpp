@@ -1,5 +1,7 @@
 // What the person decides: consent to tracking, and the erasure of everything. Both work by closing CallGate;
 // what a closed gate means is decided there and asked wherever something is recorded, sent or shown.
+#include <atomic>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -145,8 +147,14 @@ void Lumora::eraseAllData() try {
   LMRUtil::setBool(true, kLumoraErasure);
   CallGate::settle(Closed::afterErasure);
   platform().urlLoader.setAborting(true);
-  // Behind whatever either queue is doing now; what waits there does nothing any more.
-  serialInAppQueue_->async([this] { serialQueue_->async([] { finishErasure(); }); });
+  // Behind whatever either queue is doing now; what waits there does nothing any more. Handed over to both at
+  // once: a shutdown that comes next lets neither take anything further.
+  const auto busyQueues = std::make_shared<std::atomic<int>>(2);
+  const auto rest = [busyQueues] {
+    if (--*busyQueues == 0) finishErasure();
+  };
+  serialInAppQueue_->async(rest);
+  serialQueue_->async(rest);
 } catch (const std::bad_alloc&) {
   tellLostCall("eraseAllData");
 }

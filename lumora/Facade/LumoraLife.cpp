@@ -61,7 +61,6 @@ void Lumora::shutdown(std::chrono::milliseconds timeout) try {
   const Date begun = platform().clock.now();
   platform().urlLoader.setAborting(true);
   reports_.endKeeping();
-  // First, as an erasure goes on from it to the other queue, which meanwhile works on.
   const bool isAtRest = serialInAppQueue_->finishWithin(limit);
   serialQueue_->async([this] {
     dataManager_.storeWaiting();

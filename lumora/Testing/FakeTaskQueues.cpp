@@ -102,11 +102,11 @@ class FakeTaskQueues::Queue : public TaskQueue {
     return true;
   }
 
-  bool finishWithin(std::chrono::milliseconds) override {
-    runPending();
+  bool finishWithin(std::chrono::milliseconds limit) override {
+    if (limit > limit.zero()) runPending();
     Lock lock(state_->mutex);
     isFinished_ = true;
-    return true;
+    return waiting_->tasks.empty();
   }
 
   /// Runs what waits, with what is added meanwhile; whether there was anything.

@@ -20,7 +20,7 @@ class LUMORA_EXPORT FakeTaskQueues : public TaskQueues {
   FakeTaskQueues();
   ~FakeTaskQueues() override;
   /// The queue's `sync` runs the tasks that wait in it, then the task itself, at once, and its waits with a
-  /// limit do likewise.
+  /// limit do likewise. With no time at all its end leaves them to the next run.
   std::unique_ptr<TaskQueue> makeSerialQueue(std::string label) override;
   TaskQueue& mainQueue() override;
   bool isMainThread() override;

@@ -147,6 +147,15 @@ TEST_F(ConsentTest, anErasureLeavesNothingButTheConsentAndEndsTheRun) {
   EXPECT_EQ(log(), Texts({"LumoraSDK-All data was erased, calls are ignored until the next start."}));
 }
 
+TEST_F(ConsentTest, aShutdownThatIsTooShortLeavesAnErasureToTheQueues) {
+  gather();
+  initializeAndRun();
+  lumora().eraseAllData();
+  lumora().shutdown(std::chrono::milliseconds(0));
+  host.queues.runAll();
+  expectErased();
+}
+
 TEST_F(ConsentTest, theNextStartCompletesAnErasureThatWasCutShort) {
   gather();
   host.settings.setObject(kLumoraErasure, true);
