@@ -135,7 +135,8 @@ class LUMORA_EXPORT Lumora {
   /// Denied: every call is ignored, push notifications (their local copies too) and lifecycle notifications
   /// included; nothing is recorded, sent, fetched or shown, no identifier is made or told, a request under
   /// way is aborted. A message on the screen stays there, and a tap on it only dismisses it. What was called
-  /// before is stored still; it waits with the other events, or is erased with them. Open sessions end
+  /// before is stored still; it waits with the other events, or is erased with them: what an end of the
+  /// process, or another one that holds the database, leaves undone, the next start does. Open sessions end
   /// without a record.
   ///
   /// Given again, or unknown: the library goes on where it was. An initialisation that was ignored is made up

@@ -40,6 +40,21 @@ void storeConsent(Consent consent) {
   platform().settings.synchronize();
 }
 
+/// Counts the denials that erase the waiting events: the end of one is not to pass for that of a later one.
+std::atomic<unsigned> eventErasures = 0;
+
+/// Flushed together with the consent.
+void markEventErasure() {
+  ++eventErasures;
+  logRefusalOf([] { platform().settings.setObject(kLumoraEventErasure, true); });
+}
+
+void endEventErasure(unsigned erasure) {
+  if (eventErasures != erasure) return;
+  platform().settings.removeObject(kLumoraEventErasure);
+  platform().settings.synchronize();
+}
+
 /// True when the store has written it.
 bool eraseSettings() {
   SettingsStore& settings = platform().settings;
@@ -76,6 +91,14 @@ void Lumora::resumeEarlierRun() {
   }
   consent_ = storedConsent();
   if (consent_ == Consent::denied) CallGate::settle(Closed::withoutConsent);
+  if (LMRUtil::getBoolForKey(kLumoraEventErasure)) {
+    // Ahead of all that this run does with the database, which is not opened here.
+    dataManager_.cleanUpAppEventsFirst([] { endEventErasure(0); });
+    serialQueue_->async([this] {
+      const CallGate::Work work;
+      dataManager_.storeWaiting();
+    });
+  }
   unreportedToken_ = LMRUtil::getStringForKey(kLumoraUnreportedToken);
 }
 
@@ -90,6 +113,8 @@ void Lumora::setTrackingConsent(Consent consent, WaitingEvents waiting) try {
   // Before it is stored: from here on nothing leaves any more.
   if (isDenied) CallGate::close(Closed::withoutConsent);
   const bool wasDenied = consent_.exchange(consent) == Consent::denied;
+  // Whatever ends this run, the next one knows what is to be done.
+  if (isDenied && waiting == WaitingEvents::areErased) markEventErasure();
   storeConsent(consent);
   if (isDenied) return denyTracking(waiting);
   if (wasDenied) resumeTracking();
@@ -100,10 +125,11 @@ void Lumora::setTrackingConsent(Consent consent, WaitingEvents waiting) try {
 void Lumora::denyTracking(WaitingEvents waiting) {
   platform().urlLoader.setAborting(true);
   // What was called before is stored first.
-  serialQueue_->async([this, waiting, denial = ++denials_] {
+  serialQueue_->async([this, waiting, denial = ++denials_, erasure = eventErasures.load()] {
     const CallGate::Work work;
     dataManager_.storeWaiting();
-    if (waiting == WaitingEvents::areErased) dataManager_.cleanUpAppEvents();
+    if (waiting == WaitingEvents::areErased)
+      dataManager_.cleanUpAppEvents([erasure] { endEventErasure(erasure); });
     // No session is to tell of the time without consent.
     if (eventLogger_.isSessionOpen(kLmroSession)) isAppSessionSuspended_ = true;
     eventLogger_.discardAllSessions();

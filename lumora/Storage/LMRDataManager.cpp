@@ -245,17 +245,23 @@ bool LMRDataManager::giveUp(std::uint64_t number) {
   return false;
 }
 
-/// Drops the first of the changes up to a number, since none waits without end; true when there are others.
+/// Drops the first of the changes up to a number, since none waits without end but one that is kept; true
+/// when there are others to be dropped.
 bool LMRDataManager::dropFirst(std::uint64_t number) {
   Lock lock(databaseLock_);
-  if (waiting_.empty() || waiting_.front().number > number) return false;
-  const Change lost = std::move(waiting_.front());
-  waiting_.pop_front();
+  const auto isDropped = [number](const Change& change) { return change.number <= number && !change.isKept; };
+  const auto first = std::ranges::find_if(waiting_, isDropped);
+  if (first == waiting_.end()) {
+    if (!waiting_.empty()) report(heldByOthers());
+    return false;
+  }
+  const Change lost = std::move(*first);
+  waiting_.erase(first);
   if (waiting_.empty()) isStoringLater_ = false;
   if (lost.whenOver) lost.whenOver(heldByOthers());
   logLine("LumoraSDK-Another process holds the database {} for too long, changes lost: 1",
           sql_.getDatabasePath());
-  return !waiting_.empty() && waiting_.front().number <= number;
+  return std::ranges::any_of(waiting_, isDropped);
 }
 
 /// One attempt, in the transaction under way if there is one. A corrupt file is replaced on the way.

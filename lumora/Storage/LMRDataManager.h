@@ -43,8 +43,8 @@ namespace lumora {
 /// While another process holds the file, an operation waits without any lock: 10 s in all, 0.2 s on the main
 /// thread. Changes keep their order: each waits in memory until those before it are stored, and every
 /// operation stores first what waits. What the main thread could not store waits on for the queue that
-/// `storeLaterOn` named; what another thread could not store is lost, with a line, and so
-/// is what is not stored when the process ends.
+/// `storeLaterOn` named; what another thread could not store is lost, with a line (but the deletion of all
+/// events), and so is what is not stored when the process ends.
 class LMRDataManager {
  public:
   /// Lets its thread wait for no other process while it lives: for a caller who holds a lock that others
@@ -110,7 +110,11 @@ class LMRDataManager {
   void getEventsDataWith(const EventsCallback& callback);
   /// Deletes the events that `getEventsDataWith` named, never one that was saved since.
   void cleanUpEventsWith(const List& ids);
-  void cleanUpAppEvents();
+  /// Deletes every event that is stored by now, and calls back once that has happened: on whatever thread,
+  /// holding the lock. It is never given up for another process: it waits ahead of what is saved later.
+  void cleanUpAppEvents(std::function<void()> whenDone = {});
+  /// The same ahead of the next operation, which is another's.
+  void cleanUpAppEventsFirst(std::function<void()> whenDone);
   /// Drops the newest event when the queue is full and the event is not crucial.
   void checkEventsThreshold();
   /// How many events wait for an upload; nothing with a database that cannot be read.
@@ -183,6 +187,8 @@ class LMRDataManager {
     std::uint64_t number;
     Operation operation;
     Outcome whenOver;
+    /// Whether it waits for another process as long as that takes.
+    bool isKept = false;
   };
   using Access = OstrelSQLiteManager::Access;
   /// Events by their row ids, and hashes of their texts. SQLite gives the ids of deleted rows out again, so

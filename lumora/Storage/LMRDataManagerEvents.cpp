@@ -8,6 +8,7 @@
 
 #include "lumora/Platform/JSON.h"
 #include "lumora/Storage/LMRDataManager.h"
+#include "lumora/Util/CallGate.h"
 #include "lumora/Util/EventKeys.h"
 #include "lumora/Util/FlagMark.h"
 #include "lumora/Util/Log.h"
@@ -241,14 +242,25 @@ bool LMRDataManager::holdsNoEvents() {
   return isRead && isEmpty;
 }
 
-void LMRDataManager::cleanUpAppEvents() {
-  change([this](OstrelSQLiteManager& sql) {
+void LMRDataManager::cleanUpAppEvents(std::function<void()> whenDone) {
+  cleanUpAppEventsFirst(std::move(whenDone));
+  storeWaiting();
+}
+
+void LMRDataManager::cleanUpAppEventsFirst(std::function<void()> whenDone) {
+  const auto deleteAll = [this](OstrelSQLiteManager& sql) {
     // Without this the texts would stay in the file's free pages.
     sql.getRowsForQuery("PRAGMA secure_delete = ON");
     sql.doQuery("delete from ostrel_events");
     Lock lock(databaseLock_);
     storedEvents_.reset();
-  });
+  };
+  const auto whenOver = [whenDone = std::move(whenDone)](const DatabaseFault& fault) {
+    if (!fault && whenDone) whenDone();
+  };
+  Lock lock(databaseLock_);
+  if (CallGate::isClosed(Closed::afterErasure)) return;
+  waiting_.push_back({++newestChange_, deleteAll, whenOver, true});
 }
 
 void LMRDataManager::checkEventsThreshold() {

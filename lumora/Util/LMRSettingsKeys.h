@@ -53,6 +53,8 @@ inline constexpr std::string_view kLumoraUnreportedToken = "LumoraUnreportedToke
 inline constexpr std::string_view kLumoraConsent = "LumoraConsent";
 /// Boolean: an erasure has begun and not ended.
 inline constexpr std::string_view kLumoraErasure = "LumoraErasure";
+/// Boolean: the events that wait are to be erased, as consent was denied with that wish, and are not yet.
+inline constexpr std::string_view kLumoraEventErasure = "LumoraEventErasure";
 
 /// The keys that an erasure removes. Beside them there is kOstrelAppIDDefaultsKey with the bundle identifier.
 inline constexpr std::string_view erasedSettingsKeys[] = {kLmroTarrowID,
@@ -75,6 +77,7 @@ inline constexpr std::string_view erasedSettingsKeys[] = {kLmroTarrowID,
                                                           kLmroInit,
                                                           kOstrelAppIDDefaultsKey,
                                                           kLmroAppOpen,
-                                                          kLumoraUnreportedToken};
+                                                          kLumoraUnreportedToken,
+                                                          kLumoraEventErasure};
 
 }  // namespace lumora

@@ -109,6 +109,27 @@ TEST_F(ConsentTest, whatWaitsIsErasedIfAsked) {
   EXPECT_EQ(requests(), Texts());
 }
 
+TEST_F(ConsentTest, anErasureOfEventsIsMarkedUntilItIsDone) {
+  lumora().reportAction("called");
+  lumora().setTrackingConsent(Consent::denied, WaitingEvents::areErased);
+  const Dictionary flushed = host.settings.flushedValues();
+  EXPECT_TRUE(findValue(flushed, kLumoraConsent) && findValue(flushed, kLumoraEventErasure));
+  host.queues.runAll();
+  EXPECT_EQ(findValue(host.settings.flushedValues(), kLumoraEventErasure), nullptr);
+}
+
+TEST_F(ConsentTest, anErasureOfEventsThatWasCutShortIsDoneAheadOfTheNextRun) {
+  LMRDataManager::sharedInstance().saveEventInDB({{"name", "of the earlier run"}});
+  host.settings.setObject(kLumoraConsent, "denied");
+  host.settings.setObject(kLumoraEventErasure, true);
+  host.settings.setObject(kLmroInit, true);  // No client-information event.
+  lumora().setTrackingConsent(Consent::granted);
+  lumora().reportAction("now");
+  host.queues.runAll();
+  EXPECT_EQ(storedEvents(), Texts({actionEvent("now")}));
+  EXPECT_EQ(setting(kLumoraEventErasure), "absent");
+}
+
 TEST_F(ConsentTest, aDenialHoldsInLaterRunsAndItsEndMakesUpForTheInitialisation) {
   host.settings.setObject(kLumoraConsent, "denied");
   EXPECT_EQ(lumora().trackingConsent(), Consent::denied);

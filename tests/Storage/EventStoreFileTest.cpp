@@ -257,6 +257,20 @@ TEST_F(BusyEventStoreTest, aBurstLosesOnlyWhatHasHadItsOwnTime) {
   EXPECT_EQ(queue().text, record("three") + "\n" + record("four"));
 }
 
+TEST_F(BusyEventStoreTest, theDeletionOfAllIsNeverGivenUp) {
+  save("old");
+  hold(false, never);
+  bool isDone = false;
+  store().cleanUpAppEvents([&isDone] { isDone = true; });
+  save("lost");
+  EXPECT_EQ(waited.count(), 20000);
+  EXPECT_FALSE(isDone);
+  release();
+  save("new");
+  EXPECT_TRUE(isDone);
+  EXPECT_EQ(queue().text, record("new"));
+}
+
 TEST_F(BusyEventStoreTest, theLimitCountsAnewAfterADeletionThatWaitedAlong) {
   fill(999);
   hold(true, never);
