@@ -20,15 +20,25 @@ static class CallCost {
     sdk.ReportAction("checkout", details);
   }
 
+  static void Settle(LinuxPlatform platform) {
+    while (!platform.IsIdle) {
+      platform.RunPending();
+      Thread.Sleep(1);
+    }
+  }
+
   static void Main() {
     var platform = new LinuxPlatform(new LinuxPlatformOptions {
       Info = new Dictionary<string, string> {
         ["CFBundleIdentifier"] = "com.example.bench", ["CFBundleShortVersionString"] = "1.0" },
       LogSink = line => {},
-      ConnectTo = "127.0.0.1:9",
+      ConnectTo = Environment.GetEnvironmentVariable("LUMORA_CONNECT_TO"),
+      CertificateAuthorityFile = Environment.GetEnvironmentVariable("LUMORA_CERTIFICATES"),
     });
     platform.Install();
     var sdk = Lumora.SharedInstance();
+    sdk.InitializeWithTarrowID("acme", "s3cret");
+    Settle(platform);
 
     var samples = new double[Rounds];
     for (var round = 0; round < Rounds; ++round) {
@@ -37,10 +47,7 @@ static class CallCost {
         Call(sdk);
       }
       samples[round] = watch.Elapsed.TotalMilliseconds * 1e3 / Calls;
-      while (!platform.IsIdle) {
-        platform.RunPending();
-        Thread.Sleep(1);
-      }
+      Settle(platform);
     }
     var taken = samples.Skip(WarmUp).OrderBy(one => one).ToArray();
     Console.WriteLine(taken[taken.Length / 2].ToString(CultureInfo.InvariantCulture));

@@ -21,14 +21,24 @@ public class CallCost {
     sdk.reportAction("checkout", details);
   }
 
+  private static void settle(LinuxPlatform platform) throws InterruptedException {
+    while (!platform.isIdle()) {
+      platform.runPending();
+      Thread.sleep(1);
+    }
+  }
+
   public static void main(String[] arguments) throws InterruptedException {
     LinuxPlatformOptions options = new LinuxPlatformOptions();
     options.setInfo(Map.of("CFBundleIdentifier", "com.example.bench", "CFBundleShortVersionString", "1.0"));
     options.setLogSink(line -> {});
-    options.setConnectTo("127.0.0.1:9");
+    options.setConnectTo(System.getenv("LUMORA_CONNECT_TO"));
+    options.setCertificateAuthorityFile(System.getenv("LUMORA_CERTIFICATES"));
     LinuxPlatform platform = new LinuxPlatform(options);
     platform.install();
     Lumora sdk = Lumora.sharedInstance();
+    sdk.initializeWithTarrowID("acme", "s3cret");
+    settle(platform);
 
     double[] samples = new double[ROUNDS];
     for (int round = 0; round < ROUNDS; ++round) {
@@ -37,10 +47,7 @@ public class CallCost {
         call(sdk);
       }
       samples[round] = (System.nanoTime() - begin) / 1e3 / CALLS;
-      while (!platform.isIdle()) {
-        platform.runPending();
-        Thread.sleep(1);
-      }
+      settle(platform);
     }
     double[] taken = Arrays.copyOfRange(samples, WARM_UP, ROUNDS);
     Arrays.sort(taken);

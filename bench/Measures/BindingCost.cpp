@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "bench/LocalService.h"
 #include "bench/Roles.h"
 
 namespace lumora_bench {
@@ -33,6 +34,10 @@ double printedBy(const std::string& command) {
 }  // namespace
 
 Report measureBindingCost(const std::string& folder) {
+  // An action before the initialisation would cost a warning too, which goes to the host's log.
+  const LocalService service(folder + "/service");
+  ::setenv("LUMORA_CONNECT_TO", service.address().c_str(), 1);
+  ::setenv("LUMORA_CERTIFICATES", service.authorityFile().c_str(), 1);
   for (const char* variable : {"HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
     ::setenv(variable, folder.c_str(), 1);
   }

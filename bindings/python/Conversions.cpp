@@ -24,19 +24,24 @@ class Owned {
   PyObject* object_;
 };
 
-/// Lists and maps may be as deep as the interpreter's recursion goes, and may not hold themselves.
+/// A list or a map inside of which the thread is. They may be 512 deep, and so may not hold themselves: the
+/// interpreter's own limit is the host's to set, and the stack ends where it ends.
 class Level {
  public:
-  Level() : isEntered_(Py_EnterRecursiveCall(" while converting a value") == 0) {}
-  ~Level() {
-    if (isEntered_) Py_LeaveRecursiveCall();
-  }
+  Level() { ++depth_; }
+  ~Level() { --depth_; }
   Level(const Level&) = delete;
   Level& operator=(const Level&) = delete;
-  explicit operator bool() const { return isEntered_; }
+  explicit operator bool() const {
+    if (depth_ > kDeepest) {
+      PyErr_Format(PyExc_ValueError, "a value holds itself, or is nested deeper than %d", kDeepest);
+    }
+    return depth_ <= kDeepest;
+  }
 
  private:
-  bool isEntered_;
+  static constexpr int kDeepest = 512;
+  static inline thread_local int depth_ = 0;
 };
 
 bool refuse(PyObject* object, const char* wanted) {
@@ -279,8 +284,6 @@ PyObject* toPython(Date date) {
 }
 
 PyObject* toPython(const Value& value) {
-  const Level level;
-  if (!level) return nullptr;
   switch (value.kind()) {
     case Value::Kind::null:
       Py_RETURN_NONE;

@@ -33,14 +33,18 @@ lumora_result resultOfException() noexcept {
   }
 }
 
-std::optional<std::string> optionalText(lumora_text text) {
+std::optional<std::string_view> borrowedText(lumora_text text) {
   if (text.bytes == nullptr) {
     if (text.length != 0) fail(LUMORA_BAD_TEXT);
     return std::nullopt;
   }
   const std::string_view bytes(text.bytes, text.length);
   if (!isUTF8(bytes)) fail(LUMORA_BAD_TEXT);
-  return std::string(bytes);
+  return bytes;
+}
+
+std::optional<std::string> optionalText(lumora_text text) {
+  return std::optional<std::string>(borrowedText(text));
 }
 
 std::string requiredText(lumora_text text) {

@@ -39,7 +39,9 @@ Result guardedValue(Result otherwise, Call&& call) noexcept {
   return otherwise;
 }
 
-/// A text that may be missing. Fails when it is not UTF-8.
+/// A text that may be missing, where it lies. Fails when it is not UTF-8.
+std::optional<std::string_view> borrowedText(lumora_text text);
+/// A copy of it.
 std::optional<std::string> optionalText(lumora_text text);
 /// A text that must be there.
 std::string requiredText(lumora_text text);
@@ -84,7 +86,7 @@ inline lumora_text optionalView(const std::optional<std::string>& text) {
 /// Writes a text to a caller's buffer. Fails, with the length given, when it does not fit.
 void give(std::string_view text, char* buffer, std::size_t capacity, std::size_t* length);
 
-/// The object of a handle. Fails when there is none.
+/// A share of a handle's object. Fails when there is none.
 template <typename Object>
 std::shared_ptr<Object> object(lumora_handle handle) {
   auto found = Handles::sharedInstance().find<Object>(handle);
@@ -92,7 +94,15 @@ std::shared_ptr<Object> object(lumora_handle handle) {
   return found;
 }
 
-/// The same where none is fine too.
+/// Reads or changes what a C caller builds, in its place. Fails when there is none. `change` uses no handle.
+template <typename Object, typename Change>
+void change(lumora_handle handle, const Change& change) {
+  const bool isFound = Handles::sharedInstance().use<Object>(
+      handle, [&](const std::shared_ptr<void>& object) { change(*static_cast<Object*>(object.get())); });
+  if (!isFound) fail(LUMORA_BAD_HANDLE);
+}
+
+/// The same as `object` where none is fine too.
 template <typename Object>
 std::shared_ptr<Object> optionalObject(lumora_handle handle) {
   return handle == LUMORA_NONE ? nullptr : object<Object>(handle);

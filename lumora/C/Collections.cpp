@@ -6,9 +6,8 @@
 namespace lumora::c {
 
 std::optional<Dictionary> optionalMap(lumora_map map) {
-  const auto found = optionalObject<Map>(map);
-  if (!found) return std::nullopt;
-  return found->contents();
+  if (map == LUMORA_NONE) return std::nullopt;
+  return contentsOf<Dictionary>(map);
 }
 
 Dictionary mapFromJSON(std::string_view json) {
@@ -21,13 +20,13 @@ Dictionary mapFromJSON(std::string_view json) {
 namespace {
 
 void set(lumora_map map, lumora_text key, Value value) {
-  const auto target = object<Map>(map);
   std::string name = requiredText(key);
-  target->change([&](Dictionary& entries) { entries.insert_or_assign(std::move(name), std::move(value)); });
+  change<Dictionary>(
+      map, [&](Dictionary& entries) { entries.insert_or_assign(std::move(name), std::move(value)); });
 }
 
 void append(lumora_list list, Value value) {
-  object<ValueList>(list)->change([&](List& elements) { elements.push_back(std::move(value)); });
+  change<List>(list, [&](List& elements) { elements.push_back(std::move(value)); });
 }
 
 Value text(lumora_text value) {
@@ -39,29 +38,24 @@ Value bytes(lumora_data value) {
   return data ? Value(*std::move(data)) : Value();
 }
 
-Value mapValue(lumora_map value) {
-  return object<Map>(value)->contents();
-}
-
-Value listValue(lumora_list value) {
-  return object<ValueList>(value)->contents();
-}
-
 }  // namespace
 }  // namespace lumora::c
 
 using namespace lumora::c;
+using lumora::Dictionary;
+using lumora::List;
 using lumora::Value;
 
 lumora_map lumora_map_new(void) {
-  return guardedValue(LUMORA_NONE, [] { return Handles::sharedInstance().add(std::make_shared<Map>()); });
+  return guardedValue(LUMORA_NONE,
+                      [] { return Handles::sharedInstance().add(std::make_shared<Dictionary>()); });
 }
 
 lumora_result lumora_map_from_json(lumora_text json, lumora_map* map) {
   return guarded([&] {
     if (map == nullptr) fail(LUMORA_BAD_ARGUMENT);
     *map = LUMORA_NONE;
-    *map = Handles::sharedInstance().add(std::make_shared<Map>(mapFromJSON(requiredText(json))));
+    *map = Handles::sharedInstance().add(std::make_shared<Dictionary>(mapFromJSON(requiredText(json))));
   });
 }
 
@@ -90,11 +84,11 @@ lumora_result lumora_map_set_date(lumora_map map, lumora_text key, double value)
 }
 
 lumora_result lumora_map_set_map(lumora_map map, lumora_text key, lumora_map value) {
-  return guarded([&] { set(map, key, mapValue(value)); });
+  return guarded([&] { set(map, key, contentsOf<Dictionary>(value)); });
 }
 
 lumora_result lumora_map_set_list(lumora_map map, lumora_text key, lumora_list value) {
-  return guarded([&] { set(map, key, listValue(value)); });
+  return guarded([&] { set(map, key, contentsOf<List>(value)); });
 }
 
 lumora_result lumora_map_set_null(lumora_map map, lumora_text key) {
@@ -102,8 +96,7 @@ lumora_result lumora_map_set_null(lumora_map map, lumora_text key) {
 }
 
 lumora_list lumora_list_new(void) {
-  return guardedValue(LUMORA_NONE,
-                      [] { return Handles::sharedInstance().add(std::make_shared<ValueList>()); });
+  return guardedValue(LUMORA_NONE, [] { return Handles::sharedInstance().add(std::make_shared<List>()); });
 }
 
 lumora_result lumora_list_add_text(lumora_list list, lumora_text value) {
@@ -131,11 +124,11 @@ lumora_result lumora_list_add_date(lumora_list list, double value) {
 }
 
 lumora_result lumora_list_add_map(lumora_list list, lumora_map value) {
-  return guarded([&] { append(list, mapValue(value)); });
+  return guarded([&] { append(list, contentsOf<Dictionary>(value)); });
 }
 
 lumora_result lumora_list_add_list(lumora_list list, lumora_list value) {
-  return guarded([&] { append(list, listValue(value)); });
+  return guarded([&] { append(list, contentsOf<List>(value)); });
 }
 
 lumora_result lumora_list_add_null(lumora_list list) {

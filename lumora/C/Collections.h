@@ -1,41 +1,26 @@
 #pragma once
 
+#include <optional>
+#include <string_view>
+
 #include "lumora/C/Arguments.h"
-#include "lumora/Platform/Mutex.h"
 #include "lumora/Platform/Value.h"
 
 namespace lumora::c {
 
-/// A map or a list that a C caller builds; any thread.
+// What a C caller builds entry by entry.
+template <>
+inline constexpr Kind kindOf<Dictionary> = Kind::map;
+template <>
+inline constexpr Kind kindOf<List> = Kind::list;
+
+/// A copy of what a map or a list holds now. Fails when there is none.
 template <typename Contents>
-class Collection {
- public:
-  Collection() = default;
-  explicit Collection(Contents contents) : contents_(std::move(contents)) {}
-
-  Contents contents() const {
-    Lock lock(mutex_);
-    return contents_;
-  }
-
-  template <typename Change>
-  void change(Change&& change) {
-    Lock lock(mutex_);
-    change(contents_);
-  }
-
- private:
-  mutable Mutex mutex_;
-  Contents contents_ LUMORA_GUARDED_BY(mutex_);
-};
-
-using Map = Collection<Dictionary>;
-using ValueList = Collection<List>;
-
-template <>
-inline constexpr Kind kindOf<Map> = Kind::map;
-template <>
-inline constexpr Kind kindOf<ValueList> = Kind::list;
+Contents contentsOf(lumora_handle handle) {
+  Contents copy;
+  change<Contents>(handle, [&](const Contents& contents) { copy = contents; });
+  return copy;
+}
 
 /// The entries of a map; nothing for no map.
 std::optional<Dictionary> optionalMap(lumora_map map);

@@ -1,13 +1,16 @@
 #pragma once
 
 #include <memory>
-#include <utility>
 
 #include "lumora/C/Arguments.h"
 #include "lumora/C/Facade.h"
-#include "lumora/Platform/Mutex.h"
 
 namespace lumora::c {
+
+template <>
+inline constexpr Kind kindOf<LumoraActionMetaData> = Kind::action;
+template <>
+inline constexpr Kind kindOf<LumoraLead> = Kind::lead;
 
 inline std::shared_ptr<LumoraActionMetaData> copyOf(const LumoraActionMetaData& details) {
   auto copy = std::make_shared<LumoraActionMetaData>();
@@ -21,36 +24,15 @@ inline std::shared_ptr<LumoraLead> copyOf(const LumoraLead& lead) {
   return copy;
 }
 
-/// What a C caller fills in and hands over, perhaps several times: the library has what it was at that
-/// moment. Most are handed over once, so that a copy is made only for a later change. Any thread.
-template <typename Object>
-class Draft {
- public:
-  template <typename Change>
-  void change(Change&& change) {
-    Lock lock(mutex_);
-    if (isHandedOver_) object_ = copyOf(*object_);
-    isHandedOver_ = false;
-    change(*object_);
-  }
-  std::shared_ptr<Object> handOver() {
-    Lock lock(mutex_);
-    isHandedOver_ = true;
-    return object_;
-  }
-
- private:
-  Mutex mutex_;
-  std::shared_ptr<Object> object_ LUMORA_GUARDED_BY(mutex_) = std::make_shared<Object>();
-  bool isHandedOver_ LUMORA_GUARDED_BY(mutex_) = false;
-};
-
-using ActionDraft = Draft<LumoraActionMetaData>;
-using LeadDraft = Draft<LumoraLead>;
-
-template <>
-inline constexpr Kind kindOf<ActionDraft> = Kind::action;
-template <>
-inline constexpr Kind kindOf<LeadDraft> = Kind::lead;
+/// Changes what a C caller fills in and hands over, perhaps several times. The library has it as it was at
+/// that moment: while the library holds a share, the change goes to a copy, which takes the place.
+template <typename Object, typename Change>
+void changeDraft(lumora_handle handle, const Change& change) {
+  const bool isFound = Handles::sharedInstance().use<Object>(handle, [&](std::shared_ptr<void>& draft) {
+    if (draft.use_count() > 1) draft = copyOf(*static_cast<const Object*>(draft.get()));
+    change(*static_cast<Object*>(draft.get()));
+  });
+  if (!isFound) fail(LUMORA_BAD_HANDLE);
+}
 
 }  // namespace lumora::c

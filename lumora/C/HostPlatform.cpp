@@ -74,7 +74,7 @@ std::map<std::string, std::string, std::less<>> texts(lumora_map map) {
 std::vector<std::string> textList(lumora_list list) {
   std::vector<std::string> texts;
   if (list == LUMORA_NONE) return texts;
-  for (const Value& value : object<ValueList>(list)->contents()) {
+  for (const Value& value : contentsOf<List>(list)) {
     if (const std::string* text = value.asString()) texts.push_back(*text);
   }
   return texts;

@@ -23,11 +23,11 @@ bool lumora_is_push_registered(void) {
 }
 
 lumora_result lumora_handle_push(lumora_map payload) {
-  return guarded([&] { facade().handlePushNotification(object<Map>(payload)->contents()); });
+  return guarded([&] { facade().handlePushNotification(contentsOf<lumora::Dictionary>(payload)); });
 }
 
 lumora_result lumora_track_push(lumora_map notification) {
-  return guarded([&] { facade().trackPushNotification(object<Map>(notification)->contents()); });
+  return guarded([&] { facade().trackPushNotification(contentsOf<lumora::Dictionary>(notification)); });
 }
 
 lumora_result lumora_notification_tapped(const lumora_notification* notification) {

@@ -5,59 +5,65 @@
 
 using namespace lumora::c;
 using lumora::LMRSecuritySignature;
+using lumora::LumoraActionMetaData;
+using lumora::LumoraLead;
 
 namespace {
 
 template <typename Object, typename Change>
-lumora_result change(lumora_handle handle, Change&& change) {
-  return guarded([&] { object<Object>(handle)->change(change); });
+lumora_result changed(lumora_handle handle, Change&& change) {
+  return guarded([&] { changeDraft<Object>(handle, change); });
 }
 
 }  // namespace
 
 lumora_action lumora_action_new(void) {
   return guardedValue(LUMORA_NONE,
-                      [] { return Handles::sharedInstance().add(std::make_shared<ActionDraft>()); });
+                      [] { return Handles::sharedInstance().add(std::make_shared<LumoraActionMetaData>()); });
 }
 
 lumora_result lumora_action_set_type(lumora_action action, lumora_text type) {
-  return change<ActionDraft>(action, [&](auto& details) { details.setType(optionalText(type)); });
+  return changed<LumoraActionMetaData>(action, [&](auto& details) { details.setType(optionalText(type)); });
 }
 
 lumora_result lumora_action_set_details(lumora_action action, lumora_text text) {
-  return change<ActionDraft>(action, [&](auto& details) { details.setDetails(optionalText(text)); });
+  return changed<LumoraActionMetaData>(action,
+                                       [&](auto& details) { details.setDetails(optionalText(text)); });
 }
 
 lumora_result lumora_action_set_metric(lumora_action action, double metric) {
-  return change<ActionDraft>(action, [&](auto& details) { details.setMetric(metric); });
+  return changed<LumoraActionMetaData>(action, [&](auto& details) { details.setMetric(metric); });
 }
 
 lumora_result lumora_action_set_length(lumora_action action, double length) {
-  return change<ActionDraft>(action, [&](auto& details) { details.setLength(length); });
+  return changed<LumoraActionMetaData>(action, [&](auto& details) { details.setLength(length); });
 }
 
 lumora_result lumora_action_set_text(lumora_action action, lumora_text key, lumora_text value) {
-  return change<ActionDraft>(action,
-                             [&](auto& details) { details.setKey(optionalText(key), optionalText(value)); });
+  return changed<LumoraActionMetaData>(
+      action, [&](auto& details) { details.setKey(borrowedText(key), optionalText(value)); });
 }
 
 lumora_result lumora_action_set_map(lumora_action action, lumora_map map) {
-  return change<ActionDraft>(action,
-                             [&](auto& details) { details.setActionMetadata(object<Map>(map)->contents()); });
+  return guarded([&] {
+    auto contents = contentsOf<lumora::Dictionary>(map);
+    changeDraft<LumoraActionMetaData>(action,
+                                      [&](auto& details) { details.setActionMetadata(std::move(contents)); });
+  });
 }
 
 lumora_lead lumora_lead_new(void) {
   return guardedValue(LUMORA_NONE,
-                      [] { return Handles::sharedInstance().add(std::make_shared<LeadDraft>()); });
+                      [] { return Handles::sharedInstance().add(std::make_shared<LumoraLead>()); });
 }
 
 lumora_result lumora_lead_set_email(lumora_lead lead, lumora_text email) {
-  return change<LeadDraft>(lead, [&](auto& person) { person.setEmail(optionalText(email)); });
+  return changed<LumoraLead>(lead, [&](auto& person) { person.setEmail(optionalText(email)); });
 }
 
 lumora_result lumora_lead_set_text(lumora_lead lead, lumora_text key, lumora_text value) {
-  return change<LeadDraft>(lead,
-                           [&](auto& person) { person.setKey(optionalText(key), optionalText(value)); });
+  return changed<LumoraLead>(lead,
+                             [&](auto& person) { person.setKey(borrowedText(key), optionalText(value)); });
 }
 
 lumora_signature lumora_signature_new(lumora_text access_key, lumora_text signature, lumora_text timestamp,

@@ -6,6 +6,7 @@
 using namespace lumora::c;
 using lumora::LMRSecuritySignature;
 using lumora::LumoraActionMetaData;
+using lumora::LumoraLead;
 
 lumora_result lumora_initialize(lumora_text account, lumora_text secret, lumora_map launch_options) {
   return guarded([&] {
@@ -39,10 +40,8 @@ lumora_result lumora_discard_all_sessions(void) {
 }
 
 lumora_result lumora_report_action(lumora_text name, lumora_action details) {
-  return guarded([&] {
-    const auto draft = optionalObject<ActionDraft>(details);
-    facade().reportAction(optionalText(name), draft ? draft->handOver() : nullptr);
-  });
+  return guarded(
+      [&] { facade().reportAction(optionalText(name), optionalObject<LumoraActionMetaData>(details)); });
 }
 
 lumora_result lumora_report_action_json(lumora_text name, lumora_text details) {
@@ -57,7 +56,7 @@ lumora_result lumora_report_action_json(lumora_text name, lumora_text details) {
 }
 
 lumora_result lumora_associate_lead(lumora_lead lead) {
-  return guarded([&] { facade().associateLead(object<LeadDraft>(lead)->handOver()); });
+  return guarded([&] { facade().associateLead(object<LumoraLead>(lead)); });
 }
 
 lumora_result lumora_set_signature(lumora_signature signature) {
