@@ -42,7 +42,8 @@ enum class ApplicationState { active, inactive, background };
 }
 
 %extend lumora::LinuxPlatform {
-  void install() { lumora::installPlatform(self->platform()); }
+  /// False when the library is in use already.
+  bool install() { return lumora::tryInstallPlatform(self->platform()); }
   void post(std::shared_ptr<lumora::bindings::Runnable> task) {
     self->mainQueue().async(lumora::bindings::taskOf(std::move(task)));
   }

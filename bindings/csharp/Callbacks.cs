@@ -51,6 +51,13 @@ namespace LumoraSdk {
       return address;
     }
 
+    /// <summary>Whether the library may still call it. Such an object is not disposed of.</summary>
+    internal static bool IsKept(HandleRef address) {
+      lock (Entries) {
+        return Entries.ContainsKey(address.Handle);
+      }
+    }
+
     private static void Release(IntPtr address) {
       lock (Entries) {
         if (Entries.TryGetValue(address, out var entry) && --entry.Shares == 0) {

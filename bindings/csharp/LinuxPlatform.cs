@@ -28,14 +28,18 @@ namespace LumoraSdk {
       Callbacks.Begin();
     }
 
-    /// <summary>Names it as the library's platform; before everything else.</summary>
+    /// <summary>Names it as the library's platform; before everything else. An InvalidOperationException says that this
+    /// is too late.</summary>
     public void Install() {
-      platform.Install();
+      if (!platform.Install()) {
+        throw new InvalidOperationException(
+          "the library is in use already: install the platform once, before anything else");
+      }
     }
 
     /// <summary>Has a task run on the main thread, soon. Any thread.</summary>
     public void Post(Action task) {
-      platform.Post(task);
+      platform.Post(task ?? throw new ArgumentNullException(nameof(task)));
     }
 
     /// <summary>Runs the tasks that wait now, and gives how many they were. Main thread only; never blocks.</summary>
@@ -107,9 +111,14 @@ namespace LumoraSdk {
     }
 
     private void Pump(SynchronizationContext context) {
-      while (true) {
-        platform.WaitForTasks(WithoutEnd);
-        context.Send(state => RunPending(), null);
+      try {
+        while (true) {
+          platform.WaitForTasks(WithoutEnd);
+          context.Send(state => RunPending(), null);
+        }
+      } catch (Exception exception) {
+        // The loop has ended, and the main queue with it.
+        Callbacks.Tell("attached loop", exception);
       }
     }
 

@@ -75,19 +75,23 @@ namespace LumoraSdk {
 
     private sealed class Writer : LogWriter {
       private readonly Action<string> sink;
-      internal Writer(Action<string> sink) { this.sink = sink; }
+      internal Writer(Action<string> sink) { this.sink = sink ?? throw new ArgumentNullException(nameof(sink)); }
       public override void Write(string message) { sink(message); }
     }
 
     private sealed class Opener : LumoraSdk.URLOpener {
       private readonly Func<string, bool> opener;
-      internal Opener(Func<string, bool> opener) { this.opener = opener; }
+      internal Opener(Func<string, bool> opener) {
+        this.opener = opener ?? throw new ArgumentNullException(nameof(opener));
+      }
       public override bool Open(string url) { return opener(url); }
     }
 
     private sealed class Presenter : LumoraSdk.AlertPresenter {
       private readonly Action<Alert> presenter;
-      internal Presenter(Action<Alert> presenter) { this.presenter = presenter; }
+      internal Presenter(Action<Alert> presenter) {
+        this.presenter = presenter ?? throw new ArgumentNullException(nameof(presenter));
+      }
       public override void Show(Alert alert) { presenter(alert); }
     }
 
@@ -110,7 +114,9 @@ namespace LumoraSdk {
 
     private sealed class Display : NativeDisplay {
       private readonly IMessageDisplay display;
-      internal Display(IMessageDisplay display) { this.display = display; }
+      internal Display(IMessageDisplay display) {
+        this.display = display ?? throw new ArgumentNullException(nameof(display));
+      }
       public override void Show(long message, IDictionary<string, object> description) {
         display.Show(message, description);
       }

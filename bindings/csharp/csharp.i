@@ -156,7 +156,9 @@
 %typemap(imtype) std::shared_ptr<TYPE> "global::System.IntPtr"
 %typemap(cstype) std::shared_ptr<TYPE> "Action"
 %typemap(csin) std::shared_ptr<TYPE> "Callbacks.TaskOf($csinput)"
-%typemap(in) std::shared_ptr<TYPE> "if ($input != nullptr) $1 = std::make_shared<lumora::csharp::Call>($input);"
+%typemap(in) std::shared_ptr<TYPE> %{
+  $1 = $input == nullptr ? nullptr : std::make_shared<lumora::csharp::Call>($input);
+%}
 %enddef
 
 %apply void *VOID_INT_PTR { void *run, void *releaseTask, void *release };

@@ -1,7 +1,8 @@
 """Makes what SWIG generates read as C#:  polish.py FOLDER XML
 
-Questions become properties, parameters have names, what a callback throws stays in it, and the documentation is that of
-the C++ headers as Doxygen gives it in its folder XML, and of the interface files, without the C++.
+Questions become properties, parameters have names, what a callback throws stays in it, what was disposed of is refused,
+and the documentation is that of the C++ headers as Doxygen gives it in its folder XML, and of the interface files,
+without the C++.
 """
 import html
 import pathlib
@@ -21,21 +22,24 @@ def pascal(name):
     return name[:1].upper() + name[1:]
 
 
-def text_of(element):
-    """The words of a paragraph, without what is an example of C++."""
+def text_of(element, operations):
+    """The words of a paragraph, with C#'s names of operations, and without what is an example of C++."""
     parts = [element.text or ""]
     for child in element:
         if child.tag not in CODE:
-            parts.append(text_of(child))
+            parts.append(text_of(child, operations))
         parts.append(child.tail or "")
-    return "".join(parts)
+    text = "".join(parts)
+    if element.tag == "computeroutput" and ("::" in text or text in operations):
+        return ".".join(pascal(one) for one in text.split("::"))
+    return text
 
 
-def paragraphs_of(element):
+def paragraphs_of(element, operations):
     found = []
     for part in ("briefdescription", "detaileddescription"):
         for paragraph in element.findall(part + "/para"):
-            text = " ".join(text_of(paragraph).split())
+            text = " ".join(text_of(paragraph, operations).split())
             if paragraph.find(".//" + CODE[0]) is not None or paragraph.find(".//" + CODE[1]) is not None:
                 text = re.sub(r":$", ".", text)
             found.append(text)
@@ -45,17 +49,19 @@ def paragraphs_of(element):
 def read_documentation(folder):
     """The paragraphs for each class, and for each member by its class and name."""
     found = {}
-    for file in folder.glob("*.xml"):
-        for compound in ElementTree.parse(file).getroot().findall("compounddef"):
-            name = compound.findtext("compoundname").split("::")[-1]
-            if compound.get("kind") in ("class", "struct"):
-                found[name] = paragraphs_of(compound)
-            for member in compound.iter("memberdef"):
-                found[name, pascal(member.findtext("name"))] = paragraphs_of(member)
-                if member.get("kind") == "enum":
-                    found[member.findtext("name")] = paragraphs_of(member)
-                    for value in member.findall("enumvalue"):
-                        found[member.findtext("name"), pascal(value.findtext("name"))] = paragraphs_of(value)
+    compounds = [one for file in folder.glob("*.xml") for one in ElementTree.parse(file).getroot().findall("compounddef")]
+    operations = {one.findtext("name") for compound in compounds for one in compound.iter("memberdef")
+                  if one.get("kind") == "function"}
+    for compound in compounds:
+        name = compound.findtext("compoundname").split("::")[-1]
+        if compound.get("kind") in ("class", "struct"):
+            found[name] = paragraphs_of(compound, operations)
+        for member in compound.iter("memberdef"):
+            found[name, pascal(member.findtext("name"))] = paragraphs_of(member, operations)
+            if member.get("kind") == "enum":
+                found[member.findtext("name")] = paragraphs_of(member, operations)
+                for value in member.findall("enumvalue"):
+                    found[member.findtext("name"), pascal(value.findtext("name"))] = paragraphs_of(value, operations)
     for file in BINDINGS.glob("*.i"):
         for block in re.finditer(r"^%extend lumora::(\w+) \{\n(.*?)^\}", file.read_text(), re.S | re.M):
             for member in re.finditer(r"((?: *///.*\n)+).*?(\w+)\(", block[2]):
@@ -129,6 +135,16 @@ def guarded(match):
             f"{otherwise}\n  }}")
 
 
+def checked(text):
+    """Objects that were disposed of reach the library no more, and those that it may still call stay."""
+    text = re.sub(r"(NativePINVOKE\.(?!delete_)\w+\()swigCPtr\b", r"\1Owned.Address(swigCPtr, this)", text)
+    text = text.replace(": obj.swigCPtr;", ": Owned.Address(obj.swigCPtr, obj);")
+    if "SwigDirectorConnect" in text:
+        text = text.replace("if (swigCPtr.Handle != global::System.IntPtr.Zero) {",
+                            "if (swigCPtr.Handle != global::System.IntPtr.Zero && !Callbacks.IsKept(swigCPtr)) {")
+    return text
+
+
 def main():
     documentation = read_documentation(pathlib.Path(sys.argv[2]))
     unnamed = "|".join(pascal(one) for one in UNNAMED)
@@ -138,7 +154,7 @@ def main():
         text = re.sub(rf"(public virtual void ({unnamed})\(.*?\n  \}})", with_names, text, flags=re.S)
         text = re.sub(r"(  private )(\w+) SwigDirectorMethod(\w+)\((.*?)\) \{\n(.*?)\n  \}", guarded, text, flags=re.S)
         text = text.replace("public delegate ", "internal delegate ")
-        file.write_text(documented(with_properties(text), documentation))
+        file.write_text(documented(with_properties(checked(text)), documentation))
 
 
 main()

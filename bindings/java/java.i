@@ -128,6 +128,7 @@
 %typemap(jstype) std::shared_ptr<TYPE> "$typemap(jstype, TYPE)"
 %typemap(javain) std::shared_ptr<TYPE> "$typemap(jstype, TYPE).getCPtr($javainput)"
 %typemap(in) std::shared_ptr<TYPE> {
+  $1 = std::shared_ptr<TYPE>();
   TYPE* const callback = *(TYPE**)&$input;
   if (callback != nullptr) $1 = lumora::java::held(jenv, callback, dynamic_cast<const Swig::Director&>(*callback));
 }
@@ -141,6 +142,6 @@
 %typemap(jstype) std::shared_ptr<TYPE> "Runnable"
 %typemap(javain) std::shared_ptr<TYPE> "$javainput"
 %typemap(in) std::shared_ptr<TYPE> {
-  if ($input != nullptr) $1 = std::make_shared<lumora::java::Call>(jenv, $input);
+  $1 = $input == nullptr ? nullptr : std::make_shared<lumora::java::Call>(jenv, $input);
 }
 %enddef

@@ -140,9 +140,9 @@ bool fromPython(PyObject* object, Data& data) {
 bool fromPython(PyObject* object, std::chrono::milliseconds& duration) {
   if (!isReady()) return false;
   const Owned number(PyDelta_Check(object) ? PyObject_CallMethod(object, "total_seconds", nullptr)
-                                           : PyNumber_Float(object));
-  if (!number) return false;
-  const double seconds = PyFloat_AsDouble(number.get());
+                                           : Py_NewRef(object));
+  const double seconds = number ? PyFloat_AsDouble(number.get()) : 0;
+  if (PyErr_Occurred() != nullptr) return false;
   // More than the library's clocks count stands for "without end".
   constexpr double longest = 1e9;
   if (std::isnan(seconds)) {
@@ -322,6 +322,13 @@ PyObject* toPython(const std::vector<std::string>& texts) {
 PyObject* enumMember(const char* enumeration, int value) {
   const Owned package(PyImport_ImportModule("lumora._enums"));
   return package ? PyObject_CallMethod(package.get(), enumeration, "i", value) : nullptr;
+}
+
+bool fromEnumMember(const char* enumeration, PyObject* member, int& value) {
+  const Owned package(PyImport_ImportModule("lumora._enums"));
+  const Owned checked(package ? PyObject_CallMethod(package.get(), enumeration, "O", member) : nullptr);
+  if (checked) value = static_cast<int>(PyLong_AsLong(checked.get()));
+  return static_cast<bool>(checked);
 }
 
 }  // namespace lumora::python

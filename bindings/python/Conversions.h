@@ -43,6 +43,8 @@ PyObject* toPython(const TextMap& texts);
 PyObject* toPython(const std::vector<std::string>& texts);
 /// The member of one of the package's enumerations.
 PyObject* enumMember(const char* enumeration, int value);
+/// The number of one; false, with an exception, for what is none.
+bool fromEnumMember(const char* enumeration, PyObject* member, int& value);
 
 template <typename T>
 bool fromPython(PyObject* object, std::optional<T>& value) {

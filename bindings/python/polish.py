@@ -73,6 +73,9 @@ def main():
     text = re.sub(r'(r""")(.*?)(""")', polished_documentation, text, flags=re.S)
     text = re.sub(r"^( *)def ([a-z]\w*)\(([\w*, ]*)\):(.*?return _lumora\.[^\n]*)", polished_function, text,
                   flags=re.S | re.M)
+    before, name, keeper = text.partition("class LumoraKeeper(")
+    keeper = keeper.replace("__init__(self, *args)", "__init__(self, upload_after=60, refresh_every=21600)")
+    text = before + name + keeper.replace("new_LumoraKeeper(*args)", "new_LumoraKeeper(upload_after, refresh_every)")
     # The types stand in the package's stubs.
     file.write_text("# mypy: ignore-errors\n" + text)
 

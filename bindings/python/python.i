@@ -61,6 +61,10 @@
 %lumora_converted(%arg(std::map<std::string, std::string, std::less<>>))
 
 %define %lumora_enum(TYPE, NAME)
+%typemap(in) TYPE (int value) {
+  if (!lumora::python::fromEnumMember(#NAME, $input, value)) SWIG_fail;
+  $1 = static_cast<TYPE>(value);
+}
 %typemap(out) TYPE {
   $result = lumora::python::enumMember(#NAME, static_cast<int>($1));
   if ($result == nullptr) SWIG_fail;
@@ -91,10 +95,13 @@
 %define %lumora_callback(TYPE)
 %feature("director") TYPE;
 %typemap(in) std::shared_ptr<TYPE> {
+  $1 = std::shared_ptr<TYPE>();
   void* found = nullptr;
   if ($input != Py_None) {
     const int result = SWIG_ConvertPtr($input, &found, $descriptor(TYPE *), 0);
-    if (!SWIG_IsOK(result)) SWIG_exception_fail(SWIG_ArgError(result), "a TYPE is wanted");
+    if (!SWIG_IsOK(result)) {
+      SWIG_exception_fail(SWIG_ArgError(result), "a " #TYPE " is wanted, with its __init__ called");
+    }
     $1 = lumora::python::held($input, static_cast<TYPE*>(found));
   }
 }
@@ -104,6 +111,7 @@
 %define %lumora_task(TYPE)
 %ignore TYPE;
 %typemap(in) std::shared_ptr<TYPE> {
+  $1 = std::shared_ptr<TYPE>();
   if ($input != Py_None) {
     if (!PyCallable_Check($input)) SWIG_exception_fail(SWIG_TypeError, "a callable is wanted");
     $1 = std::make_shared<lumora::python::Call>($input);

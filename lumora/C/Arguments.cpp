@@ -44,7 +44,9 @@ std::optional<std::string_view> borrowedText(lumora_text text) {
 }
 
 std::optional<std::string> optionalText(lumora_text text) {
-  return std::optional<std::string>(borrowedText(text));
+  const auto borrowed = borrowedText(text);
+  if (!borrowed) return std::nullopt;
+  return std::optional<std::string>(std::in_place, *borrowed);
 }
 
 std::string requiredText(lumora_text text) {

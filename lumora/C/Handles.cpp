@@ -1,29 +1,30 @@
-// The table behind the handles. A handle's bits: 32 for the place's uses, 8 for the kind, 24 for the place.
+// The table behind the handles.
 #include "lumora/C/Handles.h"
 
 #include <bit>
 #include <limits>
 #include <new>
-#include <utility>
 
 namespace lumora::c {
-namespace {
 
-constexpr std::uint32_t kPlaceBits = (1U << 24U) - 1;
-
-std::uint32_t placeIn(lumora_handle handle) {
-  return static_cast<std::uint32_t>(handle) & kPlaceBits;
+Handles::Visit::Visit(Place* place, lumora_handle handle) noexcept : key_(handle) {
+  if (place == nullptr) return;
+  lumora_handle found = handle;
+  while (!place->key.compare_exchange_strong(found, handle | kBusy, std::memory_order_acquire)) {
+    if (found != (handle | kBusy)) return;
+    place->key.wait(found, std::memory_order_relaxed);
+    found = handle;
+  }
+  place_ = place;
 }
 
-Kind kindIn(lumora_handle handle) {
-  return static_cast<Kind>(static_cast<std::uint8_t>(handle >> 24U));
+Handles::Visit::~Visit() {
+  if (place_ == nullptr) return;
+  // In one order with the look for waiters.
+  place_->key.store(key_, std::memory_order_seq_cst);
+  // Those who wait for a place that was closed need to learn of it, each.
+  place_->key.notify_all();
 }
-
-std::uint32_t usesIn(lumora_handle handle) {
-  return static_cast<std::uint32_t>(handle >> 32U);
-}
-
-}  // namespace
 
 Handles& Handles::sharedInstance() {
   static auto* const instance = new Handles;
@@ -33,7 +34,6 @@ Handles& Handles::sharedInstance() {
 std::uint32_t Handles::takeFreePlace() {
   Lock lock(mutex_);
   if (free_.empty()) {
-    static_assert(kMaximumPlaces <= kPlaceBits);
     if (places_ >= kMaximumPlaces) throw std::bad_alloc();
     const std::uint32_t size = places_ + kFirstBlock;
     // Room for every place that may become free: freeing never fails.
@@ -49,43 +49,38 @@ std::uint32_t Handles::takeFreePlace() {
 
 lumora_handle Handles::add(Kind kind, std::shared_ptr<void> object) {
   const std::uint32_t index = takeFreePlace();
-  Place& place = *placeAt(index);
-  Lock lock(place.mutex);
+  Place& place = *placeOf(index);
+  // No handle opens it yet.
   place.object = std::move(object);
-  place.kind = kind;
-  return static_cast<lumora_handle>(place.uses) << 32U | static_cast<lumora_handle>(kind) << 24U | index;
+  const lumora_handle handle =
+      static_cast<lumora_handle>(place.uses) << 32U | static_cast<lumora_handle>(kind) << 24U | index;
+  place.key.store(handle, std::memory_order_release);
+  return handle;
 }
 
 // The blocks' first places are 0, 64, 192, 448, …
-Handles::Place* Handles::placeAt(std::uint32_t index) const {
-  const auto block = static_cast<std::size_t>(std::bit_width((index + kFirstBlock) / kFirstBlock)) - 1;
+Handles::Place* Handles::placeOf(lumora_handle handle) const {
+  const std::uint32_t index = (static_cast<std::uint32_t>(handle) & kPlaceBits) + kFirstBlock;
+  const auto block = static_cast<std::size_t>(std::bit_width(index / kFirstBlock)) - 1;
   if (block >= kBlocks) return nullptr;
   Place* const places = blocks_[block].load(std::memory_order_acquire);
-  return places == nullptr ? nullptr : places + (index + kFirstBlock - (kFirstBlock << block));
-}
-
-Handles::Place* Handles::placeOf(Kind kind, lumora_handle handle) const {
-  return kindIn(handle) == kind ? placeAt(placeIn(handle)) : nullptr;
-}
-
-bool Handles::holds(const Place& place, lumora_handle handle) {
-  return place.object && place.uses == usesIn(handle) && place.kind == kindIn(handle);
+  return places == nullptr ? nullptr : places + (index - (kFirstBlock << block));
 }
 
 bool Handles::remove(lumora_handle handle) {
-  Place* const place = placeAt(placeIn(handle));
-  if (place == nullptr) return false;
-  std::shared_ptr<void> object;  // Ends after the locks: its end may free others.
+  if (handle == LUMORA_NONE || (handle & kBusy) != 0) return false;
+  std::shared_ptr<void> object;  // Ends after the visit: its end may free others.
   {
-    Lock lock(place->mutex);
-    if (!holds(*place, handle)) return false;
-    object = std::exchange(place->object, nullptr);
+    Visit place(placeOf(handle), handle);
+    if (!place) return false;
+    object.swap(place->object);
+    place.close();
     // A place whose uses are counted up is given up, so that no number ever comes twice.
     if (place->uses == std::numeric_limits<std::uint32_t>::max()) return true;
     ++place->uses;
   }
   Lock lock(mutex_);
-  free_.push_back(placeIn(handle));
+  free_.push_back(static_cast<std::uint32_t>(handle) & kPlaceBits);
   return true;
 }
 

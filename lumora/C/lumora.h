@@ -349,7 +349,8 @@ LUMORA_C_API lumora_result lumora_action_set_details(lumora_action action, lumor
 LUMORA_C_API lumora_result lumora_action_set_metric(lumora_action action, double metric);
 LUMORA_C_API lumora_result lumora_action_set_length(lumora_action action, double length);
 LUMORA_C_API lumora_result lumora_action_set_text(lumora_action action, lumora_text key, lumora_text value);
-/** Replaces every detail by a map's entries, nested ones too. */
+/** Replaces every detail by a map's entries, nested ones too. What JSON does not have, data and dates, makes
+ * the whole action unrecordable. */
 LUMORA_C_API lumora_result lumora_action_set_map(lumora_action action, lumora_map details);
 
 /** Records the person's profile as it is now. */

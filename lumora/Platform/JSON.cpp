@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
@@ -187,8 +188,8 @@ class Writer {
   std::string text_;
 };
 
-/// The bytes that a UTF-8 sequence may begin with, and what may follow: the first continuation byte's range
-/// leaves out overlong forms, surrogates, and what lies beyond U+10FFFF.
+/// The bytes that a UTF-8 sequence of several may begin with, and what may follow: the first continuation
+/// byte's range leaves out overlong forms, surrogates, and what lies beyond U+10FFFF.
 struct Sequence {
   std::size_t length;
   unsigned char lowestSecond;
@@ -196,7 +197,6 @@ struct Sequence {
 };
 
 Sequence sequenceFor(unsigned char first) noexcept {
-  if (first < 0x80) return {1, 0, 0};
   if (first >= 0xC2 && first <= 0xDF) return {2, 0x80, 0xBF};
   if (first == 0xE0) return {3, 0xA0, 0xBF};
   if (first == 0xED) return {3, 0x80, 0x9F};
@@ -205,6 +205,16 @@ Sequence sequenceFor(unsigned char first) noexcept {
   if (first >= 0xF1 && first <= 0xF3) return {4, 0x80, 0xBF};
   if (first == 0xF4) return {4, 0x80, 0x8F};
   return {0, 0, 0};
+}
+
+/// How many bytes of the beginning are ASCII, in steps of eight.
+std::size_t beginningInASCII(std::string_view text) noexcept {
+  std::size_t length = 0;
+  for (std::uint64_t bytes = 0; length + sizeof bytes <= text.size(); length += sizeof bytes) {
+    std::memcpy(&bytes, text.data() + length, sizeof bytes);
+    if ((bytes & 0x8080808080808080U) != 0) break;
+  }
+  return length;
 }
 
 }  // namespace
@@ -234,16 +244,19 @@ std::optional<std::string> writeJSON(const Dictionary& map, JSONStyle style) {
 }
 
 bool isUTF8(std::string_view text) noexcept {
-  const auto byteAt = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  for (std::size_t i = 0; i < text.size();) {
-    const Sequence sequence = sequenceFor(byteAt(i));
-    if (sequence.length == 0 || sequence.length > text.size() - i) return false;
-    for (std::size_t j = 1; j < sequence.length; ++j) {
-      const unsigned char lowest = j == 1 ? sequence.lowestSecond : 0x80;
-      const unsigned char highest = j == 1 ? sequence.highestSecond : 0xBF;
-      if (byteAt(i + j) < lowest || byteAt(i + j) > highest) return false;
+  text.remove_prefix(beginningInASCII(text));  // Most texts are nothing else.
+  const auto* next = reinterpret_cast<const unsigned char*>(text.data());
+  const auto* const end = next + text.size();
+  while (next != end) {
+    const unsigned char first = *next++;
+    if (first < 0x80) continue;
+    const Sequence sequence = sequenceFor(first);
+    if (sequence.length == 0 || sequence.length - 1 > static_cast<std::size_t>(end - next)) return false;
+    if (*next < sequence.lowestSecond || *next > sequence.highestSecond) return false;
+    const auto* const last = next + (sequence.length - 1);
+    while (++next != last) {
+      if (*next < 0x80 || *next > 0xBF) return false;
     }
-    i += sequence.length;
   }
   return true;
 }

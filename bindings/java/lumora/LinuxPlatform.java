@@ -1,6 +1,7 @@
 package lumora;
 
 import java.time.Duration;
+import java.util.Objects;
 import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.Executor;
 import java.util.concurrent.RejectedExecutionException;
@@ -45,15 +46,22 @@ public final class LinuxPlatform implements Executor {
     return made;
   }
 
-  /** Names it as the library's platform; before everything else. */
+  /**
+   * Names it as the library's platform; before everything else.
+   *
+   * @throws IllegalStateException when this is too late
+   */
   public void install() {
-    platform.install();
+    if (!platform.install()) {
+      throw new IllegalStateException(
+          "the library is in use already: install the platform once, before anything else");
+    }
   }
 
   /** Has a task run on the main thread, soon. Any thread. */
   @Override
   public void execute(Runnable task) {
-    platform.post(task);
+    platform.post(Objects.requireNonNull(task));
   }
 
   /** Runs the tasks that wait now, and gives how many they were. Main thread only; never blocks. */

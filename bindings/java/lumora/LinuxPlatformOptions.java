@@ -1,6 +1,7 @@
 package lumora;
 
 import java.util.Map;
+import java.util.Objects;
 import java.util.function.BiConsumer;
 import java.util.function.Consumer;
 import java.util.function.Predicate;
@@ -25,6 +26,7 @@ public class LinuxPlatformOptions extends NativeOptions {
    * not call the library.
    */
   public void setLogSink(Consumer<String> sink) {
+    Objects.requireNonNull(sink);
     setLogWriter(new LogWriter() {
       @Override
       public void write(String message) {
@@ -35,6 +37,7 @@ public class LinuxPlatformOptions extends NativeOptions {
 
   /** Gets a link that a tap opens; gives whether it could be opened. Main thread. */
   public void setURLOpener(Predicate<String> opener) {
+    Objects.requireNonNull(opener);
     setNativeURLOpener(new URLOpener() {
       @Override
       public boolean open(String url) {
@@ -45,6 +48,7 @@ public class LinuxPlatformOptions extends NativeOptions {
 
   /** Gets an alert; the person's answer goes to its {@link Alert#press}. Main thread. */
   public void setAlertPresenter(Consumer<Alert> presenter) {
+    Objects.requireNonNull(presenter);
     setNativeAlertPresenter(new AlertPresenter() {
       @Override
       public void show(Alert alert) {
@@ -70,6 +74,7 @@ public class LinuxPlatformOptions extends NativeOptions {
 
   /** Draws in-app messages. Main thread. */
   public void setMessageDisplay(MessageDisplay display) {
+    Objects.requireNonNull(display);
     screens = Native.screensOf(new NativeDisplay() {
       @Override
       public void show(long message, Map<String, Object> description) {

@@ -18,16 +18,22 @@ def log_exception(where, exception):
     logging.getLogger("lumora").error("A callback (%s) raised an exception.", where, exc_info=exception)
 
 
+def _callable(function):
+    if not callable(function):
+        raise TypeError(f"a function is wanted, not {type(function).__name__}")
+    return function
+
+
 class _LogWriter(_native.LogWriter):
     def __init__(self, function):
         super().__init__()
-        self.write = function
+        self.write = _callable(function)
 
 
 class _URLOpener(_native.URLOpener):
     def __init__(self, function):
         super().__init__()
-        self.function = function
+        self.function = _callable(function)
 
     def open(self, url):
         return bool(self.function(url))
@@ -36,13 +42,13 @@ class _URLOpener(_native.URLOpener):
 class _AlertPresenter(_native.AlertPresenter):
     def __init__(self, function):
         super().__init__()
-        self.show = function
+        self.show = _callable(function)
 
 
 class _NotificationScheduler(_native.NotificationScheduler):
     def __init__(self, function, local):
         super().__init__()
-        self.function, self.local = function, local
+        self.function, self.local = (one and _callable(one) for one in (function, local))
 
     def schedule(self, request, completion):
         if self.function is None:
@@ -110,8 +116,9 @@ class LinuxPlatform:
         _made.append(self)
 
     def install(self):
-        """Names it as the library's platform; before everything else."""
-        self._native.install()
+        """Names it as the library's platform; before everything else. A RuntimeError says that this is too late."""
+        if not self._native.install():
+            raise RuntimeError("the library is in use already: install the platform once, before anything else")
 
     @property
     def descriptor(self):
@@ -140,7 +147,7 @@ class LinuxPlatform:
 
     def post(self, task):
         """Has a function called on the main thread, soon. Any thread."""
-        self._native.post(task)
+        self._native.post(_callable(task))
 
     @contextlib.contextmanager
     def attached(self, loop=None):

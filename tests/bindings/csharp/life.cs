@@ -103,6 +103,27 @@ static class Life {
     }
   }
 
+  static void Refused<T>(Action use) where T : Exception {
+    try {
+      use();
+    } catch (T) {
+      return;
+    }
+    throw new Exception("should have been refused with " + typeof(T));
+  }
+
+  static void TryRefusals() {
+    var sdk = Lumora.SharedInstance();
+    var details = new LumoraActionMetaData();
+    details.Dispose();
+    details.Dispose();
+    Refused<ObjectDisposedException>(() => details.SetType("late"));
+    Refused<ObjectDisposedException>(() => sdk.ReportAction("late", details));
+    Refused<ArgumentNullException>(() => platform.Post(null));
+    Refused<InvalidOperationException>(platform.Install);
+    sdk.SetObserver(null);
+  }
+
   static LinuxPlatformOptions Options() {
     return new LinuxPlatformOptions {
       Info = new Dictionary<string, string> {
@@ -115,7 +136,9 @@ static class Life {
   static async Task Live() {
     var sdk = Lumora.SharedInstance();
     var mainThread = Thread.CurrentThread;
-    sdk.SetObserver(new Watcher());
+    using (var watcher = new Watcher()) {
+      sdk.SetObserver(watcher);  // It stays all the same.
+    }
     sdk.InitializeWithTarrowID("acme", "s3cret");
     await Until(() => told.Contains("initialized"));
     Check(observed == mainThread && Thread.CurrentThread == mainThread, "thread");
@@ -180,6 +203,7 @@ static class Life {
     platform = new LinuxPlatform(options);
     platform.Install();
     TryValues();
+    TryRefusals();
     platform.Run(Live);
     Check(drawn.First().Equals("Welcome to base camp") && drawn.Contains(true), string.Join(", ", drawn));
     Check(told.Contains("shown welcome"), string.Join(", ", told));
@@ -190,10 +214,41 @@ static class Life {
     Lumora.SharedInstance().ReportAction("last_words");
   }
 
+  // A loop as a window system has it.
+  class Loop : SynchronizationContext {
+    readonly BlockingCollection<Action> calls = new BlockingCollection<Action>();
+
+    public override void Post(SendOrPostCallback callback, object state) {
+      calls.Add(() => callback(state));
+    }
+
+    public override void Send(SendOrPostCallback callback, object state) {
+      var done = new ManualResetEventSlim();
+      Post(one => {
+        callback(one);
+        done.Set();
+      }, state);
+      done.Wait();
+    }
+
+    public void RunUntil(Func<bool> condition) {
+      while (!condition()) {
+        calls.Take()();
+      }
+    }
+  }
+
   static void NextRun() {
-    new LinuxPlatform(Options()).Install();
+    platform = new LinuxPlatform(Options());
+    platform.Install();
+    var loop = new Loop();
+    SynchronizationContext.SetSynchronizationContext(loop);
+    platform.Attach();
     var sdk = Lumora.SharedInstance();
+    sdk.SetObserver(new Watcher());
     sdk.InitializeWithTarrowID("acme", "s3cret");
+    loop.RunUntil(() => told.Contains("initialized"));
+    Check(observed == Thread.CurrentThread, "thread");
     Check(sdk.Flush(TimeSpan.FromSeconds(20)), "not flushed");
   }
 

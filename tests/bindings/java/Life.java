@@ -97,6 +97,16 @@ public class Life {
     throw new AssertionError("should have been refused: " + value.getClass());
   }
 
+  private static void refused(Class<? extends Exception> wanted, Runnable call) {
+    try {
+      call.run();
+    } catch (RuntimeException exception) {
+      check(wanted.isInstance(exception), exception);
+      return;
+    }
+    throw new AssertionError("should have been refused with " + wanted);
+  }
+
   private static Map<String, Object> nested() {
     Map<String, Object> nested = new HashMap<>(Map.of("text", ODD_TEXT, "number", -3L, "large",
         BigInteger.ONE.shiftLeft(63), "part", 0.5, "yes", true, "list", List.of(1L, List.of(2L, Map.of("three", "3"))),
@@ -165,6 +175,9 @@ public class Life {
     tryValues();
 
     Lumora sdk = Lumora.sharedInstance();
+    sdk.setObserver(null);
+    refused(NullPointerException.class, () -> platform.execute(null));
+    refused(IllegalStateException.class, platform::install);
     sdk.setObserver(new Watcher());
     sdk.initializeWithTarrowID("acme", "s3cret");
     until(() -> told.contains("initialized"));

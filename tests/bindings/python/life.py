@@ -135,6 +135,13 @@ def host():
     endless.append(endless)
     refused(ValueError, sdk.report_action, "lone \ud800")
     refused(TypeError, sdk.report_action, 7)
+    sdk.set_observer(None)
+    refused(TypeError, sdk.set_observer, object())
+    refused(TypeError, platform.post, None)
+    refused(TypeError, lambda: lumora.LinuxPlatform(log_sink=7))
+    refused(RuntimeError, platform.install)
+    refused(TypeError, sdk.flush, "5")
+    refused(ValueError, sdk.set_tracking_consent, 9)
     for error, value in [(ValueError, "\udfff"), (ValueError, datetime.datetime(2026, 1, 1)), (TypeError, object()),
                          (OverflowError, 2**64), (ValueError, endless), (TypeError, {1: 2})]:
         refused(error, setattr, details, "action_metadata", {"value": value})

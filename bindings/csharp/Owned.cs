@@ -1,0 +1,15 @@
+using System;
+using System.Runtime.InteropServices;
+
+namespace LumoraSdk {
+  /// <summary>The library's objects behind those of C#.</summary>
+  internal static class Owned {
+    /// <summary>The address that was asked for; one that was disposed of has none.</summary>
+    internal static HandleRef Address(HandleRef address, object owner) {
+      if (address.Handle == IntPtr.Zero) {
+        throw new ObjectDisposedException(owner.GetType().Name);
+      }
+      return address;
+    }
+  }
+}
