@@ -44,7 +44,7 @@ file(RELATIVE_PATH pkg_config_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "$
 set(pkg_config_libs "")
 if(NOT BUILD_SHARED_LIBS)
   # What the archive itself calls; requiring the packages would pull in what their own archives need.
-  set(pkg_config_libs "-lsqlite3 -lfmt -lcurl -lpng -ljpeg -lgif -lwebp -lwebpdemux -luuid -pthread -lstdc++")
+  set(pkg_config_libs "-lsqlite3 -lfmt -lcurl -lpng -ljpeg -lgif -lwebp -lwebpdemux -luuid -pthread -lstdc++ -lm")
 endif()
 configure_file("${PROJECT_SOURCE_DIR}/cmake/lumora.pc.in" "${PROJECT_BINARY_DIR}/lumora.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/lumora.pc" DESTINATION "${pkg_config_dir}")

@@ -127,13 +127,21 @@ final class Packed {
       tag('b');
       data(data);
     } else if (value instanceof Instant date) {
-      number('w', ChronoUnit.MICROS.between(Instant.EPOCH, date));
+      number('w', microseconds(date));
     } else if (value instanceof Map<?, ?> map) {
       put(map, depth);
     } else if (value instanceof Collection<?> list) {
       put(list.toArray(), depth);
     } else {
       throw new IllegalArgumentException("no value of the library: " + value.getClass().getName());
+    }
+  }
+
+  private static long microseconds(Instant date) {
+    try {
+      return ChronoUnit.MICROS.between(Instant.EPOCH, date);
+    } catch (ArithmeticException exception) {
+      throw new IllegalArgumentException("a date is too far away: " + date, exception);
     }
   }
 

@@ -118,7 +118,8 @@ public class Life {
   private static void tryValues() {
     List<Object> endless = new ArrayList<>();
     endless.add(endless);
-    for (Object value : List.of("lone \ud800", new Object(), BigInteger.ONE.shiftLeft(64), endless, Map.of(1, 2))) {
+    for (Object value : List.of("lone \ud800", new Object(), BigInteger.ONE.shiftLeft(64), Instant.MAX, endless,
+        Map.of(1, 2))) {
       refused(value);
     }
     LumoraActionMetaData details = new LumoraActionMetaData();
