@@ -85,7 +85,7 @@ void LMRDataManager::tellLost(LumoraEventLoss why, std::size_t count) {
   if (count == 0) return;
   // A store that failed has its line already; a full queue is the observer's to tell.
   if (why == LumoraEventLoss::notJSON)
-    logLine("LumoraSDK-An event is lost: it holds a number that is not finite, or a text that is not UTF-8.");
+    logLine("LumoraSDK-An event is lost: it holds what JSON does not have.");
   EventLossObserver* const observer = lossObserver_;
   if (observer) observer->eventsLost(why, count);
 }
