@@ -123,7 +123,7 @@ int liveWithFailingAllocation(lumora::LinuxPlatform& platform, long number, cons
   guarded("the foreground", [&] { platform.application().post(LifecycleNotification::willEnterForeground); });
   guarded("reportAll", [&] { lumora().reportAll(); });
   guarded("getDeviceId", [&] { static_cast<void>(lumora().getDeviceId()); });
-  rest(20);
+  rest(240);
   isCounting = false;
   std::printf("%ld\n%s\n", count.load(), isSettled ? "settled" : "stuck");
   return 0;

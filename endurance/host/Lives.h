@@ -17,8 +17,8 @@ class End {
       : platform_(platform), name_(std::move(name)), count_(count) {}
 
   /// One of return, exit, exit-thread, exit-task, quick_exit, _exit, wait (for a signal), fork-exit,
-  /// fork-return, fork-_exit. Gives the exit status, if it comes back at all. Prints a line with the number
-  /// of actions before it ends. A forked child reports actions too, as NAME-child-0 and so on.
+  /// fork-return, fork-_exit. Gives the exit status, if it comes back at all. Prints the steady clock's time
+  /// just before. A forked child reports actions too, as NAME-child-0 and so on.
   int by(const std::string& how);
 
  private:

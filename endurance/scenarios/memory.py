@@ -5,7 +5,7 @@ import signal
 import subprocess
 
 from suite.host import names_in
-from suite.scenario import Failure, Scenario
+from suite.scenario import HANGING, Failure, Scenario
 from suite.service import running_service
 from suite.stores import Ledger, upload_rest
 
@@ -29,7 +29,7 @@ class Memory(Scenario):
         try:
             return subprocess.run(
                 [suite.program("endurance/endurance-host"), folder, str(service.port), service.ca, "allocations",
-                 str(number), "e"], capture_output=True, env={**os.environ, "LUMORA_LOG": "trace"}, timeout=90, text=True,
+                 str(number), "e"], capture_output=True, env={**os.environ, "LUMORA_LOG": "trace"}, timeout=HANGING, text=True,
                 errors="replace", check=False)
         except subprocess.TimeoutExpired:
             raise Failure("the host hangs") from None

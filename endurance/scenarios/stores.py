@@ -342,7 +342,7 @@ class LockedStores(Scenario):
             if seconds < 60:
                 time.sleep(seconds)
             else:
-                host.ask("drain", 30)
+                host.ask("drain")
         host.ask_all("action e-2", "drain", "report-all", "drain")
         host.quit()
         arrived = round.service.arrived()

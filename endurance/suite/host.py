@@ -7,7 +7,7 @@ import signal
 import subprocess
 import time
 
-from suite.scenario import Failure
+from suite.scenario import HANGING, Failure
 
 RECORD = re.compile(r'^(?:LumoraFramework--\[LMREventLogger reportEvents:\]_block_invoke \[Line 185\]  sending data )?'
                     r'\{.*"name":"(e-[^"]*)"', re.M)
@@ -40,8 +40,8 @@ class Host:
         if service:
             command += ["--connect", f"127.0.0.1:{service.port}", "--ca", service.ca]
         with open(self.log, "wb") as log_file:
-            self.process = subprocess.Popen([*command, *options], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                            stderr=log_file, env={**os.environ, **(environment or {})})
+            self.process = suite.start([*command, *options], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                       stderr=log_file, env={**os.environ, **(environment or {})})
         self.buffer = b""
         # Everything the host has printed: done, screens, alerts …
         self.lines = []
@@ -53,13 +53,13 @@ class Host:
         except BrokenPipeError:
             pass
 
-    def next_line(self, seconds=60):
+    def next_line(self):
         """The next line of output; nothing at its end."""
-        end = time.monotonic() + seconds
+        end = time.monotonic() + HANGING
         output = self.process.stdout.fileno()
         while b"\n" not in self.buffer:
             if not select.select([output], [], [], max(0, end - time.monotonic()))[0]:
-                raise Failure(f"the host did not answer in {seconds} s; its log: {self.log_end()}")
+                raise Failure(f"the host did not answer in {HANGING} s; its log: {self.log_end()}")
             data = os.read(output, 65536)
             if not data:
                 return None
@@ -68,11 +68,11 @@ class Host:
         self.lines.append(json.loads(line))
         return self.lines[-1]
 
-    def ask(self, command, seconds=60, may_fail=False):
+    def ask(self, command, may_fail=False):
         """Runs one command and gives its result."""
         self.tell(command)
         while True:
-            line = self.next_line(seconds)
+            line = self.next_line()
             if line is None:
                 raise Failure(f"the host ended during: {command}; status {self.process.wait()}; {self.log_end()}")
             if "error" in line:
@@ -91,20 +91,20 @@ class Host:
         self.process.send_signal(signal.SIGKILL)
         return self.end()
 
-    def quit(self, seconds=60, statuses=(0,)):
+    def quit(self, statuses=(0,)):
         """A clean end, which must be one."""
         self.tell("quit")
-        status = self.end(seconds)
+        status = self.end()
         if status not in statuses:
             raise Failure(f"the host ended with status {status}: {self.log_end()}")
 
-    def end(self, seconds=60):
+    def end(self):
         """Reads what is left, and gives the status."""
         self.process.stdin.close()
-        while self.next_line(seconds) is not None:
+        while self.next_line() is not None:
             pass
         self.process.stdout.close()
-        return self.process.wait(seconds)
+        return self.process.wait(HANGING)
 
     def done(self):
         """The commands that were carried out, by their first word."""

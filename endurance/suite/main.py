@@ -2,12 +2,15 @@
 import argparse
 import collections
 import concurrent.futures
+import contextlib
 import importlib
 import operator
 import os
 import queue
 import random
 import shutil
+import signal
+import subprocess
 import sys
 import tempfile
 import threading
@@ -33,9 +36,33 @@ class Suite:
         self.root = ROOT
         self.build = build
         self.folder = folder
+        self.processes = []
+        self.is_ending = False
 
     def program(self, name):
         return os.path.join(self.build, name)
+
+    def start(self, command, **options):
+        """A process that does not outlive the scenario."""
+        if self.is_ending:
+            raise Failure("the run ends")
+        # A session of its own: what a terminal sends to the driver is the driver's to handle.
+        process = subprocess.Popen(command, start_new_session=True, **options)
+        self.processes = [process, *(other for other in self.processes if other.poll() is None)]
+        return process
+
+    def end_processes(self):
+        """Those that a failure, or the end of the run, has left behind, with their own."""
+        for process in self.processes:
+            if process.poll() is None:
+                with contextlib.suppress(ProcessLookupError):
+                    os.killpg(process.pid, signal.SIGKILL)
+                process.wait()
+
+    def end(self):
+        """Also while rounds are played: they fail then."""
+        self.is_ending = True
+        self.end_processes()
 
 
 def scenarios():
@@ -50,8 +77,8 @@ def scenarios():
 class Progress:
     """A line now and then, on a terminal the same one again and again."""
 
-    def __init__(self, name, total):
-        self.name, self.total, self.done = name, total, 0
+    def __init__(self, name):
+        self.name, self.total, self.done = name, 0, 0
         self.start = self.told = time.monotonic()
 
     def seconds(self):
@@ -78,30 +105,55 @@ class Run:
 
     def __init__(self, suite, scenario, size, seed, only=None, rounds=None):
         self.suite, self.scenario, self.size, self.seed = suite, scenario, size, seed
+        self.only, self.rounds = only, rounds
         self.figures = collections.Counter()
         self.failure = None
         self.lock = threading.Lock()
         self.folder = os.path.join(suite.folder, scenario.name)
-        os.makedirs(self.folder)
-        scenario.prepare(suite)
-        self.numbers = [only] if only else spread(list(scenario.rounds(size)), rounds)
-        self.progress = Progress(scenario.name, len(self.numbers))
+        self.progress = Progress(scenario.name)
 
     def play(self):
-        services = queue.SimpleQueue()
+        try:
+            numbers = self.prepare()
+            self.play_rounds(numbers, min(self.workers(), len(numbers)))
+        except Exception as error:
+            self.fail(self.only, error)
+        finally:
+            self.suite.end_processes()
+
+    def prepare(self):
+        """The numbers of the rounds to be played."""
+        self.scenario.prepare(self.suite)
+        if self.only is not None:
+            if self.only not in self.scenario.rounds("long"):
+                raise Failure(f"there is no round {self.only}")
+            numbers = [self.only]
+        else:
+            numbers = spread(list(self.scenario.rounds(self.size)), self.rounds)
+        self.progress.total = len(numbers)
+        return numbers
+
+    def workers(self):
         alone = self.scenario.workers == 1
-        count = min(1 if alone else self.suite.workers or self.scenario.workers, len(self.numbers))
+        return 1 if alone else self.suite.workers or self.scenario.workers
+
+    def play_rounds(self, numbers, count):
+        """So many at a time, each with one of as many services."""
+        services = queue.SimpleQueue()
         running = []
+        pool = concurrent.futures.ThreadPoolExecutor(count or 1)
         try:
             for worker in range(count):
                 running.append(Service(self.suite, os.path.join(self.folder, f"service{worker}")))
                 services.put(running[-1])
-            with concurrent.futures.ThreadPoolExecutor(count or 1) as pool:
-                list(pool.map(lambda number: self.play_round(number, services), self.numbers))
+            list(pool.map(lambda number: self.play_round(number, services), numbers))
+        except KeyboardInterrupt:
+            self.suite.end()
+            raise
         finally:
+            pool.shutdown()
             for service in running:
                 service.stop()
-        return self.failure is None
 
     def play_round(self, number, services):
         if self.failure and not self.suite.goes_on:
@@ -120,22 +172,27 @@ class Run:
                 self.progress.step()
             shutil.rmtree(folder, ignore_errors=True)
         except Exception as error:  # A fault of the suite's own ends the scenario just as well.
-            with self.lock:
-                what = str(error) if isinstance(error, Failure) else traceback.format_exc()
-                if self.failure:
-                    print(f"   round {number}: {what}", flush=True)
-                else:
-                    self.failure = (number, what)
+            self.fail(number, error)
         finally:
             services.put(service)
+
+    def fail(self, number, error):
+        """The first failure is the scenario's, in a round or before all of them."""
+        with self.lock:
+            what = str(error) if isinstance(error, Failure) else traceback.format_exc()
+            if self.failure:
+                print(f"   round {number}: {what}", flush=True)
+            else:
+                self.failure = (number, what)
 
     def report(self):
         name, seconds = self.scenario.name, self.progress.seconds()
         rate = f"{self.progress.done} rounds in {seconds:.0f} s, {self.progress.done / seconds:.1f}/s, seed {self.seed}"
         if self.failure:
             number, what = self.failure
+            only = "" if number is None else f" --round {number}"
             print(f"FAILED {name}: {what}\n   after {rate}\n"
-                  f"   again: endurance/run {name} --{self.size} --seed {self.seed} --round {number}", flush=True)
+                  f"   again: endurance/run {name} --{self.size} --seed {self.seed}{only}", flush=True)
         else:
             print(f"ok {name}: {rate}: {page.figures_of(self)}", flush=True)
 
@@ -170,6 +227,8 @@ def options():
                         help="the build folder whose programs are run")
     parser.set_defaults(size="ci")
     chosen = parser.parse_args()
+    if chosen.round is not None and len(chosen.scenarios) != 1:
+        parser.error("--round is one of a scenario, which must be named")
     unknown = set(chosen.scenarios) - set(known)
     if unknown:
         parser.error(f"unknown scenarios: {', '.join(sorted(unknown))}; known are {', '.join(known)}")
@@ -183,6 +242,8 @@ def main():
     suite = Suite(os.path.realpath(chosen.build), folder, chosen.go_on, chosen.workers)
     failed = 0
     runs = []
+    for number in (signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, signal.default_int_handler)
     try:
         for scenario in scenarios():
             if chosen.scenarios and scenario.name not in chosen.scenarios:
@@ -194,7 +255,11 @@ def main():
         if chosen.page and not failed:
             rounds = f" --rounds {chosen.rounds}" if chosen.rounds else ""
             page.write(ROOT, f"--{chosen.size}{rounds} --seed {seed}", runs)
+    except KeyboardInterrupt:
+        print("interrupted", flush=True)
+        return 130
     finally:
+        suite.end()
         if chosen.keep and failed:
             print(f"The files are in {folder}")
         else:

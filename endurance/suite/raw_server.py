@@ -6,6 +6,8 @@ import struct
 import subprocess
 import threading
 
+from suite.scenario import HANGING
+
 HOST = "acme.lumora.example"
 # Kinds of certificates, with what makes them so. All but the first must be refused.
 CERTIFICATES = {
@@ -94,10 +96,11 @@ class Request:
 
 class RawServer:
     """Answers each request by what `answer(request, connection)` says: it may send bytes and close as it likes.
-    A context of None is a server without TLS."""
+    A context of None is a server without TLS. Until `answers` is set it accepts connections, and says nothing."""
 
     def __init__(self, context, answer):
         self.context, self.answer = context, answer
+        self.answers = threading.Event()
         self.socket = socket.create_server(("127.0.0.1", 0))
         self.port = self.socket.getsockname()[1]
         self.requests = []
@@ -113,7 +116,8 @@ class RawServer:
 
     def serve(self, connection):
         try:
-            connection.settimeout(30)
+            connection.settimeout(HANGING)
+            self.answers.wait()
             if not self.context:
                 connection.recv(1)  # The client's greeting, which no HTTP server knows.
                 connection.sendall(b"HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\n\r\n")
@@ -147,6 +151,7 @@ class RawServer:
         return Request(line, headers, body)
 
     def stop(self):
+        self.answers.set()
         self.socket.close()
 
 

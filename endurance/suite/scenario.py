@@ -2,6 +2,9 @@
 import collections
 import random
 
+# In seconds: what has not happened after so long hangs. No verdict depends on less, however slow the machine is.
+HANGING = 300
+
 
 class Failure(Exception):
     """What must hold does not."""

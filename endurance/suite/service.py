@@ -8,16 +8,16 @@ import subprocess
 import time
 
 from suite.host import names_in
-from suite.scenario import Failure
+from suite.scenario import HANGING, Failure
 
 SECRET = "s3cret"
 
 
-def wait_until(condition, what, seconds=20):
-    end = time.monotonic() + seconds
+def wait_until(condition, what):
+    end = time.monotonic() + HANGING
     while not condition():
         if time.monotonic() > end:
-            raise Failure(f"{what} did not come in {seconds} s")
+            raise Failure(f"{what} did not come in {HANGING} s")
         time.sleep(0.002)
 
 
@@ -34,7 +34,7 @@ class Service:
         self.configure()
         ready = os.path.join(folder, "ready.json")
         self.log = open(os.path.join(folder, "log"), "wb")
-        self.process = subprocess.Popen(
+        self.process = suite.start(
             [suite.program("service/lumora-service"), "--data", os.path.join(folder, "data"), "--accounts",
              os.path.join(folder, "accounts.json"), "--assets", self.assets, "--ready-file", ready,
              "--json-log", self.requests_file, *options],
@@ -93,7 +93,7 @@ class Service:
 
     def stop(self):
         self.process.terminate()
-        self.process.wait(20)
+        self.process.wait(HANGING)
         self.log.close()
 
 
