@@ -48,7 +48,11 @@ int End::by(const std::string& how) {
   tellEnd();
   if (how == "exit") std::exit(0);
   if (how == "exit-thread") std::thread([] { std::exit(0); }).join();
-  if (how == "exit-task") platform_.queues().makeSerialQueue("end")->async([] { std::exit(0); });
+  if (how == "exit-task") {
+    // Never destroyed: a queue takes with it what has not begun.
+    auto* const queue = platform_.queues().makeSerialQueue("end").release();
+    queue->async([] { std::exit(0); });
+  }
   if (how == "quick_exit") std::quick_exit(0);
   if (how == "_exit") ::_exit(0);
   for (const bool waits = how == "wait" || how == "exit-task"; waits; ::pause()) continue;

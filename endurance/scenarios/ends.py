@@ -26,8 +26,7 @@ class Ends(Scenario):
     sizes = {"ci": 100, "hour": 1000, "long": 10000}
 
     def play(self, round):
-        ways = sorted(KEEPS | LOSES)
-        how = ways[round.number % len(ways)]
+        how = round.random.choice(sorted(KEEPS | LOSES))
         name = f"e-{round.number}"
         folder = round.folder + "/host"
         self.prepare_application(round, folder)

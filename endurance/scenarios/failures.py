@@ -29,6 +29,7 @@ class Failures(Scenario):
              "left, an error of the device, half of a write; and the same with all operations after it failing too")
     holds = ("no crash; at most the one event is lost, with a line in the log; with the next start everything works; "
              "nothing is taken for damaged")
+    workers = 8  # A host whose locks fail waits a lot.
 
     def prepare(self, suite):
         folder = os.path.join(suite.folder, "failures-life")

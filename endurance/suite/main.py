@@ -239,6 +239,8 @@ def main():
     chosen = options()
     seed = random.randrange(1, 1000000) if chosen.seed is None else chosen.seed
     folder = tempfile.mkdtemp(prefix="endurance-", dir=chosen.folder)
+    # What is tried; by the end of the run the folder may hold something newer.
+    commit = page.commit_of(ROOT) if chosen.page else ""
     suite = Suite(os.path.realpath(chosen.build), folder, chosen.go_on, chosen.workers)
     failed = 0
     runs = []
@@ -254,7 +256,7 @@ def main():
             failed += runs[-1].failure is not None
         if chosen.page and not failed:
             rounds = f" --rounds {chosen.rounds}" if chosen.rounds else ""
-            page.write(ROOT, f"--{chosen.size}{rounds} --seed {seed}", runs)
+            page.write(ROOT, commit, f"--{chosen.size}{rounds} --seed {seed}", runs)
     except KeyboardInterrupt:
         print("interrupted", flush=True)
         return 130

@@ -11,9 +11,12 @@ def figures_of(run):
     return ", ".join(f"{count:,} {what}" for what, count in sorted(run.figures.items())) or "not tried here"
 
 
-def write(root, options, runs):
-    commit = subprocess.run(["git", "describe", "--always", "--dirty"], cwd=root, capture_output=True, text=True,
-                            check=True).stdout.strip()
+def commit_of(root):
+    return subprocess.run(["git", "describe", "--always", "--dirty"], cwd=root, capture_output=True, text=True,
+                          check=True).stdout.strip()
+
+
+def write(root, commit, options, runs):
     day = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d")
     minutes = sum(run.progress.seconds() for run in runs) / 60
     lines = [f"The last long run: `endurance/run {options}` on {day}, commit `{commit}`, {os.cpu_count()} cores, "
