@@ -34,19 +34,23 @@ class Failures(Scenario):
     def prepare(self, suite):
         folder = os.path.join(suite.folder, "failures-life")
         with running_service(suite, folder + "/service") as service:
-            self.letters, _ = self.live(suite, folder + "/host", service)
+            self.letters, self.first, _ = self.live(suite, folder + "/host", service)
 
     def rounds(self, size):
         """Ten numbers for each operation, of which each mode has one."""
-        every = [number * 10 + index for number in range(1, len(self.letters) + 1) for index, mode in enumerate(MODES)
+        every = [number * 10 + index for number in range(self.first, len(self.letters) + 1) for index, mode in enumerate(MODES)
                  if is_for(mode, self.letters[number - 1])]
         return every[::STEPS[size]]
 
     def live(self, suite, folder, service, **settings):
-        """One life; gives the operations' letters, and for each action how many there were when it was stored."""
+        """One life; gives the operations' letters, the number of the first one that is the library's, not the terminal
+        host's own, and what there is to know: for each action how many there were when it was stored, what was sent, the
+        log."""
         path = folder + ".list"
         os.makedirs(folder + "/app")  # Without it the host itself would not start.
         host = Host(suite, folder, service, environment=shim_environment(suite, folder, list=path, **settings))
+        host.next_line()
+        first = len(read_list(path)) + 1
         stored, called = {}, []
         for command in LIFE:
             host.ask(command, may_fail=command.startswith("set-setting"))
@@ -57,13 +61,13 @@ class Failures(Scenario):
                 stored.update((name, count) for name in called)
                 called = []
         host.quit(statuses=(0, 1))  # 1: a command has failed.
-        return read_list(path), (stored, host.sent(), host.log_text())
+        return read_list(path), first, (stored, host.sent(), host.log_text())
 
     def play(self, round):
         number, mode = divmod(round.number, 10)
         mode = MODES[mode]
         folder = round.folder + "/host"
-        _, (stored, sent, log) = self.live(round.suite, folder, round.service, fail=f"{number}:{mode}")
+        _, _, (stored, sent, log) = self.live(round.suite, folder, round.service, fail=f"{number}:{mode}")
         ledger = Ledger()
         ledger.after_life(folder, round.service.assets, sent)
         arrived = upload_rest(round, folder, "action e-8", "drain")
