@@ -13,6 +13,33 @@ def has_namespaces():
                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False).returncode == 0
 
 
+def run_beside(host, *command, check=True):
+    """A command that sees the disks which the host sees."""
+    subprocess.run(["nsenter", "--preserve-credentials", "--user", "--mount", "--target", str(host.process.pid), *command],
+                   check=check, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+
+def fill(host, folder):
+    run_beside(host, "sh", "-c", f'cat /dev/zero > "{folder}/filler"', check=False)
+
+
+def free(host, folder):
+    run_beside(host, "rm", folder + "/filler")
+
+
+def protect(host, folder):
+    """By another mount on top: the disk itself stays writable as long as a file is open for writing."""
+    run_beside(host, "sh", "-c", f'mount --bind "{folder}" "{folder}" && mount -o remount,bind,ro "{folder}"')
+
+
+def release(host, folder):
+    run_beside(host, "umount", "--lazy", folder)
+
+
+# What becomes of the disk, and how it is mended.
+TROUBLES = [("full", fill, free), ("read-only", protect, release)]
+
+
 class Disks(Scenario):
     name = "disks"
     tries = "a small disk that is really full for a while, and a disk that becomes read-only and writable again"
@@ -34,38 +61,25 @@ class Disks(Scenario):
             f'mount -t tmpfs -o size=400k none "{folder}" && exec "$@"', "host"])
         host.ask("model-name")
         # The same folder as the host sees it.
-        self.inside = ["nsenter", "--preserve-credentials", "--user", "--mount", "--target", str(host.process.pid)]
         view = f"/proc/{host.process.pid}/root{folder}"
-        full = round.number % 2 == 1
+        trouble, spoil, mend = TROUBLES[round.number % len(TROUBLES)]
         round.service.configure(campaigns=round.random.sample(round.service.example["campaigns"], 3))
         host.ask_all("init acme s3cret", "drain", "network offline")
         before = [f"e-{number}" for number in range(round.random.randint(0, 5))]
         host.ask_all(*(f"action {name}" for name in before), "drain")
-        stored = set(waiting(view))
-        round.expect(set(before) <= stored, "an event is not stored on a good disk")
-        if full:
-            self.run("sh", "-c", f'cat /dev/zero > "{folder}/filler"', check=False)
-        else:
-            # Another mount on top: the disk itself stays writable as long as a file is open for writing.
-            self.run("sh", "-c", f'mount --bind "{folder}" "{folder}" && mount -o remount,bind,ro "{folder}"')
+        round.expect(set(before) <= set(waiting(view)), "an event is not stored on a good disk")
+        spoil(host, folder)
         during = [f"e-bad-{number}" for number in range(3)]
         host.ask_all(*(f"action {name}" for name in during), "drain")
         host.ask("set-setting s 1", may_fail=True)
-        if full:
-            self.run("rm", folder + "/filler")
-        else:
-            self.run("umount", "--lazy", folder)
+        mend(host, folder)
         host.ask_all("action e-after", "drain", "network online", "report-all", "drain", "set-setting s 2")
         round.expect(not rows(view), "rows are left")
         round.expect(host.ask("setting s") == 2, "a setting is lost")
         host.quit(statuses=(0, 1))
         arrived = round.service.arrived()
-        ledger = Ledger()
-        ledger.check_arrivals(arrived, {*before, "e-after"})
+        Ledger().check_arrivals(arrived, {*before, "e-after"})
         lost = set(during) - set(arrived)
         round.expect(not lost or "cannot be used" in host.log_text(), f"lost without a line: {lost}")
-        round.count("rounds on a full disk" if full else "rounds on a read-only disk")
+        round.count(f"rounds on a {trouble} disk")
         round.count("events lost, with their line", len(lost))
-
-    def run(self, *command, check=True):
-        subprocess.run([*self.inside, *command], check=check, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)

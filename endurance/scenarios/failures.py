@@ -38,7 +38,8 @@ class Failures(Scenario):
 
     def rounds(self, size):
         """Ten numbers for each operation, of which each mode has one."""
-        every = [number * 10 + index for number in range(self.first, len(self.letters) + 1) for index, mode in enumerate(MODES)
+        numbers = range(self.first, len(self.letters) + 1)
+        every = [number * 10 + index for number in numbers for index, mode in enumerate(MODES)
                  if is_for(mode, self.letters[number - 1])]
         return every[::STEPS[size]]
 

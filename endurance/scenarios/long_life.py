@@ -26,7 +26,6 @@ class LongLife(Scenario):
 
     def play(self, round):
         folder = round.folder + "/host"
-        self.service = round.service
         host = Host(round.suite, folder, round.service, log="/dev/null")
         campaigns = [dict(campaign, display_trigger="e-show", display_frequency="session")
                      for campaign in round.service.example["campaigns"][:1]]

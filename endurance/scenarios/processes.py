@@ -15,7 +15,7 @@ class Processes(Scenario):
     holds = "each event arrives once; every process knows the same identifiers; no setting is lost"
     sizes = {"ci": 2, "hour": 2, "long": 2}
     workers = 1
-    seconds = {"ci": 4, "hour": 60, "long": 300}
+    seconds = {"ci": 5, "hour": 60, "long": 300}
 
     def rounds(self, size):
         self.length = self.seconds[size]
