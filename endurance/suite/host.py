@@ -82,6 +82,11 @@ class Host:
             if "done" in line:
                 return line.get("result")
 
+    def succeeds(self, command):
+        """Runs one command and tells whether it could."""
+        self.ask(command, may_fail=True)
+        return "done" in self.lines[-1]
+
     def ask_all(self, *commands):
         for command in commands:
             result = self.ask(command)

@@ -178,6 +178,8 @@ class Run:
 
     def fail(self, number, error):
         """The first failure is the scenario's, in a round or before all of them."""
+        if self.suite.is_ending:
+            return
         with self.lock:
             what = str(error) if isinstance(error, Failure) else traceback.format_exc()
             if self.failure:
@@ -232,6 +234,8 @@ def options():
     unknown = set(chosen.scenarios) - set(known)
     if unknown:
         parser.error(f"unknown scenarios: {', '.join(sorted(unknown))}; known are {', '.join(known)}")
+    if not os.path.exists(os.path.join(chosen.build, "service/lumora-service")):
+        parser.error(f"nothing is built in {chosen.build}")
     return chosen
 
 
