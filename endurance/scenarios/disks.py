@@ -4,7 +4,7 @@ import subprocess
 
 from suite.host import Host
 from suite.scenario import Scenario
-from suite.stores import Ledger, rows, waiting
+from suite.stores import Ledger, check_files, rows, waiting
 
 
 def has_namespaces():
@@ -43,7 +43,8 @@ TROUBLES = [("full", fill, free), ("read-only", protect, release)]
 class Disks(Scenario):
     name = "disks"
     tries = "a small disk that is really full for a while, and a disk that becomes read-only and writable again"
-    holds = "no crash; what was stored stays and arrives; what could not be stored is told by a line; then all works again"
+    holds = ("no crash; what was stored stays and arrives; what could not be stored is told by a line; nothing is "
+             "taken for damaged; then all works again")
     sizes = {"ci": 4, "hour": 20, "long": 60}
     workers = 1
 
@@ -75,6 +76,7 @@ class Disks(Scenario):
         mend(host, folder)
         host.ask_all("action e-after", "drain", "network online", "report-all", "drain", "set-setting s 2")
         round.expect(not rows(view), "rows are left")
+        check_files(view)
         round.expect(host.ask("setting s") == 2, "a setting is lost")
         host.quit(statuses=(0, 1))
         arrived = round.service.arrived()
