@@ -37,6 +37,8 @@ class Memory(Scenario):
     def play(self, round):
         folder = round.folder + "/host"
         result = self.live(round.suite, round.service, folder, round.number)
+        with open(folder + ".log", "w") as log:  # For people, where files are kept.
+            log.write(result.stderr)
         status = result.returncode
         name = signal.Signals(-status).name if status < 0 else status
         foreign = re.search(r"^crashed in (.*/(lib(?:crypto|ssl)\.so).*)$", result.stdout, re.M)
@@ -60,14 +62,16 @@ class Memory(Scenario):
 
 
 def unanswered(log):
-    """The names in sendings whose answer could not be taken, so that they are sent again."""
-    names, sending = [], []
+    """The names in sendings whose answer could not be taken, or whose rows could not be deleted after it, so that they are
+    sent again."""
+    names, sending, answered = [], [], []
     for line in log.splitlines():
         if "Reported all data successfully" in line:
-            sending = []
+            sending, answered = [], sending
+        elif "Memory ran out" in line:
+            names, answered = names + answered, []
         elif "  sending data " in line:
-            names += sending
-            sending = names_in(line)
+            names, sending, answered = names + sending, names_in(line), []
         else:
             sending += names_in(line)
     return names
