@@ -1,12 +1,14 @@
 // What a C caller may do wrong, and what it gets for it; what crosses the border arrives as it was.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <functional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "lumora/C/lumora.h"
@@ -59,6 +61,27 @@ TEST_F(CInterfaceTest, AHandleIsOnlyGoodForItsOwnKindAndUntilItIsFreed) {
   EXPECT_EQ(lumora_map_set_bool(map, text, true), LUMORA_BAD_HANDLE);
   EXPECT_EQ(lumora_map_set_bool(next, text, true), LUMORA_OK);
   EXPECT_EQ(lumora_free(LUMORA_NONE), LUMORA_OK);
+}
+
+TEST_F(CInterfaceTest, AHandleMayBeFreedWhileOtherThreadsUseIt) {
+  std::atomic<lumora_action> shared = lumora_action_new();
+  std::atomic<bool> ends = false;
+  std::atomic<int> odd = 0;
+  const auto use = [&] {
+    while (!ends) {
+      const lumora_result result = lumora_action_set_metric(shared, 1);
+      if (result != LUMORA_OK && result != LUMORA_BAD_HANDLE) ++odd;
+    }
+  };
+  std::vector<std::thread> users;
+  for (int i = 0; i < 3; ++i) users.emplace_back(use);
+  for (int i = 0; i < 1000; ++i) {
+    EXPECT_EQ(lumora_free(shared.exchange(lumora_action_new())), LUMORA_OK);
+  }
+  ends = true;
+  for (std::thread& user : users) user.join();
+  EXPECT_EQ(odd, 0);
+  EXPECT_EQ(lumora_free(shared), LUMORA_OK);
 }
 
 TEST_F(CInterfaceTest, BadArgumentsChangeNothing) {
