@@ -165,9 +165,20 @@ std::optional<Misbehaviour> Accounts::takeMisbehaviour(const Account& account, s
       misbehaviour.times = 0;
       continue;
     }
+    ++misbehaviour.strikes;
     return misbehaviour;
   }
   return std::nullopt;
+}
+
+std::vector<std::int64_t> Accounts::strikes(std::string_view id) {
+  const auto account = find(id);
+  std::vector<std::int64_t> result;
+  const Lock lock(mutex_);
+  const auto found = account ? misbehaviours_.find(account->id) : misbehaviours_.end();
+  if (found == misbehaviours_.end()) return result;
+  for (const Misbehaviour& misbehaviour : found->second) result.push_back(misbehaviour.strikes);
+  return result;
 }
 
 }  // namespace lumora::service

@@ -31,6 +31,8 @@ struct Misbehaviour {
   Drop drop = Drop::never;
   /// How often; without it for ever.
   std::optional<std::int64_t> times;
+  /// How often it has been.
+  std::int64_t strikes = 0;
 };
 
 /// One account, as it stands in the accounts file.
@@ -56,6 +58,8 @@ class Accounts {
 
   /// The misbehaviour that is due for this request, which counts as one of its times.
   std::optional<Misbehaviour> takeMisbehaviour(const Account& account, std::string_view endpoint);
+  /// How often each of the account's has been taken since the file has changed.
+  std::vector<std::int64_t> strikes(std::string_view id);
 
  private:
   struct FileState {

@@ -14,18 +14,6 @@
 namespace lumora::service {
 namespace {
 
-SSL_CTX* contextFor(const Identity& identity) {
-  SSL_CTX* const context = SSL_CTX_new(TLS_server_method());
-  if (context == nullptr) return nullptr;
-  SSL_CTX_set_min_proto_version(context, TLS1_2_VERSION);
-  if (SSL_CTX_use_certificate(context, identity.certificate.get()) == 1 &&
-      SSL_CTX_use_PrivateKey(context, identity.key.get()) == 1) {
-    return context;
-  }
-  SSL_CTX_free(context);
-  return nullptr;
-}
-
 /// Enough for any development, and below the usual limit of open files.
 constexpr int kMaximumConnections = 500;
 
@@ -37,13 +25,15 @@ std::string_view reasonOf(int status) {
 }
 
 /// Clients that do not trust the service never come to a request, so this is all there is to see of them.
-void sayWhyHandshakeFailed() {
+/// Returns whether there was anything to say.
+bool sayWhyHandshakeFailed() {
   const auto error = ERR_peek_last_error();
   const char* const reason = ERR_reason_error_string(error);
   // A client that only looks whether the port is open says nothing.
-  if (reason == nullptr || ERR_GET_REASON(error) == SSL_R_UNEXPECTED_EOF_WHILE_READING) return;
+  if (reason == nullptr || ERR_GET_REASON(error) == SSL_R_UNEXPECTED_EOF_WHILE_READING) return false;
   std::cerr << fmt::format("A connection failed ({}): clients speak HTTPS and trust the file ca.pem.\n",
                            reason);
+  return true;
 }
 
 }  // namespace
@@ -74,6 +64,15 @@ class HTTPSServer::Threads : public httplib::TaskQueue {
   int running_ LUMORA_GUARDED_BY(mutex_) = 0;
 };
 
+HTTPSServer::Context HTTPSServer::contextFor(const Identity& identity) {
+  const Context context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
+  if (context == nullptr) return nullptr;
+  SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION);
+  const bool isUsable = SSL_CTX_use_certificate(context.get(), identity.certificate.get()) == 1 &&
+                        SSL_CTX_use_PrivateKey(context.get(), identity.key.get()) == 1;
+  return isUsable ? context : nullptr;
+}
+
 HTTPSServer::HTTPSServer(const Identity& identity, Refuse refuse)
     : refuse_(std::move(refuse)), context_(contextFor(identity)) {
   new_task_queue = [] { return new Threads; };
@@ -95,6 +94,17 @@ void HTTPSServer::finishHeaders(const httplib::Request& request, httplib::Respon
     response.set_header("Connection", "close");
 }
 
+HTTPSServer::Context HTTPSServer::contextForNext() const {
+  const Lock lock(mutex_);
+  return context_;
+}
+
+void HTTPSServer::show(const Identity& identity) {
+  const Context context = contextFor(identity);
+  const Lock lock(mutex_);
+  if (context) context_ = context;
+}
+
 void HTTPSServer::endConnections() {
   const Lock lock(mutex_);
   isEnding_ = true;
@@ -102,17 +112,18 @@ void HTTPSServer::endConnections() {
 }
 
 bool HTTPSServer::process_and_close_socket(socket_t socket) {
+  const Context context = contextForNext();
   {
     const Lock lock(mutex_);
     sockets_.insert(socket);
     if (isEnding_) ::shutdown(socket, SHUT_RD);
   }
   {
-    Connection connection(context_.get(), socket);
+    Connection connection(context.get(), socket);
     if (connection.accept()) {
       serve(connection);
-    } else {
-      sayWhyHandshakeFailed();
+    } else if (sayWhyHandshakeFailed()) {
+      ++failedHandshakes_;
     }
   }
   const Lock lock(mutex_);

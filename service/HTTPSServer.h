@@ -3,7 +3,9 @@
 #include <httplib.h>
 #include <openssl/ssl.h>
 
+#include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <set>
@@ -27,17 +29,22 @@ class HTTPSServer : public httplib::Server {
 
   HTTPSServer(const Identity& identity, Refuse refuse);
 
-  bool is_valid() const override { return context_ != nullptr; }
+  bool is_valid() const override { return contextForNext() != nullptr; }
+
+  /// Shows another certificate to the clients that come from now on.
+  void show(const Identity& identity);
+  /// How many clients have come to no request, since they did not trust the certificate or speak no HTTPS.
+  std::int64_t failedHandshakes() const noexcept { return failedHandshakes_; }
 
   /// Lets every connection end after the answer that it is at, those still to come too.
   void endConnections();
 
  private:
   class Threads;
-  struct ContextDeleter {
-    void operator()(SSL_CTX* context) const noexcept { SSL_CTX_free(context); }
-  };
+  using Context = std::shared_ptr<SSL_CTX>;
 
+  static Context contextFor(const Identity& identity);
+  Context contextForNext() const;
   bool process_and_close_socket(socket_t socket) override;
   void serve(Connection& connection);
   bool answerOne(Connection& connection);
@@ -45,8 +52,9 @@ class HTTPSServer : public httplib::Server {
   static void finishHeaders(const httplib::Request& request, httplib::Response& response);
 
   const Refuse refuse_;
-  const std::unique_ptr<SSL_CTX, ContextDeleter> context_;
-  Mutex mutex_;
+  std::atomic<std::int64_t> failedHandshakes_ = 0;
+  mutable Mutex mutex_;
+  Context context_ LUMORA_GUARDED_BY(mutex_);
   bool isEnding_ LUMORA_GUARDED_BY(mutex_) = false;
   std::set<int> sockets_ LUMORA_GUARDED_BY(mutex_);
 };

@@ -298,4 +298,16 @@ const std::string& Service::certificateAuthorityFile() const noexcept {
   return state_->authority.file();
 }
 
+void Service::showCertificate(CertificateKind kind) {
+  state_->server.show(state_->authority.issue(state_->options.domain, kind));
+}
+
+std::int64_t Service::failedHandshakes() const noexcept {
+  return state_->server.failedHandshakes();
+}
+
+std::vector<std::int64_t> Service::strikes(const std::string& account) {
+  return state_->accounts.strikes(account);
+}
+
 }  // namespace lumora::service

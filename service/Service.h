@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "service/CertificateAuthority.h"
 #include "service/RequestRecord.h"
@@ -35,6 +37,13 @@ class Service {
   int port() const noexcept;
   /// The PEM file that clients are to trust.
   const std::string& certificateAuthorityFile() const noexcept;
+
+  /// What the clients that come from now on see. Any thread.
+  void showCertificate(CertificateKind kind);
+  /// How many clients have come to no request.
+  std::int64_t failedHandshakes() const noexcept;
+  /// How often each misbehaviour of the account has struck since the accounts file has changed, in its order.
+  std::vector<std::int64_t> strikes(const std::string& account);
 
  private:
   struct State;

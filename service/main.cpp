@@ -3,6 +3,7 @@
 #include <signal.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <charconv>
 #include <cstdio>
 #include <exception>
@@ -10,15 +11,17 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <random>
 #include <string>
 #include <string_view>
 
-#include "lumora/Platform/URL.h"
 #include "service/Accounts.h"
+#include "service/DeepLink.h"
 #include "service/PrivateFile.h"
 #include "service/RequestLog.h"
 #include "service/Service.h"
+#include "service/Studio.h"
+#include "service/StudioFiles.h"
+#include "service/StudioServer.h"
 
 namespace {
 
@@ -38,6 +41,8 @@ constexpr std::string_view kUsage = R"(usage: lumora-service --data DIR [options
   --ready-file FILE   receives port and authority once the service listens
   --json-log FILE     receives one JSON object per request
   --certificate KIND  good, expired, wrong-host or other-ca
+  --studio N          serves the studio, a page for a browser, on this port of 127.0.0.1; 0 picks a free one
+  --host PROGRAM      the terminal host that the studio's phones run; the one beside this program by default
 
 The accounts file says who may ask, for example acme at https://acme.lumora.example:
   {"accounts": {"acme": {"secret": "s3cret", "config": {}, "campaigns": []}}}
@@ -49,6 +54,9 @@ struct Options {
   lumora::service::ServiceOptions service;
   std::string readyFile;
   std::string jsonLog;
+  /// None: no studio.
+  std::optional<int> studioPort;
+  std::string hostProgram;
 };
 
 std::optional<int> parsePort(std::string_view text) {
@@ -70,10 +78,13 @@ std::optional<CertificateKind> parseCertificateKind(std::string_view text) {
 
 /// Whether there is an option of that name that takes that value.
 bool setOption(Options& options, std::string_view name, const std::string& value) {
-  const std::map<std::string_view, std::string*> texts{
-      {"--data", &options.service.dataDirectory},     {"--accounts", &options.service.accountsFile},
-      {"--assets", &options.service.assetsDirectory}, {"--domain", &options.service.domain},
-      {"--ready-file", &options.readyFile},           {"--json-log", &options.jsonLog}};
+  const std::map<std::string_view, std::string*> texts{{"--data", &options.service.dataDirectory},
+                                                       {"--accounts", &options.service.accountsFile},
+                                                       {"--assets", &options.service.assetsDirectory},
+                                                       {"--domain", &options.service.domain},
+                                                       {"--ready-file", &options.readyFile},
+                                                       {"--json-log", &options.jsonLog},
+                                                       {"--host", &options.hostProgram}};
   if (const auto text = texts.find(name); text != texts.end()) {
     *text->second = value;
     return true;
@@ -82,6 +93,10 @@ bool setOption(Options& options, std::string_view name, const std::string& value
     const auto port = parsePort(value);
     options.service.port = port.value_or(0);
     return port.has_value();
+  }
+  if (name == "--studio") {
+    options.studioPort = parsePort(value);
+    return options.studioPort.has_value();
   }
   if (name == "--certificate") {
     const auto kind = parseCertificateKind(value);
@@ -111,13 +126,34 @@ std::optional<Options> parseOptions(int count, char** arguments) {
   return options;
 }
 
-void announce(const lumora::service::Service& service, const std::string& readyFile) {
-  const nlohmann::ordered_json address{{"port", service.port()}, {"ca", service.certificateAuthorityFile()}};
+/// The studio's address is empty when there is no studio.
+void announce(const lumora::service::Service& service, const std::string& studio,
+              const std::string& readyFile) {
+  nlohmann::ordered_json address{{"port", service.port()}, {"ca", service.certificateAuthorityFile()}};
+  if (!studio.empty()) address["studio"] = studio;
   const std::string line = nlohmann::ordered_json{{"listening", address}}.dump() + '\n';
   std::fputs(line.c_str(), stdout);
   std::fflush(stdout);
   if (!readyFile.empty()) lumora::service::writePrivateFile(readyFile, address.dump() + '\n');
 }
+
+/// The studio with its server.
+struct RunningStudio {
+  RunningStudio(const Options& options, lumora::service::Service& service)
+      : studio({options.service.dataDirectory, options.service.accountsFile, options.service.assetsDirectory,
+                options.service.domain,
+                options.hostProgram.empty() ? lumora::service::hostBesideProgram() : options.hostProgram},
+               service) {
+    server.emplace(
+        lumora::service::StudioServer::Options{*options.studioPort, lumora::service::studioPageDirectory(),
+                                               lumora::service::messagePageFile(),
+                                               options.service.dataDirectory + "/studio-token"},
+        studio);
+  }
+
+  lumora::service::Studio studio;
+  std::optional<lumora::service::StudioServer> server;
+};
 
 int run(Options options) {
   // Blocked before the first thread starts, so that all of them leave the signals to sigwait.
@@ -129,11 +165,24 @@ int run(Options options) {
   ::umask(077);
 
   lumora::service::RequestLog log(options.jsonLog);
-  options.service.onRequest = [&log](const lumora::service::RequestRecord& record) { log.write(record); };
-  const lumora::service::Service service(std::move(options.service));
-  announce(service, options.readyFile);
+  std::atomic<lumora::service::Studio*> studio = nullptr;
+  lumora::service::ServiceOptions serviceOptions = options.service;
+  serviceOptions.onRequest = [&](const lumora::service::RequestRecord& record) {
+    log.write(record);
+    if (auto* const watching = studio.load()) watching->tell(record);
+  };
+  // Ends after the service, which tells it of requests until then.
+  std::optional<RunningStudio> running;
+  lumora::service::Service service(std::move(serviceOptions));
+  if (options.studioPort) {
+    running.emplace(options, service);
+    studio = &running->studio;
+  }
+  announce(service, running ? running->server->address() : "", options.readyFile);
   int signal = 0;
   sigwait(&endSignals, &signal);
+  // Its answers need the service.
+  if (running) running->server.reset();
   return 0;
 }
 
@@ -149,8 +198,7 @@ int printDeepLink(int count, char** arguments) {
     std::cerr << "lumora-service: no account " << name << " in " << arguments[4] << '\n';
     return kExitFailure;
   }
-  std::cout << "lmro" << name << "://add_test_device?secret=" << lumora::percentEscaped(account->secret)
-            << "&token=" << std::random_device{}() << '\n';
+  std::cout << lumora::service::deepLink(name, account->secret) << '\n';
   return 0;
 }
 

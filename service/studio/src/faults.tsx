@@ -1,0 +1,96 @@
+// The ways in which the service can be told to fail, each a switch, with how often it struck.
+import { useEffect, useState } from "preact/hooks";
+import { writeAccount } from "./accounts.ts";
+import { ask, send } from "./api.ts";
+import type { JSONObject } from "./api.ts";
+import { wordOf } from "./campaign.ts";
+import { accountOf, attempt, usePage } from "./store.ts";
+import { Button, Choice, Empty, Field, Switch } from "./ui.tsx";
+
+const KINDS: [name: string, label: string, fault: JSONObject][] = [
+  ["delay", "Answers after three seconds", { delay_ms: 3000 }],
+  ["before", "Closes the connection and does nothing", { drop: "before" }],
+  ["after", "Does what was asked for, then closes without an answer", { drop: "after" }],
+  ["status", "Answers 503", { status: 503, body: "" }],
+  ["body", "Answers something that is no JSON", { body: "<html>maintenance</html>" }],
+  ["truncate", "Sends half of the answer", { truncate: true }],
+];
+const ENDPOINTS: [string, string][] = [["all", "every request"], ["sync", "sync"], ["report", "reports"], ["test_device", "test devices"], ["assets", "pictures"]];
+const CERTIFICATES: [string, string][] = [["good", "good"], ["expired", "expired"], ["wrong-host", "for another host"], ["other-ca", "of another authority"]];
+
+interface Strikes {
+  strikes: number[];
+  failedHandshakes: number;
+}
+
+const without = ({ endpoint: _, times: __, ...rest }: JSONObject) => JSON.stringify(rest);
+
+export function FaultsView() {
+  const account = usePage(accountOf);
+  const name = usePage((page) => page.account);
+  const certificate = usePage((page) => page.certificate);
+  const request = usePage((page) => page.requests.at(-1)?.n);
+  const [counts, setCounts] = useState<Strikes>({ strikes: [], failedHandshakes: 0 });
+  const [endpoint, setEndpoint] = useState("all");
+  const [times, setTimes] = useState("");
+  const given = account.misbehave;
+  const faults = (Array.isArray(given) ? given : given ? [given] : []).filter((fault): fault is JSONObject => typeof fault === "object" && fault !== null && !Array.isArray(fault));
+  useEffect(() => {
+    const look = () => void ask<Strikes>("faults", { account: name }).then(setCounts, () => {});
+    const timer = setTimeout(look, 100);
+    // Who does not trust the certificate makes no request that the stream could tell of.
+    const again = setInterval(look, 3000);
+    return () => { clearTimeout(timer); clearInterval(again); };
+  }, [name, request, given]);
+  if (!name) return <Empty title="There is no account." />;
+  const write = (list: JSONObject[]) => writeAccount(list.length > 0 ? { path: ["misbehave"], value: list } : { path: ["misbehave"] });
+  const placed = (fault: JSONObject): JSONObject => ({ endpoint, ...fault, ...(times ? { times: Number(times) } : {}) });
+  return (
+    <div class="faults">
+      <fieldset>
+        <legend>What goes wrong</legend>
+        <div class="row">
+          <Choice label="Switches are for" value={endpoint} options={ENDPOINTS} onChange={setEndpoint} />
+          <Field label="How often">{(id) => <input id={id} type="number" min={1} placeholder="always" value={times} onInput={(event) => setTimes(event.currentTarget.value)} />}</Field>
+        </div>
+        <ul class="switches">
+          {KINDS.map(([kind, label, fault]) => {
+            const index = faults.findIndex((one) => (one.endpoint ?? "all") === endpoint && without(one) === JSON.stringify(fault));
+            return (
+              <li key={kind}>
+                <Switch label={label} isOn={index >= 0} onChange={(isOn) => void write(isOn ? [...faults, placed(fault)] : faults.filter((_, n) => n !== index))} />
+                {index >= 0 && <span class="strikes">struck {counts.strikes[index] ?? 0} ×</span>}
+              </li>
+            );
+          })}
+        </ul>
+      </fieldset>
+      <fieldset>
+        <legend>In the file</legend>
+        {faults.length === 0 ? <Empty title="Nothing goes wrong." /> : (
+          <ul class="switches">
+            {faults.map((fault, index) => (
+              <li key={index}>
+                <code>{JSON.stringify(fault).slice(0, 300)}</code>
+                <span class="strikes">struck {counts.strikes[index] ?? 0} ×{fault.times !== undefined && ` of ${wordOf(fault.times)}`}</span>
+                <Button onClick={() => write(faults.filter((_, n) => n !== index))}>Remove</Button>
+              </li>
+            ))}
+          </ul>
+        )}
+      </fieldset>
+      <fieldset>
+        <legend>Certificate</legend>
+        <div class="row" role="radiogroup" aria-label="Certificate">
+          {CERTIFICATES.map(([kind, label]) => (
+            <label key={kind} class="switch">
+              <input type="radio" name="certificate" checked={kind === certificate} onChange={() => void attempt(() => send("certificate", { kind }))} />
+              <span>{label}</span>
+            </label>
+          ))}
+        </div>
+        <p class="hint">Clients that came to no request: {counts.failedHandshakes}</p>
+      </fieldset>
+    </div>
+  );
+}

@@ -1,0 +1,163 @@
+// What the page knows, kept in step with the studio by its stream.
+import { useEffect, useState } from "preact/hooks";
+import { ask, messageAddress, Refusal } from "./api.ts";
+import type { AccountsFile, EventRow, JSONObject, Phone, Request, StudioState } from "./api.ts";
+
+export type Connection = "loading" | "live" | "lost" | "error";
+
+export interface Page {
+  connection: Connection;
+  problem: string;
+  service: StudioState["service"];
+  messagePage: string;
+  phones: Phone[];
+  phone: number;
+  accounts: AccountsFile;
+  account: string;
+  requests: Request[];
+  certificate: string;
+  events: { total: number; last: number };
+  /** The newest of the list, as they came by the stream. */
+  arrived: EventRow[];
+  /** Grows with each hint of the stream that something is to be asked for again. */
+  devices: number;
+  logs: { [phone: number]: number };
+  notice: { text: string; isBad: boolean; n: number } | null;
+}
+
+const MOST_REQUESTS = 1000;
+
+let page: Page = {
+  connection: "loading", problem: "", service: { port: 0, domain: "", authority: "" }, messagePage: "",
+  phones: [], phone: 0, accounts: { file: "", revision: "" }, account: "", requests: [], certificate: "good",
+  events: { total: 0, last: 0 }, arrived: [], devices: 0, logs: {}, notice: null,
+};
+const listeners = new Set<() => void>();
+
+export const current = (): Page => page;
+
+export function change(part: Partial<Page>): void {
+  page = { ...page, ...part };
+  for (const listener of listeners) listener();
+}
+
+/** The page's state, or a part of it; the component is drawn again when that part changes. */
+export function usePage<Part>(select: (page: Page) => Part): Part {
+  const [part, setPart] = useState(() => select(page));
+  useEffect(() => {
+    const look = () => setPart(() => select(page));
+    listeners.add(look);
+    look();
+    return () => void listeners.delete(look);
+  }, []);
+  return part;
+}
+
+let lastNotice = 0;
+
+export function say(text: string, isBad = false): void {
+  change({ notice: { text, isBad, n: ++lastNotice } });
+}
+
+/** Does something that may be refused, and says so then. Gives whether it was done. */
+export async function attempt(work: () => Promise<unknown>): Promise<boolean> {
+  try {
+    await work();
+    return true;
+  } catch (error) {
+    say(error instanceof Error ? error.message : String(error), true);
+    return false;
+  }
+}
+
+/* The stream */
+
+let stream: EventSource | null = null;
+let retry = 0;
+
+function takePhone(phone: Phone): void {
+  const others = page.phones.filter(({ id }) => id !== phone.id);
+  change({ phones: [...others, phone].sort((one, other) => one.id - other.id), phone: page.phone || phone.id });
+}
+
+function forgetPhone(id: number): void {
+  const phones = page.phones.filter((phone) => phone.id !== id);
+  change({ phones, phone: page.phone === id ? (phones[0]?.id ?? 0) : page.phone });
+}
+
+export async function readAccounts(): Promise<void> {
+  takeAccounts(await ask<AccountsFile>("accounts"));
+}
+
+export function takeAccounts(accounts: AccountsFile): void {
+  const names = Object.keys(accounts.accounts ?? {});
+  change({ accounts, account: names.includes(page.account) ? page.account : (names[0] ?? "") });
+}
+
+const takers: Record<string, (data: any) => void> = {
+  phone: takePhone,
+  "phone-gone": ({ id }) => forgetPhone(id),
+  request: (request: Request) => {
+    if (request.n > (page.requests.at(-1)?.n ?? 0)) change({ requests: [...page.requests.slice(1 - MOST_REQUESTS), request] });
+  },
+  events: ({ total, last, rows }) => last > page.events.last && change({ events: { total, last }, arrived: rows }),
+  log: ({ phone, last }) => change({ logs: { ...page.logs, [phone]: last } }),
+  accounts: () => void attempt(readAccounts),
+  devices: () => change({ devices: page.devices + 1 }),
+  certificate: ({ kind }) => change({ certificate: kind }),
+  reset: () => void connect(),
+};
+
+/** Asks for everything, and follows the stream from there. */
+export async function connect(): Promise<void> {
+  clearTimeout(retry);
+  stream?.close();
+  try {
+    const { feed, accounts, ...state } = await ask<StudioState>("state");
+    const messagePage = await messageAddress();
+    const phone = state.phones.some(({ id }) => id === page.phone) ? page.phone : (state.phones[0]?.id ?? 0);
+    change({ ...state, messagePage, phone, connection: "live", problem: "", arrived: [] });
+    takeAccounts(accounts);
+    follow(feed);
+  } catch (error) {
+    const isRefused = error instanceof Refusal && error.status === 403;
+    change({ connection: isRefused ? "error" : "lost", problem: error instanceof Error ? error.message : "" });
+    retry = window.setTimeout(connect, 1000);
+  }
+}
+
+function follow(feed: number): void {
+  const followed = new EventSource(`live?after=${feed}`);
+  stream = followed;
+  for (const [type, take] of Object.entries(takers)) {
+    followed.addEventListener(type, ({ data }) => stream === followed && take(JSON.parse(data)));
+  }
+  followed.onopen = () => stream === followed && change({ connection: "live" });
+  followed.onerror = () => {
+    if (stream !== followed) return;
+    change({ connection: "lost" });
+    // The browser tries again by itself, unless it was refused.
+    if (followed.readyState === EventSource.CLOSED) retry = window.setTimeout(connect, 1000);
+  };
+}
+
+/** A page that nobody sees asks for nothing. */
+document.addEventListener("visibilitychange", () => {
+  clearTimeout(retry);
+  if (document.hidden) {
+    stream?.close();
+    stream = null;
+  } else {
+    void connect();
+  }
+});
+
+/* What several views ask for */
+
+export const accountOf = ({ accounts, account }: Page): JSONObject => accounts.accounts?.[account] ?? {};
+export const phoneOf = ({ phones, phone }: Page): Phone | undefined => phones.find(({ id }) => id === phone);
+
+export function campaignsOf(shown: Page): JSONObject[] {
+  const list = accountOf(shown).campaigns;
+  return Array.isArray(list) ? (list.filter((one) => typeof one === "object" && one !== null && !Array.isArray(one)) as JSONObject[]) : [];
+}
