@@ -12,8 +12,7 @@ constexpr const char* kSummary =
     "SELECT id, account, uuid, received, length(event) AS size, substr(event, 1, 160) AS text, "
     "CASE WHEN json_valid(event) THEN substr(json_extract(event, '$.event_type'), 1, 80) END AS kind, "
     "CASE WHEN json_valid(event) THEN substr(coalesce(json_extract(event, '$.name'), "
-    "json_extract(event, '$.' || json_extract(event, '$.event_type') || '.subtype')), 1, 160) END AS name "
-    "FROM events ";
+    "json_extract(event, '$.push.subtype'), json_extract(event, '$.inapp.subtype')), 1, 160) END AS name ";
 
 /// The conditions of a filter, with what they are filled with.
 std::string conditionsOf(const EventFilter& filter, std::vector<JSON>& arguments) {
@@ -92,14 +91,23 @@ JSON EventQueries::page(const EventFilter& filter, std::int64_t position, std::i
   const std::string conditions = conditionsOf(filter, arguments);
   const JSON total = rows("SELECT COUNT(*) AS total FROM events " + conditions, arguments);
   arguments.insert(arguments.end(), {count, position});
-  return {{"total", total[0]["total"]},
-          {"rows", rows(kSummary + conditions + " ORDER BY id LIMIT ? OFFSET ?", arguments)}};
+  return {
+      {"total", total[0]["total"]},
+      {"rows", rows(kSummary + ("FROM events " + conditions) + " ORDER BY id LIMIT ? OFFSET ?", arguments)}};
+}
+
+JSON EventQueries::extent() {
+  return rows("SELECT COUNT(*) AS total, COALESCE(MAX(id), 0) AS last FROM events", {})[0];
 }
 
 JSON EventQueries::newest(std::int64_t after) {
-  return rows(
-      "SELECT * FROM (" + std::string(kSummary) + "WHERE id > ? ORDER BY id DESC LIMIT 20) ORDER BY id",
-      {after});
+  // One statement, so that the count and the rows are of the same moment.
+  JSON found = rows("SELECT * FROM (" + std::string(kSummary) +
+                        ", (SELECT COUNT(*) FROM events WHERE id > ?1) AS fresh FROM events WHERE id > ?1 "
+                        "ORDER BY id DESC LIMIT 20) ORDER BY id",
+                    {after});
+  const JSON fresh = found.empty() ? JSON(0) : found[0]["fresh"];
+  return {{"fresh", fresh}, {"rows", std::move(found)}};
 }
 
 JSON EventQueries::event(std::int64_t id) {

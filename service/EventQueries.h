@@ -30,7 +30,10 @@ class EventQueries {
 
   /// "total", and "rows": summaries of the events from the given position on, in order of arrival.
   JSON page(const EventFilter& filter, std::int64_t position, std::int64_t count);
-  /// The summaries of the newest events after the one of that number, the oldest first; twenty at most.
+  /// "total", and "last", the number of the newest.
+  JSON extent();
+  /// "fresh", how many there are after the one of that number, and "rows": summaries of the newest of them,
+  /// twenty at most, the oldest first.
   JSON newest(std::int64_t after);
   /// The event whole; null when there is none.
   JSON event(std::int64_t id);

@@ -79,6 +79,7 @@ void Phone::launch(const std::string& account, const std::string& secret,
   if (launchOptions) init.emplace_back(*launchOptions);
   run(init);
   run({"device-id"});
+  run({"push-token"});
 }
 
 void Phone::start() {

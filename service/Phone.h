@@ -93,7 +93,8 @@ class Phone {
   std::shared_ptr<HostProcess> takeProcess();
   std::vector<std::string> commandLine() const LUMORA_REQUIRES(mutex_);
   JSON describe() const LUMORA_REQUIRES(mutex_);
-  void tellState() const LUMORA_REQUIRES(mutex_);
+  /// Only when something has changed since it was told last.
+  void tellState() LUMORA_REQUIRES(mutex_);
 
   const std::string directory_;
   const PhoneWorld& world_;
@@ -108,6 +109,7 @@ class Phone {
   /// What is seen on the screen, by the names of the description.
   JSON seen_ LUMORA_GUARDED_BY(mutex_);
   JSON screen_ LUMORA_GUARDED_BY(mutex_);
+  JSON told_ LUMORA_GUARDED_BY(mutex_);
   std::deque<LogLine> log_ LUMORA_GUARDED_BY(mutex_);
   std::uint64_t lastLogLine_ LUMORA_GUARDED_BY(mutex_) = 0;
   bool isLogTold_ LUMORA_GUARDED_BY(mutex_) = false;

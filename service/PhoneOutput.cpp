@@ -47,8 +47,11 @@ JSON Phone::description() const {
   return describe();
 }
 
-void Phone::tellState() const {
-  world_.feed.tell("phone", describe());
+void Phone::tellState() {
+  JSON now = describe();
+  if (now == told_) return;
+  world_.feed.tell("phone", now);
+  told_ = std::move(now);
 }
 
 JSON Phone::screen() const {
@@ -106,6 +109,7 @@ void Phone::takeAnswer(const JSON& answer) {
 void Phone::noteEffect(const Pending& pending, const JSON& result) {
   const std::string word = wordAt(pending.words, 0);
   const std::string first = wordAt(pending.words, 1);
+  if (word != "setting") seen_["commands"] = seen_.value("commands", 0) + 1;
   // What comes before the initialisation repeats what was set in an earlier launch.
   if (word == "advance" && seen_.contains("initialised"))
     settings_.ahead += std::strtod(first.c_str(), nullptr);
@@ -115,6 +119,7 @@ void Phone::noteEffect(const Pending& pending, const JSON& result) {
   if (word == "state") seen_["state"] = first;
   if (word == "init") seen_["initialised"] = true;
   if (word == "device-id") seen_["device"] = result;
+  if (word == "push-token") seen_["token"] = result;
   if (word == "register-push") seen_["token"] = first;
   if (word == "unregister-push") seen_["token"] = nullptr;
   if (word == "answer" && result == true) forgetAlert(pending.alert);

@@ -44,9 +44,9 @@ Studio::Studio(Options options, Service& service)
   CampaignVerdict::prepare({options_.dataDirectory + "/verdicts", options_.assetsDirectory, options_.domain});
   {
     const Lock lock(mutex_);
-    eventCount_ = queries_.page({}, 0, 0)["total"];
-    const JSON newest = queries_.newest(0);
-    if (!newest.empty()) lastEvent_ = newest.back()["id"];
+    const JSON extent = queries_.extent();
+    eventCount_ = extent["total"];
+    lastEvent_ = extent["last"];
   }
   watcher_ = std::thread([this] { watchAccounts(); });
 }
@@ -70,10 +70,12 @@ void Studio::tell(const RequestRecord& record) {
     requests_.push_back(request);
     if (requests_.size() > kMostRequests) requests_.pop_front();
     if (record.events.value_or(0) > 0) {
-      JSON rows = queries_.newest(lastEvent_);
+      // Maybe with those of a report at the same time, which finds none left then.
+      JSON newest = queries_.newest(lastEvent_);
+      JSON& rows = newest["rows"];
       if (!rows.empty()) lastEvent_ = rows.back()["id"];
-      eventCount_ += static_cast<std::int64_t>(*record.events);
-      news = {{"total", eventCount_}, {"last", lastEvent_}, {"rows", std::move(rows)}};
+      eventCount_ += newest["fresh"].get<std::int64_t>();
+      if (!rows.empty()) news = {{"total", eventCount_}, {"last", lastEvent_}, {"rows", std::move(rows)}};
     }
     // Told in the order in which they are numbered.
     feed_.tell("request", request);

@@ -78,6 +78,16 @@ std::vector<std::string> partsOf(std::string_view path) {
   return parts;
 }
 
+/// As it is: the HTTP library compresses what it is given whole, which costs more here than it saves.
+void setBody(httplib::Response& response, std::string body, const std::string& type) {
+  const std::size_t size = body.size();
+  if (size == 0) return;
+  response.set_content_provider(
+      size, type, [body = std::move(body)](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
+        return sink.write(body.data() + offset, length);
+      });
+}
+
 /// The body's entries and the query's. A deeper object than any campaign is none.
 JSON argumentsOf(const httplib::Request& request) {
   bool isTooDeep = false;
@@ -139,8 +149,9 @@ std::string StudioServer::address() const {
 }
 
 void StudioServer::readFiles(const std::string& pageDirectory, const std::string& messagePage) {
-  const std::pair<const char*, const char*> pageFiles[] = {
-      {"index.html", "text/html"}, {"studio.js", "text/javascript"}, {"studio.css", "text/css"}};
+  const std::pair<const char*, const char*> pageFiles[] = {{"index.html", "text/html; charset=utf-8"},
+                                                           {"studio.js", "text/javascript; charset=utf-8"},
+                                                           {"studio.css", "text/css"}};
   for (const auto& [name, type] : pageFiles) files_[name] = {contentOf(pageDirectory + '/' + name), type};
   if (files_["index.html"].content.empty()) files_["index.html"].content = kNoPage;
   files_[""] = files_["index.html"];
@@ -176,9 +187,9 @@ void StudioServer::handle(const httplib::Request& request, httplib::Response& re
   setHeaders(response, isMessagePage);
   if (!isFromHere(request) || (!isMessagePage && !isSame(token, token_))) {
     response.status = 403;
-    response.set_content("Refused.\n", "text/plain");
+    setBody(response, "Refused.\n", "text/plain");
   } else if (isMessagePage) {
-    response.set_content(messagePage_, "text/html");
+    setBody(response, messagePage_, "text/html; charset=utf-8");
   } else {
     answer(request, path, response);
   }
@@ -194,14 +205,14 @@ void StudioServer::answer(const httplib::Request& request, std::string_view path
     const StudioAnswer result = studio_.answer(
         {request.method, partsOf(path.substr(questions.size())), argumentsOf(request), request.body});
     response.status = result.status;
-    response.set_content(result.body, result.contentType);
+    setBody(response, result.body, result.contentType);
   } else if (request.method == "GET" && path == "message-address") {
-    response.set_content('/' + messageToken_ + "/message", "text/plain");
+    setBody(response, '/' + messageToken_ + "/message", "text/plain");
   } else if (request.method == "GET" && file != files_.end() && !file->second.content.empty()) {
-    response.set_content(file->second.content, file->second.type);
+    setBody(response, file->second.content, file->second.type);
   } else {
     response.status = 404;
-    response.set_content("There is nothing at this path.\n", "text/plain");
+    setBody(response, "There is nothing at this path.\n", "text/plain");
   }
 }
 
@@ -209,7 +220,7 @@ void StudioServer::stream(const httplib::Request& request, httplib::Response& re
   if (streams_.fetch_add(1) >= kMostStreams) {
     --streams_;
     response.status = 503;
-    response.set_content("There are 16 pages already.\n", "text/plain");
+    setBody(response, "There are 16 pages already.\n", "text/plain");
     return;
   }
   const std::string known = request.has_header("Last-Event-ID") ? request.get_header_value("Last-Event-ID")
@@ -221,7 +232,7 @@ void StudioServer::stream(const httplib::Request& request, httplib::Response& re
       "text/event-stream",
       [this, last, isFirst](std::size_t, httplib::DataSink& sink) mutable {
         // The first bytes open the stream; later ones of this kind find out that nobody reads any more.
-        constexpr std::string_view nothing = ":\n\n";
+        const std::string_view nothing = isFirst ? "retry: 500\n\n" : ":\n\n";
         const auto messages = isFirst ? LiveFeed::Messages{"", last, false} : studio_.feed().next(last);
         isFirst = false;
         last = messages.last;

@@ -1,6 +1,7 @@
 // A service with its studio, and a browser that looks at it. Everything ends with the world that started it.
 import { spawn } from "node:child_process";
 import { cpSync, existsSync, mkdtempSync, readFileSync, renameSync, rmSync, writeFileSync } from "node:fs";
+import https from "node:https";
 import { createRequire } from "node:module";
 import { tmpdir } from "node:os";
 import path from "node:path";
@@ -13,6 +14,11 @@ export const examples = path.join(STUDIO_SOURCE, "examples");
 
 /** For a busy machine. */
 export const PATIENCE = 60_000;
+
+/** One for all worlds. */
+let browser;
+
+export const closeBrowser = () => browser?.close();
 
 export class World {
   static async start({ width = 1400, height = 1000, before = () => {} } = {}) {
@@ -33,8 +39,8 @@ export class World {
     cpSync(path.join(examples, "campaigns/assets"), path.join(this.folder, "assets"), { recursive: true });
     before(this);
     await this.startService();
-    this.browser = await chromium.launch({ executablePath: "/usr/bin/chromium", args: ["--no-sandbox", "--disable-quic", "--disable-dev-shm-usage"] });
-    this.context = await this.browser.newContext({ viewport: { width, height }, reducedMotion: "reduce", locale: "en-GB" });
+    browser ??= await chromium.launch({ executablePath: "/usr/bin/chromium", args: ["--no-sandbox", "--disable-quic", "--disable-dev-shm-usage"] });
+    this.context = await browser.newContext({ viewport: { width, height }, reducedMotion: "reduce", locale: "en-GB" });
     this.context.setDefaultTimeout(PATIENCE);
     this.faults = [];
     this.page = await this.open();
@@ -47,7 +53,8 @@ export class World {
     for (const end = Date.now() + PATIENCE; !existsSync(ready); await new Promise((resolve) => setTimeout(resolve, 20))) {
       if (Date.now() > end || this.service.exitCode !== null) throw new Error("the service did not start");
     }
-    this.address = JSON.parse(readFileSync(ready, "utf8")).studio;
+    const { studio, port } = JSON.parse(readFileSync(ready, "utf8"));
+    Object.assign(this, { address: studio, port });
   }
 
   /** Another page on the studio. What its policy or its console complains of is a fault. */
@@ -91,6 +98,18 @@ export class World {
     await page.locator(".event-row").filter({ hasText: "init" }).first().waitFor();
   }
 
+  /** What a device would send: events, one JSON object each, in one report. */
+  report(events) {
+    const body = events.map((event) => JSON.stringify(event)).join("\n");
+    const headers = { Host: "acme.lumora.example", sec: this.accounts().acme.secret, uuid: "device-of-a-test", "Content-Length": Buffer.byteLength(body) };
+    return new Promise((resolve, reject) => {
+      const request = https.request({ host: "127.0.0.1", port: this.port, path: "/report/events/", method: "POST", headers, ca: readFileSync(path.join(this.folder, "data/ca.pem")), servername: "acme.lumora.example" }, (response) => {
+        response.resume().on("end", () => resolve(response.statusCode));
+      });
+      request.on("error", reject).end(body);
+    });
+  }
+
   /** A person's tap into the message on the phone, whose frame is drawn smaller than it is. */
   async tapMessage(part, page = this.page) {
     const place = await page.locator('iframe[title="Message on the phone"]').boundingBox();
@@ -104,7 +123,7 @@ export class World {
   }
 
   async end() {
-    await this.browser?.close();
+    await this.context?.close();
     this.service?.kill("SIGTERM");
     if (this.service?.exitCode === null) await new Promise((resolve) => this.service.once("exit", resolve));
     rmSync(this.folder, { recursive: true, force: true });

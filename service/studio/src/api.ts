@@ -30,6 +30,8 @@ export interface Phone {
   online: boolean;
   status: "running" | "ended";
   state?: string;
+  /** How many commands have been run that may have changed something. */
+  commands?: number;
   device?: string | null;
   token?: string | null;
   screen?: number;

@@ -30,7 +30,7 @@ function Stored({ phone }: { phone: Phone }) {
     };
     const timer = setTimeout(() => void look().catch(() => {}), 400);
     return () => { isWanted = false; clearTimeout(timer); };
-  }, [phone.id, phone.status, phone.state, phone.screen, phone.ahead, phone.online, requests, usePage((page) => page.logs[phone.id])]);
+  }, [phone.id, phone.status, phone.commands, phone.screen, requests]);
   return (
     <dl class="stored">
       <dt>Events waiting</dt><dd>{waiting ?? "—"}</dd>

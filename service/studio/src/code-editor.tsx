@@ -34,7 +34,7 @@ export function CodeEditor({ label, text, onChange }: CodeEditorProps) {
       const isPersons = update.transactions.some((one) => ["input", "delete", "undo", "redo", "move"].some((event) => one.isUserEvent(event)));
       if (update.docChanged && isPersons) told.current(update.state.doc.toString());
     });
-    const editor = new EditorView({ doc: text, parent: root, root, extensions: [basicSetup, json(), linter(jsonParseLinter()), EditorView.lineWrapping, THEME, EditorView.contentAttributes.of({ "aria-label": label }), tell] });
+    const editor = new EditorView({ doc: text, parent: root, root, extensions: [basicSetup, json(), linter(jsonParseLinter()), EditorView.lineWrapping, THEME, EditorView.contentAttributes.of({ "aria-label": label, tabindex: "0" }), tell] });
     view.current = editor;
     return () => editor.destroy();
   }, []);

@@ -32,6 +32,13 @@ function useRows(filter: Filter) {
   const blocks = useRef(new Map<number, EventRow[]>());
   const asked = useRef(new Set<number>());
 
+  const keep = (block: number, rows: EventRow[]) => {
+    const own = blocks.current;
+    own.delete(block);
+    own.set(block, rows);
+    for (const key of own.keys()) if (own.size > MOST_BLOCKS && key !== block) own.delete(key);
+  };
+
   const read = async (block: number) => {
     if (asked.current.has(block)) return;
     asked.current.add(block);
@@ -41,10 +48,8 @@ function useRows(filter: Filter) {
     asked.current.delete(block);
     setWaiting(false);
     if (!answer || blocks.current !== own) return;
-    own.delete(block);
-    own.set(block, answer.rows);
-    for (const key of own.keys()) if (own.size > MOST_BLOCKS && key !== block) own.delete(key);
-    setCount(answer.total);
+    keep(block, answer.rows);
+    if (isFiltered) setCount(answer.total);
     redraw((n) => n + 1);
   };
 
@@ -64,7 +69,7 @@ function useRows(filter: Filter) {
       const position = total - arrived.length + index;
       const block = blocks.current.get(Math.floor(position / BLOCK)) ?? [];
       block[position % BLOCK] = row;
-      blocks.current.set(Math.floor(position / BLOCK), block);
+      keep(Math.floor(position / BLOCK), block);
     });
     setCount(total);
   }, [total]);

@@ -1,0 +1,25 @@
+# Fetches the packages of the page and builds it:  cmake -DNPM=… -DNODE=… -DWORK=FOLDER -DPAGE=FOLDER -P build.cmake
+# Who has no network has everything but the page, so a failure is told, and tried again by the next build.
+set(source "${CMAKE_CURRENT_LIST_DIR}")
+set(no_page "The page of the studio is not built; all else is. The next build tries again.")
+
+file(MAKE_DIRECTORY "${WORK}")
+file(SHA256 "${source}/package-lock.json" wanted)
+set(fetched "")
+if(EXISTS "${WORK}/fetched")
+  file(READ "${WORK}/fetched" fetched)
+endif()
+if(NOT fetched STREQUAL wanted)
+  file(COPY "${source}/package.json" "${source}/package-lock.json" "${source}/.npmrc" DESTINATION "${WORK}")
+  execute_process(COMMAND "${NPM}" ci --silent --ignore-scripts WORKING_DIRECTORY "${WORK}" RESULT_VARIABLE failure)
+  if(failure)
+    message(NOTICE "npm could not fetch its packages. ${no_page}")
+    return()
+  endif()
+  file(WRITE "${WORK}/fetched" "${wanted}")
+endif()
+
+execute_process(COMMAND "${NODE}" "${source}/build.mjs" "${PAGE}" "${WORK}/node_modules" RESULT_VARIABLE failure)
+if(failure)
+  message(NOTICE "${no_page}")
+endif()
