@@ -9,12 +9,11 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <stdexcept>
 
 #include "lumora/Platform/ASCII.h"
+#include "service/Files.h"
 
 namespace lumora::service {
 namespace {
@@ -104,9 +103,9 @@ std::vector<Misbehaviour> misbehavioursFrom(const JSON& account) {
 }
 
 std::string contentOf(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) throw std::runtime_error(std::string("it cannot be read: ") + std::strerror(errno));
-  return {std::istreambuf_iterator<char>(stream), {}};
+  auto content = readFile(file);
+  if (!content) throw std::runtime_error(std::string("it cannot be read: ") + std::strerror(errno));
+  return std::move(*content);
 }
 
 }  // namespace
@@ -131,7 +130,7 @@ void Accounts::readAgain() {
   try {
     const AccountsFile content = parseAccountsFile(contentOf(file_));
     for (const std::string& notice : content.notices) std::cerr << file_ << ": " << notice << '\n';
-    take(content.accounts);
+    take(content);
   } catch (const std::runtime_error& error) {
     std::cerr << file_ << ": " << error.what() << "; "
               << (accounts_.empty() ? "there are no accounts until it is mended; --help shows one\n"
@@ -139,10 +138,11 @@ void Accounts::readAgain() {
   }
 }
 
-void Accounts::take(const JSON& accounts) {
+void Accounts::take(const AccountsFile& content) {
+  certificate_ = content.certificate;
   accounts_.clear();
   misbehaviours_.clear();
-  for (const auto& [id, source] : accounts.items()) {
+  for (const auto& [id, source] : content.accounts.items()) {
     if (!source.is_object()) continue;
     // Of two identifiers that differ by case alone the later one holds: host names have no case.
     accounts_[lowerCase(id)] = std::make_shared<const Account>(accountFrom(id, source));
@@ -169,6 +169,12 @@ std::optional<Misbehaviour> Accounts::takeMisbehaviour(const Account& account, s
     return misbehaviour;
   }
   return std::nullopt;
+}
+
+std::optional<CertificateKind> Accounts::certificate() {
+  const Lock lock(mutex_);
+  readAgain();
+  return certificate_;
 }
 
 std::vector<std::int64_t> Accounts::strikes(std::string_view id) {

@@ -58,6 +58,8 @@ class Accounts {
 
   /// The misbehaviour that is due for this request, which counts as one of its times.
   std::optional<Misbehaviour> takeMisbehaviour(const Account& account, std::string_view endpoint);
+  /// What the service is to show, if the file says so.
+  std::optional<CertificateKind> certificate();
   /// How often each of the account's has been taken since the file has changed.
   std::vector<std::int64_t> strikes(std::string_view id);
 
@@ -71,12 +73,13 @@ class Accounts {
 
   static FileState stateOf(const std::string& file);
   void readAgain() LUMORA_REQUIRES(mutex_);
-  void take(const JSON& accounts) LUMORA_REQUIRES(mutex_);
+  void take(const AccountsFile& content) LUMORA_REQUIRES(mutex_);
 
   const std::string file_;
   Mutex mutex_;
   std::optional<FileState> state_ LUMORA_GUARDED_BY(mutex_);
   std::map<std::string, std::shared_ptr<const Account>, std::less<>> accounts_ LUMORA_GUARDED_BY(mutex_);
+  std::optional<CertificateKind> certificate_ LUMORA_GUARDED_BY(mutex_);
   std::map<std::string, std::vector<Misbehaviour>, std::less<>> misbehaviours_ LUMORA_GUARDED_BY(mutex_);
 };
 

@@ -8,21 +8,13 @@
 
 #include <array>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <stdexcept>
 
-#include "service/PrivateFile.h"
+#include "service/Files.h"
 
 namespace lumora::service {
 namespace {
-
-std::optional<std::string> contentOf(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) return std::nullopt;
-  return std::string(std::istreambuf_iterator<char>(stream), {});
-}
 
 std::string revisionOf(std::string_view content) {
   std::array<unsigned char, EVP_MAX_MD_SIZE> digest;
@@ -73,7 +65,7 @@ void apply(JSON& content, const JSON& change) {
 }  // namespace
 
 JSON AccountsEditor::read() const {
-  const auto content = contentOf(file_);
+  const auto content = readFile(file_);
   JSON result{{"file", file_}, {"revision", content ? revisionOf(*content) : ""}};
   if (!content) {
     result["error"] = "There is no such file yet, or it cannot be read.";
@@ -92,7 +84,7 @@ JSON AccountsEditor::read() const {
 
 AccountsEditor::Outcome AccountsEditor::change(const std::string& revision, const JSON& changes) {
   const Lock lock(mutex_);
-  const auto content = contentOf(file_);
+  const auto content = readFile(file_);
   // A file that is not there yet has no revision.
   if ((content ? revisionOf(*content) : "") != revision) {
     return {Outcome::changedMeanwhile, "The file was changed meanwhile; what stands in it holds."};

@@ -81,7 +81,13 @@ bool isObjectOrListOfThem(const JSON& value) {
 
 constexpr std::string_view kCountWanted = "a whole number from 0 to 1000000000";
 
-constexpr KnownKey kFileKeys[] = {{"accounts", isAnything, ""}};
+constexpr KnownKey kFileKeys[] = {{"accounts", isAnything, ""},
+                                  {"certificate",
+                                   [](const JSON& value) {
+                                     return value.is_string() &&
+                                            certificateKindOf(value.get_ref<const std::string&>());
+                                   },
+                                   "good, expired, wrong-host or other-ca"}};
 
 constexpr KnownKey kAccountKeys[] = {
     {"secret", [](const JSON& value) { return isText(value) && value != ""; }, "a text that is not empty"},
@@ -237,6 +243,8 @@ AccountsFile parseAccountsFile(std::string_view text) {
   if (!content.is_object() || !content.contains("accounts") || !content["accounts"].is_object())
     throw std::runtime_error("it has no object \"accounts\"");
   file.accounts = std::move(content["accounts"]);
+  if (content.contains("certificate"))
+    file.certificate = certificateKindOf(content["certificate"].get_ref<const std::string&>());
   return file;
 }
 

@@ -15,6 +15,7 @@
 #include "lumora/Platform/Linux/LinuxPlatform.h"
 #include "lumora/Platform/Mutex.h"
 #include "lumora/Platform/URL.h"
+#include "service/Files.h"
 #include "service/Pictures.h"
 
 namespace lumora::service {

@@ -12,7 +12,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "service/PrivateFile.h"
+#include "service/Files.h"
 
 namespace lumora::service {
 namespace {
@@ -114,6 +114,14 @@ Identity read(const std::string& certificateFile, const std::string& keyFile) {
 }
 
 }  // namespace
+
+std::optional<CertificateKind> certificateKindOf(std::string_view name) {
+  if (name == "good") return CertificateKind::good;
+  if (name == "expired") return CertificateKind::expired;
+  if (name == "wrong-host") return CertificateKind::wrongHost;
+  if (name == "other-ca") return CertificateKind::otherAuthority;
+  return std::nullopt;
+}
 
 CertificateAuthority::CertificateAuthority(const std::string& directory)
     : file_(std::filesystem::absolute(directory) / "ca.pem") {

@@ -4,7 +4,9 @@
 #include <openssl/x509.h>
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace lumora::service {
 
@@ -23,6 +25,9 @@ struct Identity {
 
 /// What the service shows to its clients. All but the first must be refused by them.
 enum class CertificateKind { good, expired, wrongHost, otherAuthority };
+
+/// By the name that people write: good, expired, wrong-host or other-ca.
+std::optional<CertificateKind> certificateKindOf(std::string_view name);
 
 /// The certificate authority of one data folder. Its certificate, `ca.pem`, is what clients are told to
 /// trust; its key, `ca.key`, is readable by its owner only. Both are made once and then kept.

@@ -5,11 +5,10 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <vector>
 
 #include "lumora/Platform/ASCII.h"
+#include "service/Files.h"
 
 namespace lumora::service {
 namespace {
@@ -79,13 +78,6 @@ std::string contentTypeOf(const std::filesystem::path& file) {
 /// An account without a secret lets nobody in.
 bool isSecretOf(const Account& account, std::string_view text) {
   return !account.secret.empty() && text == account.secret;
-}
-
-/// Whether a name from the network stays in the folder that it is looked up in.
-bool isPlainFileName(std::string_view name) {
-  constexpr std::string_view separators("/\0", 2);
-  return !name.empty() && name != "." && name != ".." &&
-         name.find_first_of(separators) == std::string_view::npos;
 }
 
 }  // namespace
@@ -163,8 +155,7 @@ Answer Endpoints::asset(const std::string& name) const {
   if (!isPlainFileName(name) || !std::filesystem::is_regular_file(file, error)) {
     return refusal("There is no such asset.", 404);
   }
-  std::ifstream stream(file, std::ios::binary);
-  return {.body = {std::istreambuf_iterator<char>(stream), {}}, .contentType = contentTypeOf(file)};
+  return {.body = readFile(file.string()).value_or(""), .contentType = contentTypeOf(file)};
 }
 
 }  // namespace lumora::service

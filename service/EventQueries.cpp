@@ -1,31 +1,41 @@
 // What the studio asks of the archive's file. It is written by EventArchive.cpp.
 #include "service/EventQueries.h"
 
+#include <fmt/format.h>
+
 #include <stdexcept>
 #include <utility>
 
 namespace lumora::service {
 namespace {
 
+constexpr const char* kKind = "CASE WHEN json_valid(event) THEN json_extract(event, '$.event_type') END";
+
+/// What tells events of a kind apart.
+constexpr const char* kName =
+    "CASE WHEN json_valid(event) THEN coalesce(json_extract(event, '$.name'), "
+    "json_extract(event, '$.push.subtype'), json_extract(event, '$.inapp.subtype')) END";
+
 /// Texts of people may be as long as a report; a list shows their beginnings.
-constexpr const char* kSummary =
-    "SELECT id, account, uuid, received, length(event) AS size, substr(event, 1, 160) AS text, "
-    "CASE WHEN json_valid(event) THEN substr(json_extract(event, '$.event_type'), 1, 80) END AS kind, "
-    "CASE WHEN json_valid(event) THEN substr(coalesce(json_extract(event, '$.name'), "
-    "json_extract(event, '$.push.subtype'), json_extract(event, '$.inapp.subtype')), 1, 160) END AS name ";
+std::string summary() {
+  return fmt::format(
+      "SELECT id, account, uuid, received, length(event) AS size, substr(event, 1, 160) AS text, "
+      "substr({}, 1, 80) AS kind, substr({}, 1, 160) AS name ",
+      kKind, kName);
+}
 
 /// The conditions of a filter, with what they are filled with.
 std::string conditionsOf(const EventFilter& filter, std::vector<JSON>& arguments) {
   std::string text = "WHERE true";
-  const auto add = [&](const char* condition, const std::string& value) {
+  const auto add = [&](const std::string& condition, const std::string& value) {
     if (value.empty()) return;
-    text += std::string(" AND ") + condition;
+    text += " AND " + condition;
     arguments.emplace_back(value);
   };
   add("account = ?", filter.account);
   add("uuid = ?", filter.device);
-  add("json_valid(event) AND json_extract(event, '$.event_type') = ?", filter.kind);
-  add("json_valid(event) AND json_extract(event, '$.name') = ?", filter.name);
+  add(std::string(kKind) + " = ?", filter.kind);
+  add(fmt::format("instr(lower({}), lower(?)) > 0", kName), filter.name);
   add("instr(lower(event), lower(?)) > 0", filter.search);
   return text;
 }
@@ -93,7 +103,7 @@ JSON EventQueries::page(const EventFilter& filter, std::int64_t position, std::i
   arguments.insert(arguments.end(), {count, position});
   return {
       {"total", total[0]["total"]},
-      {"rows", rows(kSummary + ("FROM events " + conditions) + " ORDER BY id LIMIT ? OFFSET ?", arguments)}};
+      {"rows", rows(summary() + "FROM events " + conditions + " ORDER BY id LIMIT ? OFFSET ?", arguments)}};
 }
 
 JSON EventQueries::extent() {
@@ -102,7 +112,7 @@ JSON EventQueries::extent() {
 
 JSON EventQueries::newest(std::int64_t after) {
   // One statement, so that the count and the rows are of the same moment.
-  JSON found = rows("SELECT * FROM (" + std::string(kSummary) +
+  JSON found = rows("SELECT * FROM (" + summary() +
                         ", (SELECT COUNT(*) FROM events WHERE id > ?1) AS fresh FROM events WHERE id > ?1 "
                         "ORDER BY id DESC LIMIT 20) ORDER BY id",
                     {after});
@@ -123,10 +133,8 @@ JSON EventQueries::devices() {
 
 JSON EventQueries::counts(double from, double to, int parts) {
   return rows(
-      "SELECT CAST((received - ?1) / (?2 - ?1) * ?3 AS INTEGER) AS part, uuid, CASE WHEN json_valid(event) "
-      "THEN "
-      "substr(json_extract(event, '$.event_type'), 1, 80) END AS kind, COUNT(*) AS count FROM events "
-      "WHERE received >= ?1 AND received < ?2 GROUP BY part, uuid, kind",
+      "SELECT CAST((received - ?1) / (?2 - ?1) * ?3 AS INTEGER) AS part, uuid, COUNT(*) AS count FROM events "
+      "WHERE received >= ?1 AND received < ?2 GROUP BY part, uuid",
       {from, to, parts});
 }
 

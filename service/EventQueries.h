@@ -17,8 +17,9 @@ struct EventFilter {
   std::string account;
   std::string device;
   std::string kind;
+  /// A part of what tells events of a kind apart: an action's name, what was done with a message.
   std::string name;
-  /// Anywhere in the event's text, without regard to the case of ASCII letters.
+  /// Anywhere in the event's text. Both are without regard to the case of ASCII letters.
   std::string search;
 };
 
@@ -39,7 +40,7 @@ class EventQueries {
   JSON event(std::int64_t id);
   /// How many there are, by device: the uuid, its account, the count and the last arrival.
   JSON devices();
-  /// What has arrived in each of so many equal parts of the time from `from` to `to`, by kind.
+  /// What has arrived in each of so many equal parts of the time from `from` to `to`, by device.
   JSON counts(double from, double to, int parts);
   JSON testDevices();
 

@@ -100,9 +100,12 @@ HTTPSServer::Context HTTPSServer::contextForNext() const {
 }
 
 void HTTPSServer::show(const Identity& identity) {
-  const Context context = contextFor(identity);
+  Context context = contextFor(identity);
+  if (!context) return;
+  failedHandshakes_ = 0;
   const Lock lock(mutex_);
-  if (context) context_ = context;
+  context_ = std::move(context);
+  for (const int socket : sockets_) ::shutdown(socket, SHUT_RD);
 }
 
 void HTTPSServer::endConnections() {

@@ -31,9 +31,11 @@ class HTTPSServer : public httplib::Server {
 
   bool is_valid() const override { return contextForNext() != nullptr; }
 
-  /// Shows another certificate to the clients that come from now on.
+  /// Shows another certificate to the clients that come from now on. Those that are there have to come again
+  /// after the answer that they are at.
   void show(const Identity& identity);
-  /// How many clients have come to no request, since they did not trust the certificate or speak no HTTPS.
+  /// How many clients have come to no request since another certificate is shown: they do not trust it, or
+  /// speak no HTTPS.
   std::int64_t failedHandshakes() const noexcept { return failedHandshakes_; }
 
   /// Lets every connection end after the answer that it is at, those still to come too.

@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "service/PrivateFile.h"
+#include "service/Files.h"
 
 namespace lumora::service {
 namespace {

@@ -4,16 +4,16 @@
 #include <openssl/evp.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <utility>
+
+#include "service/Files.h"
 
 namespace lumora::service {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::uintmax_t kLargestPicture = 8U * 1024 * 1024;
+constexpr std::uintmax_t kLargestPicture = 16U * 1024 * 1024;
 
 std::string base64(std::string_view bytes) {
   std::string text(4 * ((bytes.size() + 2) / 3) + 1, '\0');
@@ -50,19 +50,11 @@ std::string_view pictureType(std::string_view bytes) {
   return {};
 }
 
-bool isPlainFileName(std::string_view name) {
-  constexpr std::string_view separators("/\0", 2);
-  return !name.empty() && name != "." && name != ".." &&
-         name.find_first_of(separators) == std::string_view::npos;
-}
-
 std::optional<std::string> pictureBytes(const std::string& file) {
   std::error_code error;
   if (!fs::is_regular_file(file, error) || fs::file_size(file, error) > kLargestPicture || error)
     return std::nullopt;
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) return std::nullopt;
-  return std::string(std::istreambuf_iterator<char>(stream), {});
+  return readFile(file);
 }
 
 JSON withPictures(JSON description, const std::string& folder) {

@@ -11,10 +11,7 @@ namespace lumora::service {
 /// What kind of picture the bytes begin like, as "image/png"; empty when it is none that messages can show.
 std::string_view pictureType(std::string_view bytes);
 
-/// Whether a name stays in the folder that it is looked up in.
-bool isPlainFileName(std::string_view name);
-
-/// The file's bytes; nothing when it cannot be read or has more than 8 MiB.
+/// The file's bytes; nothing when it cannot be read or has more than the library takes.
 std::optional<std::string> pictureBytes(const std::string& file);
 
 /// A message's description with its pictures as data URLs. Files outside of the folder are left out.

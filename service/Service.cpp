@@ -112,8 +112,9 @@ struct Service::State {
   explicit State(ServiceOptions given)
       : options(std::move(given)),
         authority(madeDirectory(options.dataDirectory)),
-        identity(authority.issue(usable(options.domain), options.certificate)),
         accounts(options.accountsFile),
+        shownCertificate(accounts.certificate().value_or(options.certificate)),
+        identity(authority.issue(usable(options.domain), shownCertificate)),
         archive(options.dataDirectory + "/service.sqlite"),
         endpoints(archive, options.assetsDirectory),
         server(identity, [this](const auto& request, auto& response, int status, std::string_view reason) {
@@ -131,11 +132,14 @@ struct Service::State {
   Answer answer(const httplib::Request& request, std::string_view body, const Account* account,
                 const Misbehaviour& misbehaviour);
   void wait(std::chrono::milliseconds delay);
+  CertificateKind chooseCertificate();
 
   const ServiceOptions options;
   const CertificateAuthority authority;
-  const Identity identity;
   Accounts accounts;
+  Mutex certificateMutex;
+  CertificateKind shownCertificate LUMORA_GUARDED_BY(certificateMutex);
+  const Identity identity;
   EventArchive archive;
   Endpoints endpoints;
   HTTPSServer server;
@@ -249,6 +253,16 @@ Answer Service::State::answer(const httplib::Request& request, std::string_view 
   return result;
 }
 
+/// A file that is changed is seen with the next request at the latest.
+CertificateKind Service::State::chooseCertificate() {
+  const CertificateKind wanted = accounts.certificate().value_or(options.certificate);
+  const Lock lock(certificateMutex);
+  if (wanted == shownCertificate) return wanted;
+  shownCertificate = wanted;
+  server.show(authority.issue(options.domain, wanted));
+  return wanted;
+}
+
 void Service::State::handle(const httplib::Request& request, std::string_view body,
                             httplib::Response& response) {
   const auto account = accounts.find(accountId(request));
@@ -267,6 +281,7 @@ void Service::State::handle(const httplib::Request& request, std::string_view bo
     fill(response, result, misbehaviour.truncates);
   }
   options.onRequest(record);
+  chooseCertificate();
   if (misbehaviour.drop != Misbehaviour::Drop::never) Connection::of(request)->breakOff();
 }
 
@@ -298,8 +313,8 @@ const std::string& Service::certificateAuthorityFile() const noexcept {
   return state_->authority.file();
 }
 
-void Service::showCertificate(CertificateKind kind) {
-  state_->server.show(state_->authority.issue(state_->options.domain, kind));
+CertificateKind Service::certificate() {
+  return state_->chooseCertificate();
 }
 
 std::int64_t Service::failedHandshakes() const noexcept {

@@ -38,9 +38,10 @@ class Service {
   /// The PEM file that clients are to trust.
   const std::string& certificateAuthorityFile() const noexcept;
 
-  /// What the clients that come from now on see. Any thread.
-  void showCertificate(CertificateKind kind);
-  /// How many clients have come to no request.
+  /// What clients see: what the accounts file says, or else the options. The file is looked at, as with every
+  /// request. Any thread.
+  CertificateKind certificate();
+  /// How many clients have come to no request since that is shown.
   std::int64_t failedHandshakes() const noexcept;
   /// How often each misbehaviour of the account has struck since the accounts file has changed, in its order.
   std::vector<std::int64_t> strikes(const std::string& account);

@@ -38,13 +38,14 @@ Studio::Studio(Options options, Service& service)
       service_(service),
       editor_(options_.accountsFile),
       queries_(options_.dataDirectory + "/service.sqlite"),
+      arrivals_(options_.dataDirectory + "/service.sqlite"),
       phones_(options_.dataDirectory + "/phones",
               {options_.hostProgram, "127.0.0.1:" + std::to_string(service.port()),
                service.certificateAuthorityFile(), feed_}) {
   CampaignVerdict::prepare({options_.dataDirectory + "/verdicts", options_.assetsDirectory, options_.domain});
   {
     const Lock lock(mutex_);
-    const JSON extent = queries_.extent();
+    const JSON extent = arrivals_.extent();
     eventCount_ = extent["total"];
     lastEvent_ = extent["last"];
   }
@@ -71,7 +72,7 @@ void Studio::tell(const RequestRecord& record) {
     if (requests_.size() > kMostRequests) requests_.pop_front();
     if (record.events.value_or(0) > 0) {
       // Maybe with those of a report at the same time, which finds none left then.
-      JSON newest = queries_.newest(lastEvent_);
+      JSON newest = arrivals_.newest(lastEvent_);
       JSON& rows = newest["rows"];
       if (!rows.empty()) lastEvent_ = rows.back()["id"];
       eventCount_ += newest["fresh"].get<std::int64_t>();
@@ -92,6 +93,7 @@ void Studio::watchAccounts() {
     std::string now = editor_.stamp();
     if (now == known) continue;
     known = std::move(now);
+    service_.certificate();
     feed_.tell("accounts", JSON::object());
   }
 }

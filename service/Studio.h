@@ -77,7 +77,6 @@ class Studio {
   StudioAnswer testDevices(const StudioRequest& request);
   StudioAnswer link(const StudioRequest& request);
   StudioAnswer faults(const StudioRequest& request);
-  StudioAnswer showCertificate(const StudioRequest& request);
 
   std::shared_ptr<Phone> phoneOf(const StudioRequest& request) const;
   void launch(Phone& phone, const JSON& arguments);
@@ -88,6 +87,8 @@ class Studio {
   LiveFeed feed_;
   AccountsEditor editor_;
   EventQueries queries_;
+  /// Reads on a connection of its own, so that no page's search keeps a report from its answer.
+  EventQueries arrivals_;
   Phones phones_;
 
   Mutex mutex_;
@@ -95,7 +96,6 @@ class Studio {
   std::int64_t lastRequest_ LUMORA_GUARDED_BY(mutex_) = 0;
   std::int64_t lastEvent_ LUMORA_GUARDED_BY(mutex_) = 0;
   std::int64_t eventCount_ LUMORA_GUARDED_BY(mutex_) = 0;
-  std::string certificate_ LUMORA_GUARDED_BY(mutex_) = "good";
   bool isEnding_ LUMORA_GUARDED_BY(mutex_) = false;
   std::condition_variable_any ending_;
   std::thread watcher_;

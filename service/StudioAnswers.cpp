@@ -1,4 +1,5 @@
 // The answers to the studio's page, by a table of paths. What happens meanwhile is told in Studio.cpp.
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
@@ -7,8 +8,8 @@
 #include "lumora/Platform/ASCII.h"
 #include "service/CampaignVerdict.h"
 #include "service/DeepLink.h"
+#include "service/Files.h"
 #include "service/Pictures.h"
-#include "service/PrivateFile.h"
 #include "service/Studio.h"
 
 namespace lumora::service {
@@ -45,7 +46,7 @@ std::int64_t wholeNumberOf(const JSON& arguments, const char* name, std::int64_t
 
 constexpr std::int64_t kAnyNumber = 1LL << 52;
 
-PhoneSettings settingsOf(const JSON& arguments) {
+PhoneSettings wantedSettings(const JSON& arguments) {
   PhoneSettings settings;
   const auto take = [&arguments](std::string& field, const char* name) {
     if (const std::string text = textOf(arguments, name); !text.empty()) field = text;
@@ -81,12 +82,10 @@ std::string assetNameOf(const std::string& wanted, std::string_view type) {
   return (name.empty() ? "picture" : name) + '.' + std::string(kind == "jpeg" ? "jpg" : kind);
 }
 
-std::optional<CertificateKind> certificateKindOf(std::string_view name) {
-  if (name == "good") return CertificateKind::good;
-  if (name == "expired") return CertificateKind::expired;
-  if (name == "wrong-host") return CertificateKind::wrongHost;
-  if (name == "other-ca") return CertificateKind::otherAuthority;
-  return std::nullopt;
+constexpr std::string_view kCertificates[] = {"good", "expired", "wrong-host", "other-ca"};
+
+std::string_view nameOf(CertificateKind kind) {
+  return *std::ranges::find(kCertificates, kind, certificateKindOf);
 }
 
 /// A star stands for any one part of the path.
@@ -121,8 +120,7 @@ StudioAnswer Studio::answer(const StudioRequest& request) {
                                  {"POST", {"assets", "*"}, &Studio::addAsset},
                                  {"GET", {"test-devices"}, &Studio::testDevices},
                                  {"GET", {"link"}, &Studio::link},
-                                 {"GET", {"faults"}, &Studio::faults},
-                                 {"POST", {"certificate"}, &Studio::showCertificate}};
+                                 {"GET", {"faults"}, &Studio::faults}};
   for (const Route& route : routes) {
     if (route.method != request.method || !fits(request.path, route.path)) continue;
     try {
@@ -144,7 +142,6 @@ StudioAnswer Studio::state(const StudioRequest& /*request*/) {
   state["accounts"] = editor_.read();
   const Lock lock(mutex_);
   state["requests"] = requests_;
-  state["certificate"] = certificate_;
   state["events"] = {{"total", eventCount_}, {"last", lastEvent_}};
   return answerWith(state);
 }
@@ -156,7 +153,7 @@ std::shared_ptr<Phone> Studio::phoneOf(const StudioRequest& request) const {
 }
 
 StudioAnswer Studio::addPhone(const StudioRequest& request) {
-  const auto phone = phones_.add(settingsOf(request.arguments));
+  const auto phone = phones_.add(wantedSettings(request.arguments));
   return answerWith(phone->description());
 }
 
@@ -184,7 +181,7 @@ StudioAnswer Studio::changePhone(const StudioRequest& request) {
     phone->quit();
   } else if (what == "update") {
     phone->quit();
-    const PhoneSettings wanted = settingsOf(arguments);
+    const PhoneSettings wanted = wantedSettings(arguments);
     phone->setVersion(wanted.version, wanted.build);
     launch(*phone, arguments);
   } else if (what == "reinstall") {
@@ -289,24 +286,9 @@ StudioAnswer Studio::link(const StudioRequest& request) {
 }
 
 StudioAnswer Studio::faults(const StudioRequest& request) {
-  const auto strikes = service_.strikes(textOf(request.arguments, "account"));
-  const Lock lock(mutex_);
-  return answerWith({{"strikes", strikes},
-                     {"certificate", certificate_},
+  return answerWith({{"strikes", service_.strikes(textOf(request.arguments, "account"))},
+                     {"certificate", nameOf(service_.certificate())},
                      {"failedHandshakes", service_.failedHandshakes()}});
-}
-
-StudioAnswer Studio::showCertificate(const StudioRequest& request) {
-  const std::string name = textOf(request.arguments, "kind");
-  const auto kind = certificateKindOf(name);
-  if (!kind) return refused("A certificate is good, expired, wrong-host or other-ca.");
-  service_.showCertificate(*kind);
-  {
-    const Lock lock(mutex_);
-    certificate_ = name;
-  }
-  feed_.tell("certificate", {{"kind", name}});
-  return answerWith(JSON::object());
 }
 
 }  // namespace lumora::service

@@ -10,17 +10,15 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <utility>
 
-#include "service/PrivateFile.h"
+#include "service/Files.h"
 
 namespace lumora::service {
 namespace {
 
-constexpr const char* kAddress = "127.0.0.1";
+constexpr const char* kLoopback = "127.0.0.1";
 constexpr std::size_t kThreads = 64;
 constexpr int kMostStreams = 16;
 constexpr std::size_t kLargestBody = 16U * 1024 * 1024;
@@ -49,13 +47,8 @@ std::string randomToken() {
   return token;
 }
 
-std::string contentOf(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return stream ? std::string(std::istreambuf_iterator<char>(stream), {}) : std::string();
-}
-
 std::string keptToken(const std::string& file) {
-  std::string token = contentOf(file);
+  std::string token = readFile(file).value_or("");
   const bool isToken =
       token.size() == kTokenLength && token.find_first_not_of("0123456789abcdef") == std::string::npos;
   if (isToken) return token;
@@ -125,8 +118,8 @@ StudioServer::StudioServer(Options options, Studio& studio)
   server_.Get("/.*", handler);
   server_.Post("/.*", handler);
   if (options.port == 0) {
-    port_ = server_.bind_to_any_port(kAddress);
-  } else if (server_.bind_to_port(kAddress, options.port)) {
+    port_ = server_.bind_to_any_port(kLoopback);
+  } else if (server_.bind_to_port(kLoopback, options.port)) {
     port_ = options.port;
   }
   if (port_ <= 0) {
@@ -152,10 +145,11 @@ void StudioServer::readFiles(const std::string& pageDirectory, const std::string
   const std::pair<const char*, const char*> pageFiles[] = {{"index.html", "text/html; charset=utf-8"},
                                                            {"studio.js", "text/javascript; charset=utf-8"},
                                                            {"studio.css", "text/css"}};
-  for (const auto& [name, type] : pageFiles) files_[name] = {contentOf(pageDirectory + '/' + name), type};
+  for (const auto& [name, type] : pageFiles)
+    files_[name] = {readFile(pageDirectory + '/' + name).value_or(""), type};
   if (files_["index.html"].content.empty()) files_["index.html"].content = kNoPage;
   files_[""] = files_["index.html"];
-  messagePage_ = contentOf(messagePage);
+  messagePage_ = readFile(messagePage).value_or("");
 }
 
 bool StudioServer::isFromHere(const httplib::Request& request) const {

@@ -16,7 +16,7 @@
 
 #include "service/Accounts.h"
 #include "service/DeepLink.h"
-#include "service/PrivateFile.h"
+#include "service/Files.h"
 #include "service/RequestLog.h"
 #include "service/Service.h"
 #include "service/Studio.h"
@@ -68,14 +68,6 @@ std::optional<int> parsePort(std::string_view text) {
   return isPort ? std::optional(port) : std::nullopt;
 }
 
-std::optional<CertificateKind> parseCertificateKind(std::string_view text) {
-  if (text == "good") return CertificateKind::good;
-  if (text == "expired") return CertificateKind::expired;
-  if (text == "wrong-host") return CertificateKind::wrongHost;
-  if (text == "other-ca") return CertificateKind::otherAuthority;
-  return std::nullopt;
-}
-
 /// Whether there is an option of that name that takes that value.
 bool setOption(Options& options, std::string_view name, const std::string& value) {
   const std::map<std::string_view, std::string*> texts{{"--data", &options.service.dataDirectory},
@@ -99,7 +91,7 @@ bool setOption(Options& options, std::string_view name, const std::string& value
     return options.studioPort.has_value();
   }
   if (name == "--certificate") {
-    const auto kind = parseCertificateKind(value);
+    const auto kind = lumora::service::certificateKindOf(value);
     options.service.certificate = kind.value_or(CertificateKind::good);
     return kind.has_value();
   }

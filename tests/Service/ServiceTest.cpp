@@ -11,7 +11,7 @@
 #include <tuple>
 
 #include "lumora/Platform/Linux/Network/CurlURLLoader.h"
-#include "service/PrivateFile.h"
+#include "service/Files.h"
 #include "tests/Storage/SQLiteConnection.h"
 #include "tests/Support/TemporaryFolder.h"
 #include "tests/Support/TestFiles.h"

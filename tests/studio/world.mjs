@@ -84,6 +84,11 @@ export class World {
     return response.json();
   }
 
+  /** A command of the first phone's host. */
+  run(...words) {
+    return this.api("POST", "phones/1/command", { words });
+  }
+
   /** Every stored event, parsed, in order of arrival. */
   async events(query = "") {
     const { total } = await this.api("GET", `events?count=0${query}`);

@@ -8,19 +8,23 @@ export interface Change {
   value?: JSONValue;
 }
 
-/** Writes changes of the chosen account; who changed the file meanwhile has precedence, and the page says so. */
-export async function writeAccount(...changes: Change[]): Promise<boolean> {
-  const { account, accounts } = current();
-  const whole = changes.map(({ path, ...rest }) => ({ path: ["accounts", account, ...path], ...rest }));
+/** Writes changes of the file; who changed it meanwhile has precedence, and the page says so. */
+export async function writeFile(...changes: Change[]): Promise<boolean> {
   return attempt(async () => {
     try {
-      takeAccounts(await send<AccountsFile>("accounts", { revision: accounts.revision, changes: whole }));
+      takeAccounts(await send<AccountsFile>("accounts", { revision: current().accounts.revision, changes }));
     } catch (error) {
       await readAccounts();
       throw error;
     }
     say("Written to the accounts file.");
   });
+}
+
+/** Writes changes of the chosen account. */
+export function writeAccount(...changes: Change[]): Promise<boolean> {
+  const { account } = current();
+  return writeFile(...changes.map((change) => ({ ...change, path: ["accounts", account, ...change.path] })));
 }
 
 /** Hosts take campaigns as new when this stamp has changed. */

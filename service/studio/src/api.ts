@@ -94,7 +94,6 @@ export interface StudioState {
   phones: Phone[];
   accounts: AccountsFile;
   requests: Request[];
-  certificate: string;
   events: { total: number; last: number };
 }
 

@@ -40,7 +40,7 @@ function Head() {
   const connection = usePage((page) => page.connection);
   const accounts = usePage((page) => page.accounts);
   const account = usePage((page) => page.account);
-  const texts = { live: "Live", lost: "Disconnected, trying again", loading: "Connecting", error: "Refused" };
+  const texts = { live: "Live", lost: "Disconnected, trying again", full: "Not live: 16 pages are open already", loading: "Connecting", error: "Refused" };
   return (
     <header class="head">
       <h1>Lumora studio</h1>

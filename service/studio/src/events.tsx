@@ -3,7 +3,7 @@ import { useEffect, useMemo, useRef, useState } from "preact/hooks";
 import { ask } from "./api.ts";
 import type { EventRow, JSONObject, JSONValue } from "./api.ts";
 import { current, usePage } from "./store.ts";
-import { Choice, clock, Empty, shortId, Switch } from "./ui.tsx";
+import { Choice, clock, Empty, shortId, Switch, TextField } from "./ui.tsx";
 
 const ROW = 44;
 const BLOCK = 100;
@@ -15,6 +15,7 @@ interface Filter {
   search: string;
   device: string;
   kind: string;
+  name: string;
 }
 
 interface Answer {
@@ -25,7 +26,7 @@ interface Answer {
 /** Rows by their position in order of arrival, which no later event changes. */
 function useRows(filter: Filter) {
   const total = usePage((page) => page.events.total);
-  const isFiltered = Boolean(filter.search || filter.device || filter.kind);
+  const isFiltered = Object.values(filter).some(Boolean);
   const [count, setCount] = useState(isFiltered ? 0 : total);
   const [isWaiting, setWaiting] = useState(false);
   const [, redraw] = useState(0);
@@ -43,8 +44,7 @@ function useRows(filter: Filter) {
     if (asked.current.has(block)) return;
     asked.current.add(block);
     const own = blocks.current;
-    const { search, device, kind } = filter;
-    const answer = await ask<Answer>("events", { search, device, kind, position: block * BLOCK, count: BLOCK }).catch(() => null);
+    const answer = await ask<Answer>("events", { ...filter, position: block * BLOCK, count: BLOCK }).catch(() => null);
     asked.current.delete(block);
     setWaiting(false);
     if (!answer || blocks.current !== own) return;
@@ -59,7 +59,7 @@ function useRows(filter: Filter) {
     setWaiting(true);
     if (!isFiltered) setCount(current().events.total);
     void read(isFiltered ? 0 : Math.max(0, Math.floor((current().events.total - 1) / BLOCK)));
-  }, [filter.search, filter.device, filter.kind]);
+  }, [JSON.stringify(filter)]);
 
   // What the stream brought goes to its places; what it left out is asked for.
   useEffect(() => {
@@ -170,8 +170,8 @@ function Row({ row, top, isChosen, deviceName, position, count, onChoose }: RowP
 }
 
 export function EventsView() {
-  const [typed, setTyped] = useState("");
-  const [filter, setFilter] = useState<Filter>({ search: "", device: "", kind: "" });
+  const [typed, setTyped] = useState({ search: "", name: "" });
+  const [filter, setFilter] = useState<Filter>({ search: "", device: "", kind: "", name: "" });
   const [chosen, setChosen] = useState<number | null>(null);
   const [follows, setFollows] = useState(true);
   const [seen, setSeen] = useState({ top: 0, height: 600 });
@@ -181,9 +181,9 @@ export function EventsView() {
   const names = useMemo(() => new Map(phones.filter(({ device }) => device).map(({ device, name }) => [device!, name])), [phones]);
 
   useEffect(() => {
-    const timer = setTimeout(() => setFilter((known) => ({ ...known, search: typed })), 200);
+    const timer = setTimeout(() => setFilter((known) => ({ ...known, ...typed })), 200);
     return () => clearTimeout(timer);
-  }, [typed]);
+  }, [typed.search, typed.name]);
   useEffect(() => {
     const watch = new ResizeObserver(() => list.current && setSeen((known) => ({ ...known, height: list.current!.clientHeight })));
     watch.observe(list.current!);
@@ -216,8 +216,9 @@ export function EventsView() {
   return (
     <div class="events">
       <div class="toolbar">
-        <input type="search" aria-label="Search in events" placeholder="Search in events" value={typed} onInput={(event) => setTyped(event.currentTarget.value)} />
+        <input type="search" aria-label="Search in events" placeholder="Search in events" value={typed.search} onInput={(event) => setTyped({ ...typed, search: event.currentTarget.value })} />
         <Choice label="Kind" value={filter.kind} options={KINDS} onChange={(kind) => setFilter({ ...filter, kind })} />
+        <TextField label="Name" type="search" value={typed.name} placeholder="Any name" onChange={(name) => setTyped({ ...typed, name })} />
         <Choice label="Device" value={filter.device} options={[["", "Every device"], ...[...names].map(([id, name]): [string, string] => [id, name])]} onChange={(device) => setFilter({ ...filter, device })} />
         <Switch label="Stay at the newest" isOn={follows} onChange={setFollows} />
         <p class="count" role="status">{count.toLocaleString()} {count === 1 ? "event" : "events"}</p>
@@ -225,7 +226,7 @@ export function EventsView() {
       <div class="events-body">
         <div class="event-list" role="listbox" aria-label="Events, the newest first" tabIndex={0} ref={list} aria-activedescendant={chosen === null ? undefined : `event-${chosen}`}
           onKeyDown={move} onScroll={(event) => setSeen({ top: event.currentTarget.scrollTop, height: event.currentTarget.clientHeight })}>
-          {count === 0 && (isWaiting ? <p class="waiting">Loading…</p> : <Empty title={filter.search || filter.kind || filter.device ? "No event is like this." : "No event has arrived yet."}><p>Tap something in the shop on the phone, and send the application to the background.</p></Empty>)}
+          {count === 0 && (isWaiting ? <p class="waiting">Loading…</p> : <Empty title={Object.values(filter).some(Boolean) ? "No event is like this." : "No event has arrived yet."}><p>Tap something in the shop on the phone, and send the application to the background.</p></Empty>)}
           <div class="event-room" role="presentation" style={{ height: `${count * ROW}px` }}>
             {Array.from({ length: Math.max(0, last - first) }, (_, index) => {
               const position = count - 1 - first - index;

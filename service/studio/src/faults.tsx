@@ -1,10 +1,10 @@
 // The ways in which the service can be told to fail, each a switch, with how often it struck.
 import { useEffect, useState } from "preact/hooks";
-import { writeAccount } from "./accounts.ts";
-import { ask, send } from "./api.ts";
+import { writeAccount, writeFile } from "./accounts.ts";
+import { ask } from "./api.ts";
 import type { JSONObject } from "./api.ts";
 import { wordOf } from "./campaign.ts";
-import { accountOf, attempt, usePage } from "./store.ts";
+import { accountOf, usePage } from "./store.ts";
 import { Button, Choice, Empty, Field, Switch } from "./ui.tsx";
 
 const KINDS: [name: string, label: string, fault: JSONObject][] = [
@@ -20,6 +20,7 @@ const CERTIFICATES: [string, string][] = [["good", "good"], ["expired", "expired
 
 interface Strikes {
   strikes: number[];
+  certificate: string;
   failedHandshakes: number;
 }
 
@@ -28,9 +29,9 @@ const without = ({ endpoint: _, times: __, ...rest }: JSONObject) => JSON.string
 export function FaultsView() {
   const account = usePage(accountOf);
   const name = usePage((page) => page.account);
-  const certificate = usePage((page) => page.certificate);
+  const revision = usePage((page) => page.accounts.revision);
   const request = usePage((page) => page.requests.at(-1)?.n);
-  const [counts, setCounts] = useState<Strikes>({ strikes: [], failedHandshakes: 0 });
+  const [counts, setCounts] = useState<Strikes>({ strikes: [], certificate: "", failedHandshakes: 0 });
   const [endpoint, setEndpoint] = useState("all");
   const [times, setTimes] = useState("");
   const given = account.misbehave;
@@ -41,7 +42,7 @@ export function FaultsView() {
     // Who does not trust the certificate makes no request that the stream could tell of.
     const again = setInterval(look, 3000);
     return () => { clearTimeout(timer); clearInterval(again); };
-  }, [name, request, given]);
+  }, [name, request, revision]);
   if (!name) return <Empty title="There is no account." />;
   const write = (list: JSONObject[]) => writeAccount(list.length > 0 ? { path: ["misbehave"], value: list } : { path: ["misbehave"] });
   const placed = (fault: JSONObject): JSONObject => ({ endpoint, ...fault, ...(times ? { times: Number(times) } : {}) });
@@ -84,12 +85,12 @@ export function FaultsView() {
         <div class="row" role="radiogroup" aria-label="Certificate">
           {CERTIFICATES.map(([kind, label]) => (
             <label key={kind} class="switch">
-              <input type="radio" name="certificate" checked={kind === certificate} onChange={() => void attempt(() => send("certificate", { kind }))} />
+              <input type="radio" name="certificate" checked={kind === counts.certificate} onChange={() => void writeFile({ path: ["certificate"], value: kind })} />
               <span>{label}</span>
             </label>
           ))}
         </div>
-        <p class="hint">Clients that came to no request: {counts.failedHandshakes}</p>
+        <p class="hint">Clients that refused it: {counts.failedHandshakes}. Phones notice a change with their next connection.</p>
       </fieldset>
     </div>
   );

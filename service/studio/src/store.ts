@@ -3,7 +3,7 @@ import { useEffect, useState } from "preact/hooks";
 import { ask, messageAddress, Refusal } from "./api.ts";
 import type { AccountsFile, EventRow, JSONObject, Phone, Request, StudioState } from "./api.ts";
 
-export type Connection = "loading" | "live" | "lost" | "error";
+export type Connection = "loading" | "live" | "lost" | "full" | "error";
 
 export interface Page {
   connection: Connection;
@@ -15,7 +15,6 @@ export interface Page {
   accounts: AccountsFile;
   account: string;
   requests: Request[];
-  certificate: string;
   events: { total: number; last: number };
   /** The newest of the list, as they came by the stream. */
   arrived: EventRow[];
@@ -29,7 +28,7 @@ const MOST_REQUESTS = 1000;
 
 let page: Page = {
   connection: "loading", problem: "", service: { port: 0, domain: "", authority: "" }, messagePage: "",
-  phones: [], phone: 0, accounts: { file: "", revision: "" }, account: "", requests: [], certificate: "good",
+  phones: [], phone: 0, accounts: { file: "", revision: "" }, account: "", requests: [],
   events: { total: 0, last: 0 }, arrived: [], devices: 0, logs: {}, notice: null,
 };
 const listeners = new Set<() => void>();
@@ -104,7 +103,6 @@ const takers: Record<string, (data: any) => void> = {
   log: ({ phone, last }) => change({ logs: { ...page.logs, [phone]: last } }),
   accounts: () => void attempt(readAccounts),
   devices: () => change({ devices: page.devices + 1 }),
-  certificate: ({ kind }) => change({ certificate: kind }),
   reset: () => void connect(),
 };
 
@@ -116,7 +114,7 @@ export async function connect(): Promise<void> {
     const { feed, accounts, ...state } = await ask<StudioState>("state");
     const messagePage = await messageAddress();
     const phone = state.phones.some(({ id }) => id === page.phone) ? page.phone : (state.phones[0]?.id ?? 0);
-    change({ ...state, messagePage, phone, connection: "live", problem: "", arrived: [] });
+    change({ ...state, messagePage, phone, problem: "", arrived: [] });
     takeAccounts(accounts);
     follow(feed);
   } catch (error) {
@@ -135,9 +133,10 @@ function follow(feed: number): void {
   followed.onopen = () => stream === followed && change({ connection: "live" });
   followed.onerror = () => {
     if (stream !== followed) return;
-    change({ connection: "lost" });
-    // The browser tries again by itself, unless it was refused.
-    if (followed.readyState === EventSource.CLOSED) retry = window.setTimeout(connect, 1000);
+    // The browser tries again by itself, unless it was refused: the studio feeds so many pages and no more.
+    const isRefused = followed.readyState === EventSource.CLOSED;
+    change({ connection: isRefused ? "full" : "lost" });
+    if (isRefused) retry = window.setTimeout(connect, 2000);
   };
 }
 

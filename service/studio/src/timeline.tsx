@@ -10,7 +10,7 @@ const SPANS: [string, string][] = [["300", "5 minutes"], ["3600", "an hour"], ["
 const PARTS = 60;
 
 interface Counts {
-  counts: { part: number; uuid: string; kind: string | null; count: number }[];
+  counts: { part: number; uuid: string; count: number }[];
 }
 
 function colour(name: string): string {
