@@ -161,7 +161,10 @@ void Studio::launch(Phone& phone, const JSON& arguments) {
   const std::string given = textOf(arguments, "account");
   const std::string account = given.empty() ? phone.settings().account : given;
   const std::string options = textOf(arguments, "options");
-  phone.launch(account, editor_.secretOf(account), options.empty() ? std::nullopt : std::optional(options));
+  const std::string secret = editor_.secretOf(account);
+  if (secret.empty())
+    throw std::runtime_error("The accounts file has no account \"" + account + "\" with a secret.");
+  phone.launch(account, secret, options.empty() ? std::nullopt : std::optional(options));
 }
 
 StudioAnswer Studio::changePhone(const StudioRequest& request) {

@@ -97,7 +97,7 @@ test("a campaign made in the form is shown on the phone, tapped, and its tap arr
 });
 
 test("every layout's preview equals the message on the phone", async () => {
-  const { page } = await start({ width: 1400, height: 1150 });
+  const { page } = await start({ width: 1400, height: 1200 });
   await world.addPhone();
   const campaigns = world.accounts().acme.campaigns;
   assert.deepEqual(new Set(campaigns.map(({ layout }) => layout.type)).size, 6);
@@ -105,7 +105,7 @@ test("every layout's preview equals the message on the phone", async () => {
     await page.getByRole("tab", { name: "Campaigns" }).click();
     await page.getByRole("button", { name: new RegExp(`^${cid}`) }).click();
     await reportUntilShown(page, trigger);
-    for (const [name, size] of [["Phone", [390, 780]], ["Tablet", [820, 1100]], ["Landscape", [844, 390]]]) {
+    for (const [name, size] of [["Phone", [390, 844]], ["Tablet", [820, 1180]], ["Landscape", [844, 390]]]) {
       const message = await pictureOf(page, "Message on the phone", size);
       assert.ok(message.equals(await pictureOf(page, `Preview: ${name}`, size)), `the preview of ${cid}, ${name}, differs`);
       assert.ok(message.length > 5000, "something is drawn");

@@ -11,10 +11,13 @@ function StoredText({ label, value, path, hint }: { label: string; value: string
   const [text, setText] = useState(value);
   useEffect(() => setText(value), [value]);
   return (
-    <form class="row stored-text" onSubmit={(event) => { event.preventDefault(); void writeAccount({ path, value: text }); }}>
-      <TextField label={label} value={text} onChange={setText} hint={hint} />
-      <button type="submit" class="button plain" disabled={text === value}>Save</button>
-    </form>
+    <>
+      <form class="row ends" onSubmit={(event) => { event.preventDefault(); void writeAccount({ path, value: text }); }}>
+        <TextField label={label} value={text} onChange={setText} />
+        <button type="submit" class="button plain" disabled={text === value}>Save</button>
+      </form>
+      {hint && <p class="hint">{hint}</p>}
+    </>
   );
 }
 
@@ -38,7 +41,7 @@ function Signatures({ accessKey, secret }: { accessKey: string; secret: string }
     <fieldset>
       <legend>Signature maker</legend>
       <p class="hint">Stands in for the host's own server, which hands the application a signature. The local service looks at the access key alone.</p>
-      <div class="row">
+      <div class="row ends">
         <TextField label="E-mail" value={email} onChange={setEmail} />
         <Button kind="main" isDisabled={!isRunning || !accessKey} onClick={give}>Give {phone?.name ?? "the phone"} a signature</Button>
         <Button isDisabled={!isRunning} onClick={() => attempt(() => command(phone!, "remove-signature"))}>Take it away</Button>

@@ -34,8 +34,8 @@ function Stored({ phone }: { phone: Phone }) {
   return (
     <dl class="stored">
       <dt>Events waiting</dt><dd>{waiting ?? "—"}</dd>
-      <dt>Device</dt><dd>{phone.device ?? "—"}</dd>
-      <dt>Push token</dt><dd>{phone.token ?? "—"}</dd>
+      <dt>Device</dt><dd>{phone.device || "—"}</dd>
+      <dt>Push token</dt><dd>{phone.token || "—"}</dd>
       {SETTINGS.map((key) => <><dt key={key}>{key.replace("lmro.", "")}</dt><dd>{settings[key] ?? "—"}</dd></>)}
     </dl>
   );

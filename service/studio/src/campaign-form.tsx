@@ -1,9 +1,10 @@
 // The form for every field of a campaign.
-import { useState } from "preact/hooks";
+import { useRef, useState } from "preact/hooks";
 import { send } from "./api.ts";
 import type { JSONObject, JSONValue } from "./api.ts";
-import { dateOf, FREQUENCIES, LAYOUTS, objectOf, PARTS, withLayout, wordOf } from "./campaign.ts";
+import { dateOf, FREQUENCIES, LAYOUTS, objectOf, PARTS, wordOf } from "./campaign.ts";
 import type { FieldOf } from "./campaign.ts";
+import { LayoutChoice } from "./previews.tsx";
 import { attempt, current } from "./store.ts";
 import { Choice, Field, Switch, TextField } from "./ui.tsx";
 
@@ -93,6 +94,8 @@ export function CampaignForm({ campaign, onChange, picture }: { campaign: JSONOb
   const set = (key: string): Set => (value) => onChange(changed(campaign, key, value));
   const layout = objectOf(campaign.layout);
   const type = wordOf(layout.type);
+  const before = useRef<JSONObject>({});
+  before.current = { ...before.current, ...layout };
   const parts = [...(LAYOUTS[type]?.parts ?? []), "close_button"];
   const setPart = (name: string, key: string): Set => (value) => onChange({ ...campaign, layout: { ...layout, [name]: changed(objectOf(layout[name]), key, value) } });
   return (
@@ -110,7 +113,7 @@ export function CampaignForm({ campaign, onChange, picture }: { campaign: JSONOb
       </fieldset>
       <fieldset>
         <legend>Layout</legend>
-        <Choice label="Layout" value={type} options={Object.entries(LAYOUTS).map(([name, { label }]) => [name, label])} onChange={(name) => onChange(withLayout(campaign, name, picture))} />
+        <LayoutChoice campaign={campaign} picture={picture} before={before.current} shown={type} onChange={onChange} />
       </fieldset>
       {parts.map((name) => (
         <details key={name} open={name === "primary_text" || name === "image"}>

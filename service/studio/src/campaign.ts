@@ -105,11 +105,13 @@ function newPart(name: string, picture: string): JSONObject {
 export const objectOf = (value: JSONValue | undefined): JSONObject => (typeof value === "object" && value !== null && !Array.isArray(value) ? value : {});
 export const wordOf = (value: JSONValue | undefined): string => (typeof value === "string" || typeof value === "number" ? String(value) : "");
 
-/** With every part of the layout; parts of other layouts stay, for who tries one and goes back. */
-export function withLayout(campaign: JSONObject, type: string, picture: string): JSONObject {
-  const layout = { ...objectOf(campaign.layout), type };
+/** With every part of that layout, as it is, as it was before, or new, and with no other: the library reads those too. */
+export function withLayout(campaign: JSONObject, type: string, picture: string, before: JSONObject = {}): JSONObject {
+  const layout = objectOf(campaign.layout);
   const wanted = [...(LAYOUTS[type]?.parts ?? []), "close_button"];
-  return { ...campaign, layout: { ...Object.fromEntries(wanted.map((name) => [name, newPart(name, picture)])), ...layout } };
+  const unknown = Object.entries(layout).filter(([name]) => !(name in PARTS));
+  const parts = wanted.map((name) => [name, layout[name] ?? before[name] ?? newPart(name, picture)]);
+  return { ...campaign, layout: { ...Object.fromEntries([...unknown, ...parts]), type } };
 }
 
 export function newCampaign(id: string, picture: string): JSONObject {

@@ -1,30 +1,14 @@
 // The account's campaigns, and the editor: form and JSON in step, what the library says, how it looks.
 import { useEffect, useMemo, useState } from "preact/hooks";
 import { nextStamp, writeAccount } from "./accounts.ts";
-import { ask, send } from "./api.ts";
+import { ask } from "./api.ts";
 import type { JSONObject, Verdict } from "./api.ts";
 import { assetAddress, CampaignForm } from "./campaign-form.tsx";
 import { LAYOUTS, newCampaign, objectOf, scheduleOf, wordOf } from "./campaign.ts";
 import { CodeEditor } from "./code-editor.tsx";
-import { MessageFrame } from "./message-frame.tsx";
-import { accountOf, attempt, campaignsOf, current as currentPage, usePage } from "./store.ts";
+import { Previews, useVerdict } from "./previews.tsx";
+import { accountOf, campaignsOf, current as currentPage, usePage } from "./store.ts";
 import { Button, Empty, Tabs } from "./ui.tsx";
-
-const PREVIEWS: [name: string, width: number, height: number][] = [["Phone", 390, 780], ["Tablet", 820, 1100], ["Landscape", 844, 390]];
-
-/** What the library makes of the campaign, asked for while it is written. */
-function useVerdict(text: string): Verdict | null {
-  const [verdict, setVerdict] = useState<Verdict | null>(null);
-  useEffect(() => {
-    let isWanted = true;
-    const timer = setTimeout(() => void attempt(async () => {
-      const answer = await send<Verdict>("verdict", text);
-      if (isWanted) setVerdict(answer);
-    }), 120);
-    return () => { isWanted = false; clearTimeout(timer); };
-  }, [text]);
-  return verdict;
-}
 
 function VerdictBox({ verdict }: { verdict: Verdict | null }) {
   if (!verdict) return <p class="verdict" role="status">Asking the library…</p>;
@@ -34,26 +18,6 @@ function VerdictBox({ verdict }: { verdict: Verdict | null }) {
       <p><strong>{verdict.kept ? "The library keeps it." : "The library drops it."}</strong>{verdict.ended && " Its time is over, so it is not shown."}</p>
       {lines.length > 0 && <ul>{lines.map((line, index) => <li key={index}>{line}</li>)}</ul>}
       {verdict.untried.map((uri) => <p key={uri}>Not fetched, as it lies elsewhere: {uri}</p>)}
-    </div>
-  );
-}
-
-function Previews({ description }: { description: JSONObject | null }) {
-  return (
-    <div class="previews">
-      {PREVIEWS.map(([name, width, height]) => {
-        const scale = 260 / Math.max(width, height);
-        return (
-          <figure key={name}>
-            <div class="preview-room" style={{ width: `${width * scale}px`, height: `${height * scale}px` }}>
-              <div class="preview" style={{ width: `${width}px`, height: `${height}px`, transform: `scale(${scale})` }}>
-                <MessageFrame title={`Preview: ${name}`} description={description} />
-              </div>
-            </div>
-            <figcaption>{name}</figcaption>
-          </figure>
-        );
-      })}
     </div>
   );
 }
@@ -114,14 +78,16 @@ function CampaignEditor({ first, index, onClose }: EditorProps) {
       {isChangedElsewhere && <p class="problem mild" role="alert">The campaign has changed in the file. <Button onClick={() => { setBase(stored); read(stored!); }}>Show that version</Button></p>}
       <p class="schedule">{scheduleOf(campaign)}</p>
       <VerdictBox verdict={verdict} />
-      <Previews description={verdict?.description ?? null} />
-      <Tabs label="Ways to edit" tabs={[["form", "Form"], ["json", "JSON"]]} shown={side} onShow={setSide} />
       <div class={`sides ${side}`}>
+        <div class="side-live">
+          <Previews description={verdict?.description ?? null} />
+          <Tabs label="Ways to edit" tabs={[["form", "Form"], ["json", "JSON"]]} shown={side} onShow={setSide} />
+          <div class="side-json"><CodeEditor label="The campaign as JSON" text={text} onChange={read} /></div>
+        </div>
         <div class="side-form">
           {!parsed(text) && <p class="problem" role="alert">The JSON cannot be read; the form shows what could be read last.</p>}
           <CampaignForm campaign={campaign} onChange={take} picture={picture} />
         </div>
-        <div class="side-json"><CodeEditor label="The campaign as JSON" text={text} onChange={read} /></div>
       </div>
     </div>
   );

@@ -11,6 +11,9 @@ const BLOCK = 100;
 const MOST_BLOCKS = 20;
 const KINDS: [string, string][] = [["", "Every kind"], ["init", "init"], ["session", "session"], ["checkpoint", "checkpoint"], ["user", "user"], ["push", "push"], ["inapp", "inapp"]];
 
+/** What those kinds tell that have no name. */
+const NAMELESS: Record<string, string> = { init: "what the device is", user: "the person’s profile" };
+
 interface Filter {
   search: string;
   device: string;
@@ -160,7 +163,7 @@ function Row({ row, top, isChosen, deviceName, position, count, onChoose }: RowP
       {row ? (
         <>
           <span class={`kind ${/^[a-z]+$/.test(row.kind ?? "") ? row.kind : ""}`}>{row.kind ?? "other"}</span>
-          <span class="event-name">{row.name ?? row.text}</span>
+          <span class="event-name">{row.name ?? NAMELESS[row.kind ?? ""] ?? row.text}</span>
           <span class="event-device">{deviceName}</span>
           <time>{clock(row.received)}</time>
         </>
@@ -216,7 +219,7 @@ export function EventsView() {
   return (
     <div class="events">
       <div class="toolbar">
-        <input type="search" aria-label="Search in events" placeholder="Search in events" value={typed.search} onInput={(event) => setTyped({ ...typed, search: event.currentTarget.value })} />
+        <TextField label="Search in events" type="search" value={typed.search} placeholder="Anything in their JSON" onChange={(search) => setTyped({ ...typed, search })} />
         <Choice label="Kind" value={filter.kind} options={KINDS} onChange={(kind) => setFilter({ ...filter, kind })} />
         <TextField label="Name" type="search" value={typed.name} placeholder="Any name" onChange={(name) => setTyped({ ...typed, name })} />
         <Choice label="Device" value={filter.device} options={[["", "Every device"], ...[...names].map(([id, name]): [string, string] => [id, name])]} onChange={(device) => setFilter({ ...filter, device })} />

@@ -3,6 +3,9 @@ import { useEffect, useRef, useState } from "preact/hooks";
 import type { JSONObject } from "./api.ts";
 import { usePage } from "./store.ts";
 
+/** Screens' widths and heights, in points. */
+export const SCREENS = { phone: [390, 844], tablet: [820, 1180] } as const;
+
 interface MessageFrameProps {
   description: JSONObject | null;
   /** The name of the part that was tapped; without it the frame only shows. */

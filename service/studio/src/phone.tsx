@@ -3,13 +3,10 @@ import { useEffect, useLayoutEffect, useRef, useState } from "preact/hooks";
 import { ask, command, send } from "./api.ts";
 import type { Alert, JSONObject, Phone } from "./api.ts";
 import { Beneath } from "./beneath.tsx";
-import { MessageFrame } from "./message-frame.tsx";
+import { MessageFrame, SCREENS } from "./message-frame.tsx";
 import { Shop } from "./shop.tsx";
 import { attempt, change, phoneOf, usePage } from "./store.ts";
 import { Button, Empty, Switch, Tabs } from "./ui.tsx";
-
-/* Sizes of screens, in points */
-const SIZES: Record<string, [width: number, height: number]> = { phone: [390, 780], tablet: [820, 1100] };
 
 const run = (phone: Phone, ...words: (string | null)[]) => attempt(async () => {
   const { error } = await command(phone, ...words);
@@ -94,14 +91,14 @@ function HomeScreen({ phone }: { phone: Phone }) {
   );
 }
 
-function Screen({ phone, size, isWide }: { phone: Phone; size: string; isWide: boolean }) {
+function Screen({ phone, size, isWide }: { phone: Phone; size: keyof typeof SCREENS; isWide: boolean }) {
   const description = useScreen(phone);
-  const [tall, wide] = [...SIZES[size]!].sort((one, other) => other - one) as [number, number];
-  const [width, height] = isWide ? [tall, wide] : [wide, tall];
+  const [short, long] = SCREENS[size];
+  const [width, height] = isWide ? [long, short] : [short, long];
   const room = useRef<HTMLDivElement>(null);
   const [scale, setScale] = useState(1);
   useLayoutEffect(() => {
-    const measure = () => room.current && setScale(Math.min(1, room.current.clientWidth / (width + 24), Math.max(420, innerHeight - 300) / (height + 24)));
+    const measure = () => room.current && setScale(Math.min(1, room.current.clientWidth / (width + 24), Math.max(420, innerHeight - 370) / (height + 24)));
     const watch = new ResizeObserver(measure);
     watch.observe(room.current!);
     addEventListener("resize", measure);
@@ -167,7 +164,7 @@ export function PhoneColumn() {
   const phone = usePage(phoneOf);
   const account = usePage((page) => page.account);
   const connection = usePage((page) => page.connection);
-  const [size, setSize] = useState("phone");
+  const [size, setSize] = useState<keyof typeof SCREENS>("phone");
   const [isWide, setWide] = useState(false);
   const add = () => attempt(async () => {
     const names = ["Ada’s phone", "Ben’s phone", "Cleo’s tablet", "Dev’s phone"];

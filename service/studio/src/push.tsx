@@ -32,8 +32,9 @@ export function PushView() {
   });
   const launchBy = () => attempt(() => send(`phones/${phone.id}/launch`, { options: JSON.stringify({ UIApplicationLaunchOptionsRemoteNotificationKey: payload }) }));
   return (
-    <div class="push">
-      <div class="toolbar" role="group" aria-label="Samples">
+    <div class="push-view">
+      <div class="row" role="group" aria-label="Samples">
+        <span class="group-name">Samples</span>
         {SAMPLES.map(([name, sample]) => <Button key={name} onClick={() => setText(JSON.stringify(sample, null, 2))}>{name}</Button>)}
       </div>
       <div class="fields">

@@ -88,7 +88,9 @@ export async function readAccounts(): Promise<void> {
   takeAccounts(await ask<AccountsFile>("accounts"));
 }
 
-export function takeAccounts(accounts: AccountsFile): void {
+/** Of a file that cannot be used the service keeps what was there before, and so does the page. */
+export function takeAccounts(read: AccountsFile): void {
+  const accounts = { accounts: page.accounts.accounts, ...read };
   const names = Object.keys(accounts.accounts ?? {});
   change({ accounts, account: names.includes(page.account) ? page.account : (names[0] ?? "") });
 }

@@ -17,18 +17,20 @@ function colour(name: string): string {
   return getComputedStyle(document.documentElement).getPropertyValue(name).trim();
 }
 
+const shown = (_: uPlot, count: number | null) => count ?? "";
+
 function optionsFor(width: number): uPlot.Options {
   const ink = colour("--muted");
   const grid = { stroke: colour("--line"), width: 1 };
   return {
     width, height: 280,
     scales: { y: { range: (_, __, most) => [0, Math.max(4, most * 1.15)] } },
-    axes: [{ stroke: ink, grid, values: (_, times) => times.map(clock) }, { stroke: ink, grid, incrs: [1, 2, 5, 10, 20, 50, 100, 1000, 10_000, 100_000] }],
+    axes: [{ stroke: ink, grid, space: 90, values: (_, times) => times.map(clock) }, { stroke: ink, grid, incrs: [1, 2, 5, 10, 20, 50, 100, 1000, 10_000, 100_000] }],
     series: [
       { label: "Time", value: (_, time) => (time === null ? "" : clock(time)) },
-      { label: "Events", stroke: colour("--accent"), fill: colour("--accent-soft"), width: 2, paths: uPlot.paths.bars!({ size: [0.8, 40] }), points: { show: false } },
-      { label: "Requests", stroke: colour("--session"), width: 0, points: { show: true, size: 9, fill: colour("--session") } },
-      { label: "Refused or failed", stroke: colour("--bad"), width: 0, points: { show: true, size: 10, fill: colour("--bad") } },
+      { label: "Events", value: shown, stroke: colour("--accent"), fill: colour("--accent-soft"), width: 2, paths: uPlot.paths.bars!({ size: [0.8, 40] }), points: { show: false } },
+      { label: "Requests", value: shown, stroke: colour("--session"), width: 0, points: { show: true, size: 9, fill: colour("--session") } },
+      { label: "Refused or failed", value: shown, stroke: colour("--bad"), width: 0, points: { show: true, size: 10, fill: colour("--bad") } },
     ],
   };
 }
@@ -70,11 +72,9 @@ export function TimelineView() {
       const from = to - Number(span);
       const { counts } = await ask<Counts>("timeline", { from, to, parts: PARTS }).catch((): Counts => ({ counts: [] }));
       if (!isWanted) return;
-      const columns = Array.from({ length: 4 }, () => Array<number | null>(PARTS).fill(0));
+      const columns = Array.from({ length: 4 }, () => Array<number | null>(PARTS).fill(null));
       columns[0] = columns[0]!.map((_, part) => from + (part + 0.5) * step);
-      columns[2] = Array<number | null>(PARTS).fill(null);
-      columns[3] = Array<number | null>(PARTS).fill(null);
-      for (const { part, uuid, count } of counts) if (!device || uuid === device) columns[1]![part]! += count;
+      for (const { part, uuid, count } of counts) if (!device || uuid === device) columns[1]![part] = (columns[1]![part] ?? 0) + count;
       for (const request of shown) {
         const part = Math.floor((request.time - from) / step);
         if (part < 0 || part >= PARTS) continue;

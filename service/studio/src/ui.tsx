@@ -1,6 +1,6 @@
 // Small parts that all views are made of.
 import type { ComponentChildren } from "preact";
-import { useId, useRef } from "preact/hooks";
+import { useEffect, useId, useRef } from "preact/hooks";
 
 interface ButtonProps {
   children: ComponentChildren;
@@ -81,6 +81,14 @@ interface TabsProps {
 /** Tabs that arrow keys go through. */
 export function Tabs({ label, tabs, shown, onShow, panel }: TabsProps) {
   const list = useRef<HTMLDivElement>(null);
+  useEffect(() => {
+    const row = list.current!;
+    const tab = row.querySelector<HTMLElement>('[aria-selected="true"]');
+    if (!tab) return;
+    // By itself the browser would scroll all that is around the row, too.
+    const start = tab.offsetLeft - row.offsetLeft;
+    row.scrollLeft = Math.min(start, Math.max(row.scrollLeft, start + tab.offsetWidth - row.clientWidth));
+  }, [shown, tabs.length]);
   const move = (event: KeyboardEvent) => {
     const step = { ArrowRight: 1, ArrowLeft: -1 }[event.key];
     if (!step) return;

@@ -1,0 +1,99 @@
+// How a campaign looks: the library reads it, and the page of the message screens draws what the library made of it.
+import { useEffect, useLayoutEffect, useRef, useState } from "preact/hooks";
+import { send } from "./api.ts";
+import type { JSONObject, Verdict } from "./api.ts";
+import { LAYOUTS, withLayout } from "./campaign.ts";
+import { MessageFrame, SCREENS } from "./message-frame.tsx";
+import { attempt } from "./store.ts";
+
+const [WIDTH, HEIGHT] = SCREENS.phone;
+const SIZES: [name: string, width: number, height: number][] = [["Phone", WIDTH, HEIGHT], ["Tablet", ...SCREENS.tablet], ["Landscape", HEIGHT, WIDTH]];
+const GAP = 16;
+const LARGEST_SCALE = 0.42;
+
+/** What the library makes of the campaign, asked for when it has not changed for so many milliseconds. */
+export function useVerdict(text: string, patience = 120): Verdict | null {
+  const [verdict, setVerdict] = useState<Verdict | null>(null);
+  useEffect(() => {
+    let isWanted = true;
+    const timer = setTimeout(() => void attempt(async () => {
+      const answer = await send<Verdict>("verdict", text);
+      if (isWanted) setVerdict(answer);
+    }), patience);
+    return () => { isWanted = false; clearTimeout(timer); };
+  }, [text]);
+  return verdict;
+}
+
+interface PreviewProps {
+  title: string;
+  description: JSONObject | null;
+  width: number;
+  height: number;
+  scale: number;
+}
+
+function Preview({ title, description, width, height, scale }: PreviewProps) {
+  return (
+    <div class="preview-room" style={{ width: `${width * scale}px`, height: `${height * scale}px` }}>
+      <div class="preview" style={{ width: `${width}px`, height: `${height}px`, transform: `scale(${scale})` }}>
+        <MessageFrame title={title} description={description} />
+      </div>
+    </div>
+  );
+}
+
+/** On screens of three sizes, all at one scale: side by side, or below each other where that would be too small. */
+export function Previews({ description }: { description: JSONObject | null }) {
+  const room = useRef<HTMLDivElement>(null);
+  const [scale, setScale] = useState(0.3);
+  useLayoutEffect(() => {
+    const measure = () => {
+      const width = room.current!.clientWidth;
+      const total = SIZES.reduce((sum, [, wide]) => sum + wide, 0);
+      const beside = (width - GAP * SIZES.length) / total;
+      setScale(Math.min(LARGEST_SCALE, beside > 0.2 ? beside : (width - 2) / HEIGHT));
+    };
+    const watch = new ResizeObserver(measure);
+    watch.observe(room.current!);
+    return () => watch.disconnect();
+  }, []);
+  return (
+    <div class="previews" ref={room}>
+      {SIZES.map(([name, width, height]) => (
+        <figure key={name}>
+          <Preview title={`Preview: ${name}`} description={description} width={width} height={height} scale={scale} />
+          <figcaption>{name}</figcaption>
+        </figure>
+      ))}
+    </div>
+  );
+}
+
+interface LayoutProps {
+  campaign: JSONObject;
+  picture: string;
+  /** Parts that layouts chosen earlier had. */
+  before: JSONObject;
+  shown: string;
+  onChange: (campaign: JSONObject) => void;
+}
+
+function LayoutCard({ campaign, picture, before, shown, onChange, layout }: LayoutProps & { layout: string }) {
+  const wanted = withLayout(campaign, layout, picture, before);
+  // Six of them are asked for, none of which the person waits for.
+  const verdict = useVerdict(JSON.stringify(wanted), 500);
+  const { label } = LAYOUTS[layout]!;
+  return (
+    <label class="layout">
+      <input type="radio" name="layout" checked={shown === layout} onChange={() => onChange(wanted)} />
+      <Preview title={`Layout: ${label}`} description={verdict?.description ?? null} width={WIDTH} height={HEIGHT} scale={0.2} />
+      <span>{label}</span>
+    </label>
+  );
+}
+
+/** The campaign as it would look in each of the layouts, to choose one. */
+export function LayoutChoice(props: LayoutProps) {
+  return <div class="layouts">{Object.keys(LAYOUTS).map((layout) => <LayoutCard key={layout} {...props} layout={layout} />)}</div>;
+}
