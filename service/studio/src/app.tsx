@@ -87,6 +87,7 @@ export function App() {
     addEventListener("hashchange", look);
     return () => removeEventListener("hashchange", look);
   }, []);
+  useEffect(() => document.getElementById("view")?.scrollTo(0, 0), [view]);
   const isPhoneAlone = isNarrow && view === "phone";
   const shown = VIEWS.find(([id]) => id === view) ?? VIEWS[0]!;
   const View = shown[2];

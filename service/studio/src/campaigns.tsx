@@ -47,6 +47,7 @@ function CampaignEditor({ first, index, onClose }: EditorProps) {
   const stored = usePage((page) => (index === null ? null : textOf(campaignsOf(page)[index] ?? {})));
   const [base, setBase] = useState(stored);
   const verdict = useVerdict(text);
+  useEffect(() => document.getElementById("view")?.scrollTo(0, 0), []);
   const picture = useMemo(() => wordOf(objectOf(objectOf(first.layout).image).uri) || assetAddress("welcome.png"), []);
   const read = (written: string) => {
     setText(written);

@@ -19,8 +19,10 @@ export function MessageFrame({ description, onTap, title }: MessageFrameProps) {
   const [isLoaded, setLoaded] = useState(false);
   useEffect(() => {
     if (!isLoaded) return;
+    // Whoever writes in a form elsewhere goes on writing there.
+    const takesFocus = Boolean(onTap && document.activeElement?.closest(".phones"));
     // The frame has an origin of its own, which has no name.
-    frame.current?.contentWindow?.postMessage(description ? { showMessage: description } : { dismissMessage: true }, "*");
+    frame.current?.contentWindow?.postMessage(description ? { showMessage: description, takesFocus } : { dismissMessage: true }, "*");
   }, [description, isLoaded]);
   useEffect(() => {
     const take = ({ source, data }: MessageEvent) => {

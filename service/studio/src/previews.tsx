@@ -10,6 +10,7 @@ const [WIDTH, HEIGHT] = SCREENS.phone;
 const SIZES: [name: string, width: number, height: number][] = [["Phone", WIDTH, HEIGHT], ["Tablet", ...SCREENS.tablet], ["Landscape", HEIGHT, WIDTH]];
 const GAP = 16;
 const LARGEST_SCALE = 0.42;
+const SMALLEST_BESIDE = 0.15;
 
 /** What the library makes of the campaign, asked for when it has not changed for so many milliseconds. */
 export function useVerdict(text: string, patience = 120): Verdict | null {
@@ -52,7 +53,7 @@ export function Previews({ description }: { description: JSONObject | null }) {
       const width = room.current!.clientWidth;
       const total = SIZES.reduce((sum, [, wide]) => sum + wide, 0);
       const beside = (width - GAP * SIZES.length) / total;
-      setScale(Math.min(LARGEST_SCALE, beside > 0.2 ? beside : (width - 2) / HEIGHT));
+      setScale(Math.min(LARGEST_SCALE, beside > SMALLEST_BESIDE ? beside : (width - 2) / HEIGHT));
     };
     const watch = new ResizeObserver(measure);
     watch.observe(room.current!);
