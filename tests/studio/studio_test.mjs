@@ -199,7 +199,7 @@ test("files changed by hand show up at once, and have precedence; unknown entrie
   const { page } = await start();
   await page.goto(`${world.address}#account`);
   await page.getByLabel("Secret").waitFor();
-  world.editAccounts((file) => { file.accounts.acme.secret = "by-hand"; file.accounts.acme["x-own"] = [1, { deep: null }]; file["x-top"] = "kept"; });
+  world.edit((file) => { file.accounts.acme.secret = "by-hand"; file.accounts.acme["x-own"] = [1, { deep: null }]; file["x-top"] = "kept"; });
   await until(async () => (await page.getByLabel("Secret").inputValue()) === "by-hand", "the secret from the file");
   await page.getByRole("switch", { name: "Blocked" }).check();
   await until(() => world.accounts().acme.blocked === true, "the switch in the file");
@@ -257,7 +257,7 @@ test("what is hostile stays text", async () => {
   await page.getByText("<script>").first().waitFor();
   await row(page, "xxxxxxxx").first().click();
   await page.getByText("more characters").waitFor();
-  world.editAccounts((file) => { file.accounts.acme.campaigns = [{ cid: hostile, status: hostile, display_trigger: hostile, layout: { type: hostile } }]; });
+  world.edit((file) => { file.accounts.acme.campaigns = [{ cid: hostile, status: hostile, display_trigger: hostile, layout: { type: hostile } }]; });
   await page.getByRole("tab", { name: "Campaigns" }).click();
   await page.getByRole("button", { name: /img src/ }).click();
   await page.getByText("The library drops it.").waitFor();

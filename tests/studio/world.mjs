@@ -67,7 +67,7 @@ export class World {
   }
 
   /** Replaces the accounts file as an editor does. */
-  editAccounts(edit) {
+  edit(edit) {
     const accounts = JSON.parse(readFileSync(this.accountsFile, "utf8"));
     edit(accounts);
     writeFileSync(`${this.accountsFile}.edited`, JSON.stringify(accounts, null, 2));
