@@ -132,7 +132,7 @@ struct Service::State {
   Answer answer(const httplib::Request& request, std::string_view body, const Account* account,
                 const Misbehaviour& misbehaviour);
   void wait(std::chrono::milliseconds delay);
-  CertificateKind chooseCertificate();
+  bool chooseCertificate();
 
   const ServiceOptions options;
   const CertificateAuthority authority;
@@ -253,14 +253,14 @@ Answer Service::State::answer(const httplib::Request& request, std::string_view 
   return result;
 }
 
-/// A file that is changed is seen with the next request at the latest.
-CertificateKind Service::State::chooseCertificate() {
+/// Returns whether it is another one now. A file that is changed is seen with the next request at the latest.
+bool Service::State::chooseCertificate() {
   const CertificateKind wanted = accounts.certificate().value_or(options.certificate);
   const Lock lock(certificateMutex);
-  if (wanted == shownCertificate) return wanted;
+  if (wanted == shownCertificate) return false;
   shownCertificate = wanted;
   server.show(authority.issue(options.domain, wanted));
-  return wanted;
+  return true;
 }
 
 void Service::State::handle(const httplib::Request& request, std::string_view body,
@@ -281,7 +281,7 @@ void Service::State::handle(const httplib::Request& request, std::string_view bo
     fill(response, result, misbehaviour.truncates);
   }
   options.onRequest(record);
-  chooseCertificate();
+  if (chooseCertificate()) Connection::of(request)->endAfterAnswer();
   if (misbehaviour.drop != Misbehaviour::Drop::never) Connection::of(request)->breakOff();
 }
 
@@ -314,7 +314,9 @@ const std::string& Service::certificateAuthorityFile() const noexcept {
 }
 
 CertificateKind Service::certificate() {
-  return state_->chooseCertificate();
+  state_->chooseCertificate();
+  const Lock lock(state_->certificateMutex);
+  return state_->shownCertificate;
 }
 
 std::int64_t Service::failedHandshakes() const noexcept {

@@ -239,6 +239,18 @@ TEST_F(ServiceTest, EndsAtOnceWhateverItsConnectionsDo) {
   service_.reset();
 }
 
+TEST_F(ServiceTest, ShowsTheCertificateThatTheAccountsFileNames) {
+  start();
+  EXPECT_FALSE(sync().error);
+  writePrivateFile(options_.accountsFile,
+                   R"({"accounts": {"acme": {"secret": "s3"}}, "certificate": "expired"})");
+  EXPECT_FALSE(sync().error) << "the connection is open, and ends with this";
+  EXPECT_TRUE(sync().error);
+  writeAccounts(R"({"acme": {"secret": "s3"}})");
+  EXPECT_EQ(service_->certificate(), CertificateKind::good) << "as the options say";
+  EXPECT_FALSE(sync().error);
+}
+
 TEST_F(ServiceTest, KeepsItsAuthorityAndItsSecretsAndSaysWhyItCannotStart) {
   start();
   const std::string authority = testing::readFile(folder_ / "data/ca.pem");

@@ -41,6 +41,7 @@ for (const [view, prepare] of Object.entries(VIEWS)) {
   await page.evaluate((hash) => { location.hash = hash; }, view === "editor" ? "campaigns" : view);
   await prepare();
   await page.screenshot({ path: `${folder}/studio-${view}.png` });
+  if (view === "events") await world.tapMessage("close_button");
 }
 await world.end();
 await closeBrowser();

@@ -24,6 +24,13 @@ const row = (page, text) => page.locator(".event-row").filter({ hasText: text })
 const button = (page, name) => page.getByRole("button", { name, exact: true });
 const frame = (page) => page.frameLocator('iframe[title="Message on the phone"]');
 
+/** A switch shows what it stands for, so it moves when that has come about. */
+async function turn(page, name, isOn) {
+  const place = page.getByRole("switch", { name });
+  await place.click();
+  await until(async () => (await place.isChecked()) === isOn, `the switch ${name}`);
+}
+
 async function until(look, what) {
   for (const end = Date.now() + PATIENCE; ; await new Promise((resolve) => setTimeout(resolve, 50))) {
     if (await look()) return;
@@ -143,7 +150,7 @@ test("a bad campaign says the library's own reason", async () => {
 test("offline, kill, relaunch, online: nothing lost, nothing twice", async () => {
   const { page } = await start();
   await world.addPhone();
-  await page.getByRole("switch", { name: "Online" }).uncheck();
+  await turn(page, "Online", false);
   await button(page, "Actions").click();
   const names = Array.from({ length: 12 }, (_, n) => `offline_${n}`);
   for (const name of names) {
@@ -155,7 +162,7 @@ test("offline, kill, relaunch, online: nothing lost, nothing twice", async () =>
   await page.getByText("The application was killed.").waitFor();
   await button(page, "Launch Base Camp").click();
   await button(page, "Kill").waitFor();
-  await page.getByRole("switch", { name: "Online" }).check();
+  await turn(page, "Online", true);
   await button(page, "+ an hour").click();
   await button(page, "Background").click();
   await page.getByLabel("Search in events").fill("offline_");
@@ -184,7 +191,7 @@ test("a push, a deep link, secure mode from start to end", async () => {
   await page.getByRole("tab", { name: "Account" }).click();
   await page.getByLabel("Access key").fill("key-1");
   await page.getByRole("button", { name: "Save" }).last().click();
-  await page.getByRole("switch", { name: /secure_mode/ }).check();
+  await turn(page, /secure_mode/, true);
   await until(() => world.accounts().acme.config.secure_mode === true && world.accounts().acme.access_key === "key-1", "the file");
   await button(page, "+ an hour").click();
   await button(page, "Background").click();
@@ -201,12 +208,24 @@ test("files changed by hand show up at once, and have precedence; unknown entrie
   await page.getByLabel("Secret").waitFor();
   world.edit((file) => { file.accounts.acme.secret = "by-hand"; file.accounts.acme["x-own"] = [1, { deep: null }]; file["x-top"] = "kept"; });
   await until(async () => (await page.getByLabel("Secret").inputValue()) === "by-hand", "the secret from the file");
-  await page.getByRole("switch", { name: "Blocked" }).check();
+  await turn(page, "Blocked", true);
   await until(() => world.accounts().acme.blocked === true, "the switch in the file");
   assert.deepEqual(world.accounts().acme["x-own"], [1, { deep: null }]);
   const stale = await world.api("POST", "accounts", { revision: "0123", changes: [{ path: ["accounts", "acme", "secret"], value: "lost" }] });
   assert.match(stale.error, /changed meanwhile/);
   assert.equal(world.accounts().acme.secret, "by-hand");
+
+  const idsOf = () => world.accounts().acme.campaigns.map(({ cid, display_trigger: trigger }) => `${cid} ${trigger}`);
+  const before = idsOf();
+  await page.getByRole("tab", { name: "Campaigns" }).click();
+  await page.getByRole("button", { name: /^summer-sale/ }).click();
+  await page.getByLabel("Event that shows it").fill("sale_opened");
+  world.edit((file) => file.accounts.acme.campaigns.unshift({ ...file.accounts.acme.campaigns[0], cid: "by-hand" }));
+  await (await page.waitForResponse(/api\/accounts/)).finished();
+  await page.evaluate(() => new Promise((drawn) => requestAnimationFrame(() => requestAnimationFrame(drawn))));
+  await button(page, "Publish").click();
+  await button(page, "New campaign").waitFor();
+  assert.deepEqual(idsOf(), ["by-hand profile_created", ...before].map((one) => one.replace("shop_opened", "sale_opened")));
 });
 
 test("100,000 events: the list scrolls, the page stays small, a new event shows at once", async (context) => {

@@ -1,13 +1,13 @@
 // The account's campaigns, and the editor: form and JSON in step, what the library says, how it looks.
 import { useEffect, useMemo, useState } from "preact/hooks";
-import { nextStamp, writeAccount } from "./accounts.ts";
+import { writeCampaign } from "./accounts.ts";
 import { ask } from "./api.ts";
 import type { JSONObject, Verdict } from "./api.ts";
 import { assetAddress, CampaignForm } from "./campaign-form.tsx";
 import { LAYOUTS, newCampaign, objectOf, scheduleOf, wordOf } from "./campaign.ts";
 import { CodeEditor } from "./code-editor.tsx";
 import { Previews, useVerdict } from "./previews.tsx";
-import { accountOf, campaignsOf, current as currentPage, usePage } from "./store.ts";
+import { campaignsOf, current as currentPage, usePage } from "./store.ts";
 import { Button, Empty, Tabs } from "./ui.tsx";
 
 function VerdictBox({ verdict }: { verdict: Verdict | null }) {
@@ -44,8 +44,11 @@ function CampaignEditor({ first, index, onClose }: EditorProps) {
   const [text, setText] = useState(textOf(first));
   const [campaign, setCampaign] = useState(first);
   const [side, setSide] = useState("form");
-  const stored = usePage((page) => (index === null ? null : textOf(campaignsOf(page)[index] ?? {})));
-  const [base, setBase] = useState(stored);
+  const accounts = usePage((page) => page.accounts);
+  const stored = useMemo(() => campaignsOf(currentPage()).map(textOf), [accounts]);
+  const [base, setBase] = useState(index === null ? null : textOf(first));
+  // Where it stands now. One that was changed or taken out by hand is nowhere.
+  const place = base === null ? stored.length : stored.indexOf(base);
   const verdict = useVerdict(text);
   useEffect(() => document.getElementById("view")?.scrollTo(0, 0), []);
   const picture = useMemo(() => wordOf(objectOf(objectOf(first.layout).image).uri) || assetAddress("welcome.png"), []);
@@ -60,23 +63,24 @@ function CampaignEditor({ first, index, onClose }: EditorProps) {
   };
   const publish = async (status?: string) => {
     const value = status ? { ...campaign, status } : campaign;
-    const list = accountOf(currentPage()).campaigns;
-    const place = index ?? (Array.isArray(list) ? list.length : 0);
-    if (!(await writeAccount({ path: ["campaigns", place], value }, nextStamp()))) return;
-    take(value);
-    onClose();
+    if (await writeCampaign({ path: [place], value })) onClose();
   };
-  const isChangedElsewhere = index !== null && stored !== base && stored !== text;
+  const isLost = place < 0;
+  const other = stored[index ?? 0];
   return (
     <div class="editor">
       <div class="toolbar">
         <Button kind="quiet" onClick={onClose}>← Campaigns</Button>
         <h2>{wordOf(campaign.cid) || "A campaign"}</h2>
-        <Button kind="main" isDisabled={!parsed(text)} onClick={() => publish()}>Publish</Button>
-        {index !== null && <Button onClick={() => publish("pause")}>Pause</Button>}
-        {index !== null && <Button kind="bad" onClick={() => publish("stop")}>Stop</Button>}
+        <Button kind="main" isDisabled={!parsed(text) || isLost} onClick={() => publish()}>Publish</Button>
+        {index !== null && <Button isDisabled={isLost} onClick={() => publish("pause")}>Pause</Button>}
+        {index !== null && <Button kind="bad" isDisabled={isLost} onClick={() => publish("stop")}>Stop</Button>}
       </div>
-      {isChangedElsewhere && <p class="problem mild" role="alert">The campaign has changed in the file. <Button onClick={() => { setBase(stored); read(stored!); }}>Show that version</Button></p>}
+      {isLost && (
+        <p class="problem mild" role="alert">
+          The file was changed by hand, and has this campaign no more as it was. {other && <Button onClick={() => { setBase(other); read(other); }}>Show what stands there</Button>}
+        </p>
+      )}
       <p class="schedule">{scheduleOf(campaign)}</p>
       <VerdictBox verdict={verdict} />
       <div class={`sides ${side}`}>
@@ -113,7 +117,7 @@ export function CampaignsView() {
     const names = await ask<string[]>("assets").catch(() => []);
     setOpen({ campaign: newCampaign(newId(campaigns), names[0] ? assetAddress(names.find((name) => name.startsWith("welcome")) ?? names[0]) : ""), index: null });
   };
-  const setStatus = (index: number, status: string) => writeAccount({ path: ["campaigns", index, "status"], value: status }, nextStamp());
+  const setStatus = (index: number, status: string) => writeCampaign({ path: [index, "status"], value: status });
   return (
     <div class="campaigns">
       <div class="toolbar"><Button kind="main" onClick={add}>New campaign</Button></div>
@@ -132,7 +136,7 @@ export function CampaignsView() {
               <div class="row">
                 {status === "active" ? <Button onClick={() => setStatus(index, "pause")}>Pause</Button> : <Button onClick={() => setStatus(index, "active")}>Publish</Button>}
                 {status !== "stop" && <Button onClick={() => setStatus(index, "stop")}>Stop</Button>}
-                <Button kind="quiet" onClick={() => writeAccount({ path: ["campaigns", index] }, nextStamp())} title="Takes it out of the file; phones that have it keep it">Remove</Button>
+                <Button kind="quiet" onClick={() => writeCampaign({ path: [index] })} title="Takes it out of the file; phones that have it keep it">Remove</Button>
               </div>
             </li>
           );

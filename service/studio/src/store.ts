@@ -158,7 +158,8 @@ document.addEventListener("visibilitychange", () => {
 export const accountOf = ({ accounts, account }: Page): JSONObject => accounts.accounts?.[account] ?? {};
 export const phoneOf = ({ phones, phone }: Page): Phone | undefined => phones.find(({ id }) => id === phone);
 
+/** By their places in the file; what is no campaign there counts as an empty one. */
 export function campaignsOf(shown: Page): JSONObject[] {
   const list = accountOf(shown).campaigns;
-  return Array.isArray(list) ? (list.filter((one) => typeof one === "object" && one !== null && !Array.isArray(one)) as JSONObject[]) : [];
+  return Array.isArray(list) ? list.map((one) => (typeof one === "object" && one !== null && !Array.isArray(one) ? one : {})) : [];
 }
