@@ -90,6 +90,8 @@ AccountsEditor::Outcome AccountsEditor::change(const std::string& revision, cons
     return {Outcome::changedMeanwhile, "The file was changed meanwhile; what stands in it holds."};
   }
   try {
+    // Says what is wrong in its words.
+    if (content) parseAccountsFile(*content);
     JSON edited = content ? JSON::parse(*content) : JSON{{"accounts", JSON::object()}};
     for (const JSON& change : changes) apply(edited, change);
     const std::string text = edited.dump(2) + '\n';

@@ -115,9 +115,4 @@ void Phones::save() const {
                    list.dump(1, ' ', false, JSON::error_handler_t::replace) + '\n');
 }
 
-bool Phones::isEmpty() const {
-  const Lock lock(mutex_);
-  return phones_.empty();
-}
-
 }  // namespace lumora::service

@@ -25,7 +25,6 @@ class Phones {
   void remove(int id);
   /// To be called when a phone's settings may have changed.
   void save() const;
-  bool isEmpty() const;
 
  private:
   std::shared_ptr<Phone> make(PhoneSettings settings) LUMORA_REQUIRES(mutex_);

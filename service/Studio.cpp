@@ -22,7 +22,6 @@ JSON summaryOf(const RequestRecord& record) {
   return {{"time", std::chrono::duration<double>(record.time.time_since_epoch()).count()},
           {"method", record.method.substr(0, longest)},
           {"path", record.path.substr(0, longest)},
-          {"query", record.query.substr(0, longest)},
           {"account", record.account},
           {"device", device},
           {"size", record.bodySize},

@@ -172,6 +172,19 @@ test("offline, kill, relaunch, online: nothing lost, nothing twice", async () =>
   assert.deepEqual(arrived.sort(), names.sort());
 });
 
+test("a service that was killed and comes back is followed again", async () => {
+  const { page } = await start();
+  await world.addPhone();
+  world.service.kill("SIGKILL");
+  await page.getByText("Disconnected, trying again").waitFor();
+  await world.startService(new URL(world.address).port);
+  await page.getByText("Live", { exact: true }).waitFor();
+  await button(page, "Launch Base Camp").click();
+  await button(page, "Kill").waitFor();
+  await page.getByRole("tab", { name: "Log" }).click();
+  await page.getByLabel("Log of the library").getByText("initialized").first().waitFor();
+});
+
 test("a push, a deep link, secure mode from start to end", async () => {
   const { page } = await start();
   await world.addPhone();

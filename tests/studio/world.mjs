@@ -46,10 +46,10 @@ export class World {
     this.page = await this.open();
   }
 
-  async startService() {
+  async startService(studioPort = "0") {
     const ready = path.join(this.folder, "ready.json");
     rmSync(ready, { force: true });
-    this.service = spawn(STUDIO_SERVICE, ["--data", path.join(this.folder, "data"), "--accounts", this.accountsFile, "--assets", path.join(this.folder, "assets"), "--studio", "0", "--ready-file", ready], { stdio: ["ignore", "ignore", "inherit"] });
+    this.service = spawn(STUDIO_SERVICE, ["--data", path.join(this.folder, "data"), "--accounts", this.accountsFile, "--assets", path.join(this.folder, "assets"), "--studio", studioPort, "--ready-file", ready], { stdio: ["ignore", "ignore", "inherit"] });
     for (const end = Date.now() + PATIENCE; !existsSync(ready); await new Promise((resolve) => setTimeout(resolve, 20))) {
       if (Date.now() > end || this.service.exitCode !== null) throw new Error("the service did not start");
     }
@@ -61,7 +61,7 @@ export class World {
   async open(hash = "") {
     const page = await this.context.newPage();
     page.on("pageerror", (error) => this.faults.push(String(error)));
-    page.on("console", (message) => message.type() === "error" && !/ERR_CONNECTION|ERR_INTERNET|409|400/.test(message.text()) && this.faults.push(message.text()));
+    page.on("console", (message) => message.type() === "error" && !/ERR_CONNECTION|ERR_INTERNET|ERR_INCOMPLETE|409|400/.test(message.text()) && this.faults.push(message.text()));
     await page.goto(this.address + hash);
     return page;
   }

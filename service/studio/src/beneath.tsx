@@ -49,6 +49,11 @@ function Log({ phone }: { phone: Phone }) {
   const hint = usePage((page) => page.logs[phone.id]);
   useEffect(() => {
     let isWanted = true;
+    // Numbers begin anew with the studio.
+    if (hint !== undefined && hint < last.current) {
+      last.current = 0;
+      setLines([]);
+    }
     const timer = setTimeout(async () => {
       const fresh = await ask<LogLine[]>(`phones/${phone.id}/log`, { after: last.current }).catch(() => []);
       if (!isWanted || fresh.length === 0) return;
