@@ -70,9 +70,10 @@ struct State {
   }
 
   /// For a second thread that ends the process: it would cut the first one's wait short, and then run the
-  /// earlier handlers beside it. Not for ever, since the first may be waiting for this thread.
+  /// earlier handlers beside it, which the C library does not expect. Not for ever, since the first may be
+  /// waiting for this thread; but longer than any handler of a busy machine takes.
   void leaveEndToFirst() const {
-    if (!isEndingProcess && worker == ::getpid()) std::this_thread::sleep_for(2 * kPatience);
+    if (!isEndingProcess && worker == ::getpid()) std::this_thread::sleep_for(10 * kPatience);
   }
 
   void reportUnfinished() {
