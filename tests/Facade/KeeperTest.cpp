@@ -186,7 +186,7 @@ TEST_F(KeeperTest, RefreshesTheConfigurationAtItsInterval) {
 TEST_F(KeeperTest, ItsWorkCannotWaitForItself) {
   const LumoraKeeper keeper(refreshingNever());
   initialise();
-  host.urlLoader.setHandler([this](const URLRequest&) {
+  host.urlLoader.setHandler([](const URLRequest&) {
     EXPECT_FALSE(lumora().flush(1s));
     return URLResponse{200, {}, accepted, std::nullopt};
   });
