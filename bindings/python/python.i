@@ -19,7 +19,12 @@
 #pragma SWIG nowarn=321
 
 %feature("director:except") {
-  if ($error != nullptr) lumora::python::logException("$symname");
+  if ($error != nullptr) {
+    lumora::python::logException("$symname");
+    // Where an answer is asked for it is no.
+    Py_INCREF(Py_False);
+    result = Py_False;
+  }
 }
 
 // A type that crosses as a Python object of its own, converted by the functions of Conversions.h.

@@ -52,6 +52,8 @@ std::optional<Data> optionalData(lumora_data data);
 template <typename Structure>
 void requireSize(const Structure* given) {
   if (given == nullptr || given->size < sizeof(given->size)) fail(LUMORA_BAD_ARGUMENT);
+  // Of any version of the structure: one that ends within a field would leave half a pointer.
+  if (given->size % alignof(Structure) != 0) fail(LUMORA_BAD_ARGUMENT);
 }
 /// A structure that begins with its size: the fields that the caller knows of, and zeros. Fails without one.
 template <typename Structure>

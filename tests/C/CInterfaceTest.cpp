@@ -112,6 +112,9 @@ TEST_F(CInterfaceTest, BadArgumentsChangeNothing) {
   EXPECT_EQ(lumora_get_status(nullptr), LUMORA_BAD_ARGUMENT);
   const lumora_observer sizeless{};
   EXPECT_EQ(lumora_set_observer(&sizeless), LUMORA_BAD_ARGUMENT);
+  lumora_observer cut{};
+  cut.size = offsetof(lumora_observer, initialization_failed) + 4;  // Within a field.
+  EXPECT_EQ(lumora_set_observer(&cut), LUMORA_BAD_ARGUMENT);
   EXPECT_EQ(lumora_keeper_new(nullptr, nullptr), LUMORA_BAD_ARGUMENT);
   EXPECT_EQ(stored().find("key"), std::string::npos);
 }

@@ -45,6 +45,8 @@ def host():
 
     def open_url(url):
         opened.append(url)
+        if len(opened) == 2:
+            raise OSError("nothing opens this link")  # It counts as a no.
         return True
 
     def schedule(request, done):
