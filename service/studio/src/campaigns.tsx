@@ -72,7 +72,7 @@ function CampaignEditor({ first, index, onClose }: EditorProps) {
       <div class="toolbar">
         <Button kind="quiet" onClick={onClose}>← Campaigns</Button>
         <h2>{wordOf(campaign.cid) || "A campaign"}</h2>
-        <Button kind="main" isDisabled={!parsed(text) || isLost} onClick={() => publish()}>Publish</Button>
+        <Button kind="main" isDisabled={!parsed(text) || isLost} onClick={() => publish("active")}>Publish</Button>
         {index !== null && <Button isDisabled={isLost} onClick={() => publish("pause")}>Pause</Button>}
         {index !== null && <Button kind="bad" isDisabled={isLost} onClick={() => publish("stop")}>Stop</Button>}
       </div>
