@@ -145,7 +145,7 @@ std::string LinuxSerialQueue::label() const {
   return label_;
 }
 
-/// Whether a task may that is handed over now.
+/// Whether a task that is handed over now may.
 bool LinuxSerialQueue::mayStillRun() const noexcept {
   return state_->unfinishedTasks ? ProcessEnd::acceptsTask() : !ProcessEnd::hasBegun();
 }

@@ -34,7 +34,8 @@ class TaskCounter {
 /// forked child, which does not have the thread, neither hands tasks over nor waits.
 class LinuxSerialQueue : public TaskQueue {
  public:
-  /// The end of the process does not wait for tasks that are not counted, and takes none of their thread.
+  /// Without a counter the end of the process neither waits for the tasks nor reports them, and once it has
+  /// begun no other is taken.
   LinuxSerialQueue(std::string label, std::shared_ptr<TaskCounter> unfinishedTasks);
   ~LinuxSerialQueue() override;
   LinuxSerialQueue(const LinuxSerialQueue&) = delete;

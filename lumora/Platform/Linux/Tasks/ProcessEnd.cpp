@@ -37,7 +37,8 @@ struct State {
   std::atomic<bool> hasBegun = false;
   std::atomic<bool> isOver = false;
   std::atomic<bool> isAborting = false;
-  std::atomic<SteadyClock::time_point> beginning{SteadyClock::time_point::max()};
+  /// Noted right after the end has begun: until then nobody's patience is left.
+  std::atomic<SteadyClock::time_point> beginning{SteadyClock::time_point()};
   std::atomic<std::size_t> tasks = 0;
   /// Those that came when the end had begun.
   std::atomic<std::size_t> lateTasks = 0;
