@@ -92,19 +92,29 @@ static class Stress {
     }
   }
 
-  // The main thread ends while threads report, the log calls back, and nobody waits for them.
+  // The main thread ends while threads report, the log calls back, and nobody waits for them. They pause only when
+  // the library has ended: Mono aborts now and then when it suspends threads that come out of native calls, whichever
+  // library's they are.
   static void Ending(string name) {
     Make();
     var started = new Barrier(Threads + 1);
+    var paused = new CountdownEvent(Threads);
+    var hasEnded = false;
+    AppDomain.CurrentDomain.ProcessExit += (sender, arguments) => {
+      Volatile.Write(ref hasEnded, true);
+      paused.Wait(TimeSpan.FromSeconds(10));
+    };
     Start(Collect);
     foreach (var one in Enumerable.Range(0, Threads)) {
       Start(() => {
         started.SignalAndWait();
         ReportFrom(one, 20);
-        while (true) {
+        while (!Volatile.Read(ref hasEnded)) {
           sdk.ReportAction("");  // Each writes a line, which calls C# back.
           platform.Post(() => {});
         }
+        paused.Signal();
+        Thread.Sleep(Timeout.Infinite);
       });
     }
     started.SignalAndWait();
