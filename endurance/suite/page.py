@@ -18,7 +18,7 @@ def commit_of(root):
 
 def write(root, commit, options, runs):
     day = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d")
-    minutes = sum(run.progress.seconds() for run in runs) / 60
+    minutes = runs[0].progress.seconds() / 60
     lines = [f"The last long run: `endurance/run {options}` on {day}, commit `{commit}`, {os.cpu_count()} cores, "
              f"{minutes:.0f} minutes. Every scenario held.", "",
              "| scenario | what is tried | what held | rounds | figures |", "|---|---|---|---:|---|"]
