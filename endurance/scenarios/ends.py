@@ -10,7 +10,7 @@ from suite.scenario import HANGING, Failure, Scenario
 from suite.stores import Ledger, upload_rest
 
 # What keeps the last calls, and what the process's status is then.
-KEEPS = {"return": 0, "exit": 0, "exit-thread": 0, "fork-return": 0, "fork-exit": 0, "fork-_exit": 0}
+KEEPS = {"return": 0, "exit": 0, "exit-thread": 0, "exit-task": 0, "fork-return": 0, "fork-exit": 0, "fork-_exit": 0}
 LOSES = {"quick_exit": 0, "_exit": 0, "wait": -signal.SIGTERM}
 ACTIONS = 50
 # How long the library lets a process end, in seconds; on a slow machine it gives up then, with a line.
@@ -20,7 +20,8 @@ LONGEST_END = 1
 class Ends(Scenario):
     name = "ends"
     tries = ("hosts that report 50 actions and end at once, during an upload too: by return, exit (from another thread "
-             "too), quick_exit, _exit, SIGTERM, and after a fork whose child reports and ends as well")
+             "and from a queue's task too), quick_exit, _exit, SIGTERM, and after a fork whose child reports and ends "
+             "as well")
     holds = ("no crash; after return and exit every action is stored or delivered, in both only where the answer was not "
              "yet read; after the other ends what was stored arrives; a forked child sends and stores nothing")
     sizes = {"ci": 100, "hour": 1000, "long": 10000}
