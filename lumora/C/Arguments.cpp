@@ -88,6 +88,7 @@ const char* lumora_result_text(lumora_result result) {
       "only the main thread may do this",
       "memory is lacking",
       "a fault of the library; please report it",
+      "maps and lists are nested deeper than 512, or than 511 in an action",
   };
   const auto index = static_cast<std::size_t>(-std::int64_t{result});
   return index < kTexts.size() ? kTexts.at(index) : "a result of another version of the library";

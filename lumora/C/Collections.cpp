@@ -4,6 +4,14 @@
 #include "lumora/Platform/JSON.h"
 
 namespace lumora::c {
+namespace {
+
+void requireDepthOf(const Value& value, int deepest) {
+  if (const Dictionary* map = value.asDictionary()) requireDepth(*map, deepest);
+  if (const List* list = value.asList()) requireDepth(*list, deepest);
+}
+
+}  // namespace
 
 std::optional<Dictionary> optionalMap(lumora_map map) {
   if (map == LUMORA_NONE) return std::nullopt;
@@ -17,7 +25,25 @@ Dictionary mapFromJSON(std::string_view json) {
   return *members;
 }
 
+void requireDepth(const Dictionary& map, int deepest) {
+  if (deepest == 0) fail(LUMORA_TOO_DEEP);
+  for (const auto& [key, value] : map) requireDepthOf(value, deepest - 1);
+}
+
+void requireDepth(const List& list, int deepest) {
+  if (deepest == 0) fail(LUMORA_TOO_DEEP);
+  for (const Value& value : list) requireDepthOf(value, deepest - 1);
+}
+
 namespace {
+
+/// A map or a list, which is to lie in another.
+template <typename Contents>
+Contents nested(lumora_handle handle) {
+  auto contents = contentsOf<Contents>(handle);
+  requireDepth(contents, kMaximumJSONDepth - 1);
+  return contents;
+}
 
 void set(lumora_map map, lumora_text key, Value value) {
   std::string name = requiredText(key);
@@ -84,11 +110,11 @@ lumora_result lumora_map_set_date(lumora_map map, lumora_text key, double value)
 }
 
 lumora_result lumora_map_set_map(lumora_map map, lumora_text key, lumora_map value) {
-  return guarded([&] { set(map, key, contentsOf<Dictionary>(value)); });
+  return guarded([&] { set(map, key, nested<Dictionary>(value)); });
 }
 
 lumora_result lumora_map_set_list(lumora_map map, lumora_text key, lumora_list value) {
-  return guarded([&] { set(map, key, contentsOf<List>(value)); });
+  return guarded([&] { set(map, key, nested<List>(value)); });
 }
 
 lumora_result lumora_map_set_null(lumora_map map, lumora_text key) {
@@ -124,11 +150,11 @@ lumora_result lumora_list_add_date(lumora_list list, double value) {
 }
 
 lumora_result lumora_list_add_map(lumora_list list, lumora_map value) {
-  return guarded([&] { append(list, contentsOf<Dictionary>(value)); });
+  return guarded([&] { append(list, nested<Dictionary>(value)); });
 }
 
 lumora_result lumora_list_add_list(lumora_list list, lumora_list value) {
-  return guarded([&] { append(list, contentsOf<List>(value)); });
+  return guarded([&] { append(list, nested<List>(value)); });
 }
 
 lumora_result lumora_list_add_null(lumora_list list) {

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "lumora/C/Arguments.h"
+#include "lumora/Platform/JSON.h"
 #include "lumora/Platform/Value.h"
 
 namespace lumora::c {
@@ -26,5 +27,11 @@ Contents contentsOf(lumora_handle handle) {
 std::optional<Dictionary> optionalMap(lumora_map map);
 /// A JSON object's members. Fails when the text is none.
 Dictionary mapFromJSON(std::string_view json);
+
+/// Fails when a map or a list, itself counted, is nested deeper than so many levels.
+void requireDepth(const Dictionary& map, int deepest);
+void requireDepth(const List& list, int deepest);
+/// How deep an action's details may be: their event is one level more.
+inline constexpr int kDeepestDetails = kMaximumJSONDepth - 1;
 
 }  // namespace lumora::c

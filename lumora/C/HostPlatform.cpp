@@ -302,8 +302,9 @@ lumora_result lumora_message_tap(uint64_t message, lumora_text element, bool* ta
     requireMainThread();
     const Installed* own = installed;
     if (tapped != nullptr) *tapped = false;
+    const std::string part = requiredText(element);
     if (own == nullptr || own->screens == nullptr) return;
-    const bool hit = own->screens->tap(message, requiredText(element));
+    const bool hit = own->screens->tap(message, part);
     if (tapped != nullptr) *tapped = hit;
   });
 }

@@ -47,6 +47,7 @@ lumora_result lumora_action_set_text(lumora_action action, lumora_text key, lumo
 lumora_result lumora_action_set_map(lumora_action action, lumora_map map) {
   return guarded([&] {
     auto contents = contentsOf<lumora::Dictionary>(map);
+    requireDepth(contents, kDeepestDetails);
     changeDraft<LumoraActionMetaData>(action,
                                       [&](auto& details) { details.setActionMetadata(std::move(contents)); });
   });

@@ -48,8 +48,10 @@ lumora_result lumora_report_action_json(lumora_text name, lumora_text details) {
   return guarded([&] {
     std::shared_ptr<LumoraActionMetaData> metaData;
     if (const auto json = optionalText(details)) {
+      auto members = mapFromJSON(*json);
+      requireDepth(members, kDeepestDetails);
       metaData = std::make_shared<LumoraActionMetaData>();
-      metaData->setActionMetadata(mapFromJSON(*json));
+      metaData->setActionMetadata(std::move(members));
     }
     facade().reportAction(optionalText(name), std::move(metaData));
   });

@@ -82,7 +82,9 @@ enum {
   LUMORA_WRONG_THREAD = -7,
   LUMORA_OUT_OF_MEMORY = -8,
   /** A fault of the library. */
-  LUMORA_INTERNAL_ERROR = -9
+  LUMORA_INTERNAL_ERROR = -9,
+  /** Maps and lists nested deeper than 512, or than 511 in an action, whose event is one level more. */
+  LUMORA_TOO_DEEP = -10
 };
 
 /** A sentence for the host's developer, for any number. It lives for ever. */
@@ -349,8 +351,8 @@ LUMORA_C_API lumora_result lumora_action_set_details(lumora_action action, lumor
 LUMORA_C_API lumora_result lumora_action_set_metric(lumora_action action, double metric);
 LUMORA_C_API lumora_result lumora_action_set_length(lumora_action action, double length);
 LUMORA_C_API lumora_result lumora_action_set_text(lumora_action action, lumora_text key, lumora_text value);
-/** Replaces every detail by a map's entries, nested ones too. What JSON does not have, data and dates, makes
- * the whole action unrecordable. */
+/** Replaces every detail by a map's entries, nested ones too, and so the type and the metric that were set
+ * before. What JSON does not have, data and dates, makes the whole action unrecordable. */
 LUMORA_C_API lumora_result lumora_action_set_map(lumora_action action, lumora_map details);
 
 /** Records the person's profile as it is now. */

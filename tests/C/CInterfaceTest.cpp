@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "lumora/C/lumora.h"
@@ -107,8 +108,9 @@ TEST_F(CInterfaceTest, BadArgumentsChangeNothing) {
   EXPECT_EQ(lumora_get_device_id(small, sizeof(small), &length), LUMORA_BUFFER_TOO_SMALL);
   EXPECT_GT(length, sizeof(small));
   EXPECT_STREQ(lumora_result_text(1), lumora_result_text(-1000));
-  EXPECT_STRNE(lumora_result_text(LUMORA_INTERNAL_ERROR), lumora_result_text(LUMORA_INTERNAL_ERROR - 1));
+  EXPECT_STRNE(lumora_result_text(LUMORA_TOO_DEEP), lumora_result_text(LUMORA_TOO_DEEP - 1));
   EXPECT_EQ(lumora_set_tracking_consent(3, false), LUMORA_BAD_ARGUMENT);
+  EXPECT_EQ(lumora_message_tap(1, kNotUTF8, nullptr), LUMORA_BAD_TEXT);
   EXPECT_EQ(lumora_get_status(nullptr), LUMORA_BAD_ARGUMENT);
   const lumora_observer sizeless{};
   EXPECT_EQ(lumora_set_observer(&sizeless), LUMORA_BAD_ARGUMENT);
@@ -117,6 +119,31 @@ TEST_F(CInterfaceTest, BadArgumentsChangeNothing) {
   EXPECT_EQ(lumora_set_observer(&cut), LUMORA_BAD_ARGUMENT);
   EXPECT_EQ(lumora_keeper_new(nullptr, nullptr), LUMORA_BAD_ARGUMENT);
   EXPECT_EQ(stored().find("key"), std::string::npos);
+}
+
+// JSON is written 512 levels deep, one of which is the event's own.
+TEST_F(CInterfaceTest, WhatIsNestedTooDeepForAnEventIsRefusedAtOnce) {
+  const lumora_text key = lumora_string("k");
+  const lumora_action action = lumora_action_new();
+  lumora_map deepest = lumora_map_new();
+  std::string json = "{}";
+  for (int depth = 2; depth <= 513; ++depth) {
+    const lumora_map outer = lumora_map_new();
+    const lumora_list list = lumora_list_new();
+    const lumora_result result = depth <= 512 ? LUMORA_OK : LUMORA_TOO_DEEP;
+    ASSERT_EQ(lumora_list_add_map(list, deepest), result) << depth;
+    ASSERT_EQ(lumora_map_set_map(outer, key, deepest), result) << depth;
+    if (depth > 512) break;
+    json = R"({"k":)" + json + "}";
+    const lumora_result reported = depth <= 511 ? LUMORA_OK : LUMORA_TOO_DEEP;
+    ASSERT_EQ(lumora_action_set_map(action, outer), reported) << depth;
+    ASSERT_EQ(lumora_report_action_json(lumora_string("deep"), {json.data(), json.size()}), reported)
+        << depth;
+    lumora_free(list);
+    lumora_free(std::exchange(deepest, outer));
+  }
+  EXPECT_EQ(lumora_report_action(lumora_string("deepest"), action), LUMORA_OK);
+  EXPECT_NE(stored().find(R"("name":"deepest")"), std::string::npos);
 }
 
 TEST_F(CInterfaceTest, ARefusedInstallationFreesItsContext) {
