@@ -24,6 +24,9 @@ struct LinuxPlatformOptions;
 /// it that its exceptions stay there.
 namespace lumora::bindings {
 
+/// Why an operation is refused.
+inline constexpr const char* kOnlyMainThread = "only the main thread may do this";
+
 /// A task for the main queue, or what a tap on a notification completes.
 class Runnable {
  public:

@@ -9,6 +9,7 @@
 
 %shared_ptr(lumora::bindings::Completion)
 %ignore lumora::bindings::Completion::Completion;
+%ignore lumora::bindings::kOnlyMainThread;
 %ignore lumora::bindings::taskOf;
 %ignore lumora::bindings::gated;
 %ignore lumora::bindings::makeMessageScreens;
@@ -30,7 +31,24 @@
 %include "lumora/Facade/LumoraObserver.h"
 %include "Callbacks.h"
 
+#ifdef SWIGPYTHON
+%{
+static bool hasPlatform = false;
+%}
+%inline %{
+/// A platform was made: the library needs its end.
+void beginLibrary() { hasPlatform = true; }
+/// What was called is stored while the runtime still lives; then nothing of the library's enters it any more. One call,
+/// which Ctrl-C does not cut short.
+void endLibrary() {
+  if (hasPlatform) lumora::Lumora::sharedInstance().shutdown(std::chrono::seconds(5));
+  if (hasPlatform) lumora::bindings::releaseCallbacks();
+  lumora::bindings::Gate::close();
+}
+%}
+#else
 %inline %{
 /// The runtime ends; see Gate.
 void closeGate() { lumora::bindings::Gate::close(); }
 %}
+#endif

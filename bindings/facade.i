@@ -33,6 +33,7 @@
   $action
 }
 %feature("compactdefaultargs") lumora::Lumora::setObserver;
+%lumora_main_thread(lumora::Lumora::openURL, lumora::platform().queues.isMainThread())
 %include "lumora/Facade/Lumora.h"
 
 %extend lumora::Lumora {

@@ -41,6 +41,7 @@ enum class ApplicationState { active, inactive, background };
   void setMessageScreens(lumora::MessageScreens& screens) { lumora::bindings::setMessageScreens(*self, screens); }
 }
 
+%lumora_main_thread(lumora::LinuxPlatform::requireMainThread, arg1->mainQueue().isMainThread())
 %extend lumora::LinuxPlatform {
   /// False when the library is in use already.
   bool install() { return lumora::tryInstallPlatform(self->platform()); }
@@ -54,6 +55,8 @@ enum class ApplicationState { active, inactive, background };
     poll(&work, 1, static_cast<int>(longest.count()));
   }
   int descriptor() { return self->mainQueue().descriptor(); }
+  /// Fails on any thread but the main one.
+  void requireMainThread() {}
   bool isIdle() { return self->queues().areSerialQueuesIdle() && self->mainQueue().isIdle(); }
   void didEnterBackground() {
     self->application().setState(lumora::ApplicationState::background);

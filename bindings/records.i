@@ -35,6 +35,7 @@
 %ignore lumora::Alert::onButton;
 %include "lumora/Platform/Alerts.h"
 %mutable;
+%lumora_main_thread(lumora::Alert::press, !arg1->onButton || lumora::platform().queues.isMainThread())
 %extend lumora::Alert {
   /// The person's answer: the chosen button's place in the list, and the text field's text. Main thread.
   void press(int button, const std::string& text = "") {

@@ -4,7 +4,8 @@ using System.Threading.Tasks;
 
 namespace LumoraSdk {
   /// <summary>The Linux implementation of every platform service.</summary>
-  /// <remarks>Made once, on the thread that is to be the main thread, before anything else of the library.</remarks>
+  /// <remarks>Made once, on the thread that is to be the main thread, before anything else of the library. Elsewhere, what
+  /// is for the main thread only is refused with an InvalidOperationException.</remarks>
   /// <example><code>
   /// var platform = new LinuxPlatform(new LinuxPlatformOptions {
   ///   Info = new Dictionary&lt;string, string&gt; {
@@ -21,7 +22,7 @@ namespace LumoraSdk {
 
     /// <summary>The calling thread becomes the main thread.</summary>
     public LinuxPlatform(LinuxPlatformOptions options) {
-      platform = new NativePlatform(options);
+      platform = new NativePlatform(options ?? throw new ArgumentNullException(nameof(options)));
       // The library keeps it until the process ends.
       GC.SuppressFinalize(platform);
       screens = options.Screens;
@@ -44,28 +45,33 @@ namespace LumoraSdk {
 
     /// <summary>Runs the tasks that wait now, and gives how many they were. Main thread only; never blocks.</summary>
     public long RunPending() {
+      platform.RequireMainThread();
       return platform.RunPending();
     }
 
     /// <summary>Runs tasks until <see cref="Stop"/> is called. Main thread only.</summary>
     public void Run() {
-      isStopped = false;
-      while (!isStopped) {
-        platform.WaitForTasks(WithoutEnd);
-        platform.RunPending();
-      }
+      RunUntil(() => false);
     }
 
     /// <summary>Runs an async function and the main queue until the function has ended. What follows an await runs on
     /// the main thread, and an exception is thrown on. Main thread only.</summary>
+    /// <remarks><see cref="Stop"/> lets it return earlier: the function stays where it waits, and what follows runs once
+    /// the main queue runs again.</remarks>
     public void Run(Func<Task> function) {
+      if (function == null) {
+        throw new ArgumentNullException(nameof(function));
+      }
+      platform.RequireMainThread();
       var earlier = SynchronizationContext.Current;
       SynchronizationContext.SetSynchronizationContext(new MainQueue(this));
       try {
-        var task = function();
-        task.ContinueWith(ended => Stop(), TaskScheduler.Default);
-        Run();
-        task.GetAwaiter().GetResult();
+        var task = function() ?? throw new InvalidOperationException("the function has given no task");
+        task.ContinueWith(ended => Post(() => {}), TaskScheduler.Default);
+        RunUntil(() => task.IsCompleted);
+        if (task.IsCompleted) {
+          task.GetAwaiter().GetResult();
+        }
       } finally {
         SynchronizationContext.SetSynchronizationContext(earlier);
       }
@@ -79,6 +85,7 @@ namespace LumoraSdk {
     /// <summary>From now on a loop that has a context, such as a window system's, runs the main queue: the one of the
     /// calling thread, which must be the main thread.</summary>
     public void Attach() {
+      platform.RequireMainThread();
       var context = SynchronizationContext.Current ?? throw new InvalidOperationException("the thread has no context");
       var pump = new Thread(() => Pump(context)) { IsBackground = true, Name = "lumora-pump" };
       pump.Start();
@@ -91,23 +98,41 @@ namespace LumoraSdk {
 
     /// <summary>The application goes out of view. Main thread only.</summary>
     public void DidEnterBackground() {
+      platform.RequireMainThread();
       platform.DidEnterBackground();
     }
 
     /// <summary>The application comes back into view. Main thread only.</summary>
     public void WillEnterForeground() {
+      platform.RequireMainThread();
       platform.WillEnterForeground();
     }
 
     /// <summary>The topmost message; 0 when none is shown. Main thread only.</summary>
     public long ShownMessage {
-      get { return screens == null ? 0 : screens.Shown; }
+      get {
+        platform.RequireMainThread();
+        return screens == null ? 0 : screens.Shown;
+      }
     }
 
     /// <summary>The person tapped a part of a message, named as in the description's "elements". False when the message
     /// is not shown, or has no such part that can be tapped. Main thread only.</summary>
     public bool Tap(long message, string element) {
+      platform.RequireMainThread();
+      if (element == null) {
+        throw new ArgumentNullException(nameof(element));
+      }
       return screens != null && screens.Tap(message, element);
+    }
+
+    private void RunUntil(Func<bool> hasEnded) {
+      platform.RequireMainThread();
+      isStopped = false;
+      while (!isStopped && !hasEnded()) {
+        platform.WaitForTasks(WithoutEnd);
+        platform.RunPending();
+      }
     }
 
     private void Pump(SynchronizationContext context) {

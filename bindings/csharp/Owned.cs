@@ -11,5 +11,13 @@ namespace LumoraSdk {
       }
       return address;
     }
+
+    /// <summary>The value of an enumeration, if it is one.</summary>
+    internal static T Defined<T>(T value) where T : struct {
+      if (!Enum.IsDefined(typeof(T), value)) {
+        throw new ArgumentOutOfRangeException(typeof(T).Name, value, "no value of the enumeration");
+      }
+      return value;
+    }
   }
 }

@@ -1,4 +1,5 @@
 using System;
+using System.Collections;
 using System.Collections.Generic;
 using System.Linq;
 using System.Runtime.InteropServices;
@@ -26,6 +27,14 @@ namespace LumoraSdk {
 
     internal static byte[] Required(string text) {
       return Of(text ?? throw new ArgumentNullException());
+    }
+
+    /// <summary>A number, or null.</summary>
+    internal static byte[] Number(object value) {
+      if (value is DateTimeOffset || value is IEnumerable) {
+        throw new ArgumentException("a number is wanted, not " + value.GetType());
+      }
+      return Of(value);
     }
 
     internal static byte[] Duration(TimeSpan duration) {

@@ -8,7 +8,8 @@ namespace LumoraSdk {
   internal sealed class PackedWriter {
     internal const long TicksPerMicrosecond = TimeSpan.TicksPerMillisecond / 1000;
     internal static readonly DateTimeOffset Epoch = new DateTimeOffset(1970, 1, 1, 0, 0, 0, TimeSpan.Zero);
-    private const int Deepest = 512;
+    // As deep as an event can hold it.
+    private const int Deepest = 511;
     // A lone surrogate is an ArgumentException.
     private static readonly UTF8Encoding Utf8 = new UTF8Encoding(false, true);
 

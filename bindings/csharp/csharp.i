@@ -109,7 +109,29 @@
 %lumora_taken(lumora::Dictionary)
 %enddef
 
+%typemap(csin) const lumora::Value & number "Packed.Number($csinput)"
+
 %define %lumora_enum(TYPE, NAME)
+%typemap(csin) TYPE "(int) Owned.Defined($csinput)"
+%enddef
+
+%typemap(in, canthrow=1) const SWIGTYPE & {
+  $1 = ($1_ltype)$input;
+  if ($1 == nullptr) {
+    SWIG_CSharpSetPendingExceptionArgument(SWIG_CSharpArgumentNullException, "an object is wanted", "$1_name");
+    return $null;
+  }
+}
+
+// An operation for the main thread alone.
+%define %lumora_main_thread(OPERATION, CONDITION)
+%feature("except", canthrow=1) OPERATION {
+  if (!(CONDITION)) {
+    SWIG_CSharpSetPendingException(SWIG_CSharpInvalidOperationException, lumora::bindings::kOnlyMainThread);
+    return $null;
+  }
+  $action
+}
 %enddef
 
 // A record that is copied on its way to the host.

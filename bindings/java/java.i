@@ -97,7 +97,29 @@
 %lumora_converted(std::vector<std::string>, java.util.List<String>, Ljava/util/List;, required, read)
 %lumora_converted(%arg(std::map<std::string, std::string, std::less<>>), %arg(java.util.Map<String, String>), Ljava/util/Map;, required, read)
 
+%typemap(jstype) const lumora::Value & number "Number"
+%typemap(javain) const lumora::Value & number "Packed.of($javainput)"
+
 %define %lumora_enum(TYPE, NAME)
+%enddef
+
+%typemap(in) const SWIGTYPE & {
+  $1 = *($&1_ltype)&$input;
+  if ($1 == nullptr) {
+    SWIG_JavaThrowException(jenv, SWIG_JavaNullPointerException, "$1_name is null");
+    return $null;
+  }
+}
+
+// An operation for the main thread alone.
+%define %lumora_main_thread(OPERATION, CONDITION)
+%exception OPERATION {
+  if (!(CONDITION)) {
+    SWIG_JavaThrowException(jenv, SWIG_JavaIllegalStateException, lumora::bindings::kOnlyMainThread);
+    return $null;
+  }
+  $action
+}
 %enddef
 
 // A record that is copied on its way to the host.

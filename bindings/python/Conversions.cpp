@@ -24,8 +24,8 @@ class Owned {
   PyObject* object_;
 };
 
-/// A list or a map inside of which the thread is. They may be 512 deep, and so may not hold themselves: the
-/// interpreter's own limit is the host's to set, and the stack ends where it ends.
+/// A list or a map inside of which the thread is. They may be as deep as an event can hold them, and so may
+/// not hold themselves: the interpreter's own limit is the host's to set, and the stack ends where it ends.
 class Level {
  public:
   Level() { ++depth_; }
@@ -40,7 +40,7 @@ class Level {
   }
 
  private:
-  static constexpr int kDeepest = 512;
+  static constexpr int kDeepest = 511;
   static inline thread_local int depth_ = 0;
 };
 
@@ -61,8 +61,11 @@ bool integerFrom(PyObject* object, Value& value) {
     value = number;
     return number != -1 || PyErr_Occurred() == nullptr;
   }
-  const unsigned long long large = PyLong_AsUnsignedLongLong(object);
-  if (PyErr_Occurred() != nullptr) return false;
+  const unsigned long long large = overflow > 0 ? PyLong_AsUnsignedLongLong(object) : 0;
+  if (overflow < 0 || PyErr_Occurred() != nullptr) {
+    PyErr_SetString(PyExc_OverflowError, "the int does not fit into 64 bits");
+    return false;
+  }
   value = large;
   return true;
 }
@@ -201,6 +204,13 @@ bool fromPython(PyObject* object, Value& value) {
     return refuse(object, "None, bool, int, float, str, bytes, datetime, list or dict");
   }
   return true;
+}
+
+bool numberFromPython(PyObject* object, Value& number) {
+  if (object != Py_None && !PyLong_Check(object) && !PyFloat_Check(object)) {
+    return refuse(object, "a number or None");
+  }
+  return fromPython(object, number);
 }
 
 bool fromPython(PyObject* object, Dictionary& map) {

@@ -23,6 +23,8 @@ bool fromPython(PyObject* object, std::string& text);
 /// The view lives as long as the object.
 bool fromPython(PyObject* object, std::string_view& text);
 bool fromPython(PyObject* object, Value& value);
+/// A number, or none.
+bool numberFromPython(PyObject* object, Value& number);
 bool fromPython(PyObject* object, Dictionary& map);
 bool fromPython(PyObject* object, Data& data);
 bool fromPython(PyObject* object, Date& date);

@@ -16,20 +16,32 @@ bool isFinalizing() {
 #endif
 }
 
+/// The calls of the library in which the thread is, and whether Ctrl-C has ended a callback meanwhile.
+thread_local int depthOfCalls = 0;
+thread_local bool isInterrupted = false;
+
 }  // namespace
 
 // Only the thread that ends the interpreter comes here then.
-Unlocked::Unlocked() : state_(isFinalizing() ? nullptr : PyEval_SaveThread()) {}
+Unlocked::Unlocked() : state_(isFinalizing() ? nullptr : PyEval_SaveThread()) {
+  ++depthOfCalls;
+}
 
 void Unlocked::end() {
-  PyThreadState* const state = std::exchange(state_, nullptr);
-  if (state == nullptr) return;
+  if (std::exchange(hasEnded_, true)) return;
+  --depthOfCalls;
+  if (state_ == nullptr) return;
   while (isFinalizing()) pause();
-  PyEval_RestoreThread(state);
+  PyEval_RestoreThread(state_);
+  // Not before: it would end every other callback that is still to come.
+  if (depthOfCalls == 0 && std::exchange(isInterrupted, false)) PyErr_SetInterrupt();
 }
 
 void logException(const char* where) {
-  if (PyErr_ExceptionMatches(PyExc_KeyboardInterrupt)) PyErr_SetInterrupt();
+  const auto noteInterrupt = [] {
+    if (depthOfCalls > 0 && PyErr_ExceptionMatches(PyExc_KeyboardInterrupt)) isInterrupted = true;
+  };
+  noteInterrupt();
   PyObject *type = nullptr, *value = nullptr, *traceback = nullptr;
   PyErr_Fetch(&type, &value, &traceback);
   PyErr_NormalizeException(&type, &value, &traceback);
@@ -37,15 +49,18 @@ void logException(const char* where) {
   PyObject* const package = PyImport_ImportModule("lumora._platform");
   PyObject* const done =
       package == nullptr ? nullptr : PyObject_CallMethod(package, "log_exception", "sO", where, value);
-  // Where even the logger fails, standard error is told.
-  if (done == nullptr) {
-    PyErr_WriteUnraisable(value);
-  }
-  Py_XDECREF(done);
   Py_XDECREF(package);
-  Py_XDECREF(type);
-  Py_XDECREF(value);
-  Py_XDECREF(traceback);
+  if (done != nullptr) {
+    Py_DECREF(done);
+    Py_XDECREF(type);
+    Py_XDECREF(value);
+    Py_XDECREF(traceback);
+    return;
+  }
+  // Where even the logger fails, standard error is told.
+  noteInterrupt();
+  PyErr_Restore(type, value, traceback);
+  PyErr_WriteUnraisable(nullptr);
 }
 
 void release(PyObject* object) {

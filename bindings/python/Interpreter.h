@@ -38,11 +38,12 @@ class Unlocked {
   void end();
 
  private:
-  PyThreadState* state_;
+  PyThreadState* const state_;
+  bool hasEnded_ = false;
 };
 
-/// Writes the exception that is set to the logger "lumora"; Ctrl-C is raised again once the main thread is in
-/// Python.
+/// Writes the exception that is set to the logger "lumora". Ctrl-C is raised again once the thread's call of
+/// the library has returned to Python, whoever's callbacks it still runs.
 void logException(const char* where);
 
 /// Lets go of an object on any thread; when the interpreter has ended the object stays.

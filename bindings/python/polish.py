@@ -1,7 +1,7 @@
-"""Makes what SWIG generates read as Python:  polish.py FILE
+"""Makes what SWIG generates read as Python:  polish.py FILE SOURCE
 
 Parameters get Python's names and their defaults, questions become properties, and the documentation, which is that of
-the C++ headers, calls things by their names here and leaves out the C++.
+the C++ headers, calls things by their names here and leaves out the C++. So do the errors of the C++ SOURCE.
 """
 import pathlib
 import re
@@ -67,7 +67,34 @@ def polished_documentation(match):
     return match[1] + re.sub(r"`([\w:]+)`", code, text).lstrip(" ") + match[3]
 
 
+# What is wanted where C++ has one of these types.
+WANTED = {"int": "an int of 32 bits", "long": "an int of 64 bits", "double": "a float", "bool": "a bool"}
+
+
+def polished_error(match):
+    operation, argument, cpp = match.groups()
+    name = re.sub(r"\bconst\b|std::shared_ptr<|[>&*]", "", cpp).strip()
+    wanted = WANTED.get(name)
+    if wanted is None and name.startswith("lumora::") and name != "lumora::MessageScreens::MessageId":
+        wanted = re.sub(r"^a (?=[AEIOU]|LMR)", "an ", "a " + name.split("::")[-1])
+    owner, _, called = operation.partition("_")
+    is_method = owner != "new"
+    called = f"{owner}.{called}" if is_method else called
+    place = int(argument) - is_method
+    if place == 0:
+        told = f"{called}: self"
+    else:
+        told = called.removesuffix("_set") if called.endswith("_set") else f"{called}: argument {place}"
+    return f'"{told} has to be {wanted or "an int that is not negative"}"'
+
+
 def main():
+    source = pathlib.Path(sys.argv[2])
+    text = re.sub(r'(?<="a "")lumora::(bindings::)?', '', source.read_text())
+    text = text.replace('SWIG_ValueError, "invalid null', 'SWIG_TypeError, "invalid null')
+    source.write_text(re.sub(
+        r'(?:"invalid null reference " ?)?"in method \'" "(\w+)" "\', argument " "(\d+)"" of type \'" "([^"]+)""\'"',
+        polished_error, text))
     file = pathlib.Path(sys.argv[1])
     text = file.read_text()
     text = re.sub(r'(r""")(.*?)(""")', polished_documentation, text, flags=re.S)

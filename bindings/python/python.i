@@ -65,6 +65,19 @@
 %lumora_converted(std::vector<std::string>)
 %lumora_converted(%arg(std::map<std::string, std::string, std::less<>>))
 
+%typemap(in) const lumora::Value & number (lumora::Value converted) {
+  if (!lumora::python::numberFromPython($input, converted)) SWIG_fail;
+  $1 = &converted;
+}
+
+// An operation for the main thread alone.
+%define %lumora_main_thread(OPERATION, CONDITION)
+%exception OPERATION {
+  if (!(CONDITION)) SWIG_exception_fail(SWIG_RuntimeError, lumora::bindings::kOnlyMainThread);
+  $action
+}
+%enddef
+
 %define %lumora_enum(TYPE, NAME)
 %typemap(in) TYPE (int value) {
   if (!lumora::python::fromEnumMember(#NAME, $input, value)) SWIG_fail;

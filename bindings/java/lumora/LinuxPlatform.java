@@ -3,6 +3,7 @@ package lumora;
 import java.time.Duration;
 import java.util.Objects;
 import java.util.concurrent.CompletableFuture;
+import java.util.concurrent.CompletionException;
 import java.util.concurrent.Executor;
 import java.util.concurrent.RejectedExecutionException;
 
@@ -19,7 +20,8 @@ import java.util.concurrent.RejectedExecutionException;
  * platform.install();
  * }</pre>
  *
- * <p>As an executor itself it runs tasks on the main thread.
+ * <p>As an executor itself it runs tasks on the main thread. On another thread, what is for the main thread only is refused
+ * with an {@link IllegalStateException}.
  */
 public final class LinuxPlatform implements Executor {
   private static final Duration WITHOUT_END = Duration.ofDays(1);
@@ -30,7 +32,7 @@ public final class LinuxPlatform implements Executor {
 
   /** The calling thread becomes the main thread: it calls {@link #run}, or {@link #runPending} again and again. */
   public LinuxPlatform(LinuxPlatformOptions options) {
-    platform = new NativePlatform(options);
+    platform = new NativePlatform(Objects.requireNonNull(options, "options"));
     // The library keeps it until the process ends.
     platform.swigCMemOwn = false;
     screens = options.screens();
@@ -66,11 +68,13 @@ public final class LinuxPlatform implements Executor {
 
   /** Runs the tasks that wait now, and gives how many they were. Main thread only; never blocks. */
   public long runPending() {
+    platform.requireMainThread();
     return platform.runPending();
   }
 
   /** Runs tasks until {@link #stop} is called. Main thread only. */
   public void run() {
+    platform.requireMainThread();
     isStopped = false;
     while (!isStopped) {
       platform.waitForTasks(WITHOUT_END);
@@ -90,16 +94,19 @@ public final class LinuxPlatform implements Executor {
 
   /** The application goes out of view. Main thread only. */
   public void didEnterBackground() {
+    platform.requireMainThread();
     platform.didEnterBackground();
   }
 
   /** The application comes back into view. Main thread only. */
   public void willEnterForeground() {
+    platform.requireMainThread();
     platform.willEnterForeground();
   }
 
   /** The topmost message; 0 when none is shown. Main thread only. */
   public long shownMessage() {
+    platform.requireMainThread();
     return screens == null ? 0 : screens.shown();
   }
 
@@ -108,6 +115,8 @@ public final class LinuxPlatform implements Executor {
    * shown, or has no such part that can be tapped. Main thread only.
    */
   public boolean tap(long message, String element) {
+    platform.requireMainThread();
+    Objects.requireNonNull(element, "element");
     return screens != null && screens.tap(message, element);
   }
 
@@ -115,10 +124,12 @@ public final class LinuxPlatform implements Executor {
     try {
       while (true) {
         platform.waitForTasks(WITHOUT_END);
-        CompletableFuture.runAsync(platform::runPending, executor).join();
+        CompletableFuture.runAsync(this::runPending, executor).join();
       }
     } catch (RejectedExecutionException exception) {
       // The executor has ended, and the main queue with it.
+    } catch (CompletionException exception) {
+      Callbacks.failed("executor", exception.getCause());
     }
   }
 }

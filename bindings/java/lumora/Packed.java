@@ -17,7 +17,8 @@ import java.util.Objects;
 
 /** Values as bytes, in the form that bindings/Packed.h tells. */
 final class Packed {
-  private static final int DEEPEST = 512;
+  // As deep as an event can hold it.
+  private static final int DEEPEST = 511;
   // More than the library's clocks count stands for "without end".
   private static final long LONGEST_SECONDS = 1_000_000_000;
 
@@ -42,10 +43,11 @@ final class Packed {
   }
 
   static byte[] required(Object value) {
-    return of(Objects.requireNonNull(value));
+    return of(Objects.requireNonNull(value, "null where a value is needed"));
   }
 
   static byte[] duration(Duration duration) {
+    Objects.requireNonNull(duration, "null where a duration is needed");
     long seconds = Math.max(0, Math.min(duration.getSeconds(), LONGEST_SECONDS));
     return of(duration.isNegative() ? 0 : seconds * 1000 + duration.getNano() / 1_000_000);
   }
@@ -107,9 +109,6 @@ final class Packed {
   }
 
   private void put(Object value, int depth) {
-    if (depth > DEEPEST) {
-      throw new IllegalArgumentException("a value holds itself, or is nested deeper than " + DEEPEST);
-    }
     if (value == null) {
       tag('n');
     } else if (value instanceof String text) {
@@ -129,9 +128,9 @@ final class Packed {
     } else if (value instanceof Instant date) {
       number('w', microseconds(date));
     } else if (value instanceof Map<?, ?> map) {
-      put(map, depth);
+      put(map, deeper(depth));
     } else if (value instanceof Collection<?> list) {
-      put(list.toArray(), depth);
+      put(list.toArray(), deeper(depth));
     } else {
       throw new IllegalArgumentException("no value of the library: " + value.getClass().getName());
     }
@@ -153,6 +152,13 @@ final class Packed {
     number(isSigned ? 'i' : 'u', large.longValue());
   }
 
+  private static int deeper(int depth) {
+    if (depth == DEEPEST) {
+      throw new IllegalArgumentException("a value holds itself, or is nested deeper than " + DEEPEST);
+    }
+    return depth + 1;
+  }
+
   private void put(Map<?, ?> map, int depth) {
     // A copy: another thread might change the map.
     Object[] entries = map.entrySet().toArray();
@@ -162,14 +168,14 @@ final class Packed {
         throw new IllegalArgumentException("the key of a map is no String");
       }
       text(key);
-      put(((Map.Entry<?, ?>) entry).getValue(), depth + 1);
+      put(((Map.Entry<?, ?>) entry).getValue(), depth);
     }
   }
 
   private void put(Object[] items, int depth) {
     size('l', items.length);
     for (Object item : items) {
-      put(item, depth + 1);
+      put(item, depth);
     }
   }
 

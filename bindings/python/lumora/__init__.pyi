@@ -3,6 +3,7 @@ from collections.abc import Callable, Mapping, Sequence
 from contextlib import AbstractContextManager
 from datetime import datetime, timedelta
 from enum import IntEnum
+from os import PathLike
 from typing import Any, Protocol
 
 # None, bool, int, float, str, bytes, an aware datetime, and lists and dicts of these.
@@ -282,11 +283,11 @@ class LinuxPlatform:
         notification_scheduler: Callable[[NotificationRequest, Callable[[str | None], None]], object] | None = None,
         local_notification_scheduler: Callable[[LocalNotification], object] | None = None,
         message_display: _MessageDisplay | None = None,
-        documents_directory: str = ...,
-        caches_directory: str = ...,
-        settings_file: str = ...,
-        keychain_file: str = ...,
-        resources_directory: str = ...,
+        documents_directory: str | PathLike[str] = ...,
+        caches_directory: str | PathLike[str] = ...,
+        settings_file: str | PathLike[str] = ...,
+        keychain_file: str | PathLike[str] = ...,
+        resources_directory: str | PathLike[str] = ...,
         info: Mapping[str, str] = ...,
         localized_texts: Mapping[str, str] = ...,
         model: str | None = ...,
@@ -296,7 +297,7 @@ class LinuxPlatform:
         preferred_languages: Sequence[str] = ...,
         carrier_name: str | None = ...,
         machine_identifier: str | None = ...,
-        certificate_authority_file: str = ...,
+        certificate_authority_file: str | PathLike[str] = ...,
         connect_to: str = ...,
         initial_state: ApplicationState = ...,
         log_detail: LogDetail = ...,

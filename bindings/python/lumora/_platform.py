@@ -4,13 +4,16 @@ import atexit
 import contextlib
 import functools
 import logging
+import os
 import pathlib
 import select
 
 from . import _native
 from ._enums import LogDestination
 
-_made = []
+# Options that may be a pathlib.Path.
+_PATHS = {"documents_directory", "caches_directory", "settings_file", "keychain_file", "resources_directory",
+          "certificate_authority_file"}
 
 
 def log_exception(where, exception):
@@ -83,6 +86,8 @@ class LinuxPlatform:
     message_display: an object with `show(message, description)` and `dismiss(message)`, which draw in-app messages.
         Main thread.
 
+    What is for the main thread only is refused with a RuntimeError elsewhere.
+
     What a callback raises is written to the logger "lumora" and goes no further. The callbacks are kept until
     `Lumora.shutdown`, and none is called once the interpreter ends.
     """
@@ -94,7 +99,7 @@ class LinuxPlatform:
         for name, value in options.items():
             if name.startswith("_") or not isinstance(getattr(type(made), name, None), property) or name == "thisown":
                 raise TypeError(f"there is no option {name}")
-            setattr(made, name, value)
+            setattr(made, name, os.fspath(value) if name in _PATHS else value)
         if isinstance(log_sink, LogDestination):
             made.set_log_destination(log_sink)
         elif log_sink is not None:
@@ -113,7 +118,7 @@ class LinuxPlatform:
         self._native = _native.LinuxPlatform(made)
         self._native.thisown = False
         self._is_stopped = False
-        _made.append(self)
+        _native.begin_library()
 
     def install(self):
         """Names it as the library's platform; before everything else. A RuntimeError says that this is too late."""
@@ -132,10 +137,12 @@ class LinuxPlatform:
 
     def run_pending(self):
         """Runs the tasks that wait now, and gives how many they were. Main thread only; never blocks."""
+        self._native.require_main_thread()
         return self._native.run_pending()
 
     def run(self):
         """Runs tasks until `stop` is called. Main thread only; Ctrl-C ends it as any other Python function."""
+        self._native.require_main_thread()
         self._is_stopped = False
         while not self._is_stopped:
             select.select([self.descriptor], [], [])
@@ -157,6 +164,7 @@ class LinuxPlatform:
             with platform.attached():
                 await shop()
         """
+        self._native.require_main_thread()
         loop = loop or asyncio.get_running_loop()
         loop.add_reader(self.descriptor, self.run_pending)
         try:
@@ -166,20 +174,24 @@ class LinuxPlatform:
 
     def did_enter_background(self):
         """The application goes out of view. Main thread only."""
+        self._native.require_main_thread()
         self._native.did_enter_background()
 
     def will_enter_foreground(self):
         """The application comes back into view. Main thread only."""
+        self._native.require_main_thread()
         self._native.will_enter_foreground()
 
     @property
     def shown_message(self):
         """The topmost message; 0 when none is shown. Main thread only."""
+        self._native.require_main_thread()
         return self._screens.shown if self._screens else 0
 
     def tap(self, message, element):
         """The person tapped a part of a message, named as in the description's "elements". False when the message is
         not shown, or has no such part that can be tapped. Main thread only."""
+        self._native.require_main_thread()
         return self._screens is not None and self._screens.tap(message, element)
 
 
@@ -189,9 +201,5 @@ class _Display(_native.MessageDisplay):
         self.show, self.dismiss = display.show, display.dismiss
 
 
-@atexit.register
-def _end():
-    """What was called is stored while the interpreter still lives; then nothing of the library's enters it any more."""
-    if _made:
-        _native.Lumora.shared_instance().shutdown(5)
-    _native.close_gate()
+# No function of Python's, whose start Ctrl-C could cut short.
+atexit.register(_native._lumora.end_library)

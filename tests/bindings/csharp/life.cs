@@ -121,7 +121,35 @@ static class Life {
     Refused<ObjectDisposedException>(() => sdk.ReportAction("late", details));
     Refused<ArgumentNullException>(() => platform.Post(null));
     Refused<InvalidOperationException>(platform.Install);
+    Refused<ArgumentNullException>(() => platform.Run(null));
+    Refused<ArgumentNullException>(() => sdk.NotificationTapped(null));
+    Refused<ArgumentOutOfRangeException>(() => sdk.SetTrackingConsent((Consent) 77));
+    Refused<ArgumentOutOfRangeException>(() => new LinuxPlatformOptions().InitialState = (ApplicationState) (-1));
+    Refused<ArgumentException>(() => new LumoraActionMetaData().SetMetric("1"));
+    Task.Run(() => {
+      foreach (var call in new Action[] { platform.Run, platform.Attach, platform.DidEnterBackground,
+          () => platform.RunPending(), () => platform.Tap(1, "x"), () => sdk.OpenURL("a://b") }) {
+        Refused<InvalidOperationException>(call);
+      }
+    }).Wait();
     sdk.SetObserver(null);
+  }
+
+  // It returns while the function waits, which goes on when the queue runs again.
+  static void TryStop() {
+    var steps = 0;
+    var goOn = new TaskCompletionSource<bool>();
+    platform.Run(async () => {
+      ++steps;
+      platform.Stop();
+      await goOn.Task;
+      ++steps;
+    });
+    Check(steps == 1, steps);
+    goOn.SetResult(true);
+    while (steps == 1) {
+      platform.RunPending();
+    }
   }
 
   static LinuxPlatformOptions Options() {
@@ -204,6 +232,7 @@ static class Life {
     platform.Install();
     TryValues();
     TryRefusals();
+    TryStop();
     platform.Run(Live);
     Check(drawn.First().Equals("Welcome to base camp") && drawn.Contains(true), string.Join(", ", drawn));
     Check(told.Contains("shown welcome"), string.Join(", ", told));

@@ -107,6 +107,10 @@ public class Life {
     throw new AssertionError("should have been refused with " + wanted);
   }
 
+  private static Map<String, Object> nested(int levels) {
+    return levels == 1 ? Map.of() : Map.of("deeper", nested(levels - 1));
+  }
+
   private static Map<String, Object> nested() {
     Map<String, Object> nested = new HashMap<>(Map.of("text", ODD_TEXT, "number", -3L, "large",
         BigInteger.ONE.shiftLeft(63), "part", 0.5, "yes", true, "list", List.of(1L, List.of(2L, Map.of("three", "3"))),
@@ -119,7 +123,7 @@ public class Life {
     List<Object> endless = new ArrayList<>();
     endless.add(endless);
     for (Object value : List.of("lone \ud800", new Object(), BigInteger.ONE.shiftLeft(64), Instant.MAX, endless,
-        Map.of(1, 2))) {
+        Map.of(1, 2), nested(511))) {
       refused(value);
     }
     LumoraActionMetaData details = new LumoraActionMetaData();
@@ -128,6 +132,7 @@ public class Life {
       details.setActionMetadata(Collections.singletonMap("value", value));
       check(details.getActionMetadata().equals(Collections.singletonMap("value", value)), value);
     }
+    details.setActionMetadata(nested(511));
     byte[] data = {0, -1};
     details.setActionMetadata(Map.of("value", data));
     check(Arrays.equals((byte[]) details.getActionMetadata().get("value"), data), "bytes");
@@ -179,6 +184,11 @@ public class Life {
     sdk.setObserver(null);
     refused(NullPointerException.class, () -> platform.execute(null));
     refused(IllegalStateException.class, platform::install);
+    refused(NullPointerException.class, () -> sdk.notificationTapped(null));
+    for (Runnable call : List.<Runnable>of(platform::run, platform::runPending, platform::didEnterBackground,
+        platform::shownMessage, () -> platform.tap(1, "x"), () -> sdk.openURL("a://b"))) {
+      refused(IllegalStateException.class, call);
+    }
     sdk.setObserver(new Watcher());
     sdk.initializeWithTarrowID("acme", "s3cret");
     until(() -> told.contains("initialized"));

@@ -3,6 +3,7 @@ import asyncio
 import datetime
 import logging
 import os
+import pathlib
 import sys
 import threading
 
@@ -11,7 +12,7 @@ WHEN = datetime.datetime(2026, 2, 3, 4, 5, 6, 789000, tzinfo=datetime.timezone.u
 NESTED = {"text": ODD_TEXT, "number": -3, "large": 2**63, "part": 0.5, "yes": True, "nothing": None,
           "list": [1, [2, {"three": "3"}]], "map": {"a": {"b": [False]}}}
 OPTIONS = {"connect_to": os.environ["LUMORA_CONNECT_TO"],
-           "certificate_authority_file": os.environ["LUMORA_CERTIFICATES"]}
+           "certificate_authority_file": pathlib.Path(os.environ["LUMORA_CERTIFICATES"])}
 PAYLOAD = {"vs": {"cid": "spring", "a": "https://acme.example/spring"}, "aps": {"alert": "Spring!"}}
 
 
@@ -79,6 +80,33 @@ def host():
             return
         raise AssertionError(f"{arguments} should have been refused")
 
+    def nested(levels):
+        return {"deeper": nested(levels - 1)} if levels > 1 else {}
+
+    def try_main_thread():
+        async def attach():
+            with platform.attached():
+                pass
+
+        def elsewhere():
+            for call in [platform.run_pending, platform.run, lambda: platform.tap(1, "x"), lambda: platform.shown_message,
+                         platform.did_enter_background, lambda: asyncio.run(attach()), lambda: sdk.open_url("a://b")]:
+                refused(RuntimeError, call)
+            done.append("refused")
+
+        def interrupted():
+            raise KeyboardInterrupt
+
+        done = []
+        thread = threading.Thread(target=elsewhere)
+        thread.start()
+        thread.join()
+        # Ctrl-C in a task reaches the host once the other tasks are done.
+        platform.post(interrupted)
+        platform.post(lambda: done.append("task"))
+        refused(KeyboardInterrupt, platform.run_pending)
+        assert done == ["refused", "task"], done
+
     async def live():
         sdk.set_observer(Watcher())
         sdk.initialize_with_tarrow_id("acme", "s3cret")
@@ -144,9 +172,23 @@ def host():
     refused(RuntimeError, platform.install)
     refused(TypeError, sdk.flush, "5")
     refused(ValueError, sdk.set_tracking_consent, 9)
+    refused(TypeError, details.set_metric, "1")
+    refused(TypeError, lambda: lumora.LinuxPlatform(documents_directory=7))
+    # Texts of errors say nothing of C++.
+    for call, wanted in [(lambda: sdk.report_action("x", {}), "Lumora.report_action: argument 2 has to be a LumoraActionMetaData"),
+                         (lambda: sdk.notification_tapped(None), "Lumora.notification_tapped: argument 1 has to be a Notif"),
+                         (lambda: sdk.set_timeout_interval(1.5), "Lumora.set_timeout_interval: argument 1 has to be an int")]:
+        try:
+            call()
+        except TypeError as error:
+            assert str(error).startswith(wanted), error
+        else:
+            raise AssertionError(wanted)
+    try_main_thread()
     for error, value in [(ValueError, "\udfff"), (ValueError, datetime.datetime(2026, 1, 1)), (TypeError, object()),
-                         (OverflowError, 2**64), (ValueError, endless), (TypeError, {1: 2})]:
+                         (OverflowError, 2**64), (OverflowError, -2**63 - 1), (ValueError, endless), (ValueError, nested(511)), (TypeError, {1: 2})]:
         refused(error, setattr, details, "action_metadata", {"value": value})
+    details.action_metadata = nested(511)
     for value in [None, True, -2**63, 2**64 - 1, 0.1, ODD_TEXT, b"\0\xff", WHEN, [[], {}], NESTED]:
         details.action_metadata = {"value": value}
         assert details.action_metadata == {"value": value}
