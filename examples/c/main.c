@@ -1,4 +1,4 @@
-/* A host in C: it starts the library, reports a purchase with its details, shows messages as text and taps
+/* A host in C: it starts the library, reports a level with its details, shows messages as text and taps
  * their first button.
  *
  *   cc -std=c11 main.c -o host $(pkg-config --cflags --libs lumora)
@@ -86,13 +86,13 @@ static void install(int argc, char** argv) {
   check("free", lumora_free(info));
 }
 
-static void report_purchase(void) {
-  lumora_action purchase = lumora_action_new();
-  check("type", lumora_action_set_type(purchase, lumora_string("purchase")));
-  check("metric", lumora_action_set_metric(purchase, 12.5));
-  check("detail", lumora_action_set_text(purchase, lumora_string("plan"), lumora_string("gold")));
-  check("report", lumora_report_action(lumora_string("checkout"), purchase));
-  check("free", lumora_free(purchase));
+static void report_level(void) {
+  lumora_action level = lumora_action_new();
+  check("type", lumora_action_set_type(level, lumora_string("tutorial")));
+  check("metric", lumora_action_set_metric(level, 12.5));
+  check("detail", lumora_action_set_text(level, lumora_string("player"), lumora_string("second")));
+  check("report", lumora_report_action(lumora_string("level_done"), level));
+  check("free", lumora_free(level));
 }
 
 int main(int argc, char** argv) {
@@ -101,7 +101,7 @@ int main(int argc, char** argv) {
   install(argc, argv);
   check("observe", lumora_set_observer(&observer));
   check("initialize", lumora_initialize(lumora_string("acme"), lumora_string("s3cret"), LUMORA_NONE));
-  report_purchase();
+  report_level();
   run_main_thread(2);
   /* A campaign of the local service waits for it. */
   check("report", lumora_report_action(lumora_string("profile_created"), LUMORA_NONE));
