@@ -69,7 +69,7 @@ namespace LumoraSdk {
       } else if (value is IDictionary<string, string> texts) {
         PutMap(texts);
       } else if (value is IDictionary map) {
-        PutMap(map);
+        PutMap(EntriesOf(map));
       } else if (value is IList list) {
         PutList(list);
       } else {
@@ -89,15 +89,11 @@ namespace LumoraSdk {
       PutSize(bytes, place, count);
     }
 
-    private void PutMap(IDictionary map) {
-      var place = Begin('m');
-      var count = 0;
+    private static IEnumerable<KeyValuePair<string, object>> EntriesOf(IDictionary map) {
       foreach (DictionaryEntry entry in map) {
-        PutText(entry.Key as string ?? throw new ArgumentException("the key of a map is no string"));
-        Put(entry.Value);
-        ++count;
+        var key = entry.Key as string ?? throw new ArgumentException("the key of a map is no string");
+        yield return new KeyValuePair<string, object>(key, entry.Value);
       }
-      PutSize(bytes, place, count);
     }
 
     private void PutList(IList list) {
