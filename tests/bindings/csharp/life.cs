@@ -191,6 +191,7 @@ static class Life {
     Check(Shown(lead.UserAttributes) == Shown(new Map { ["email"] = "ada@example.com", ["plan"] = OddText }), "lead");
     sdk.AssociateLead(lead);
     sdk.StartSession("visit");
+    Check(await Flushed(sdk), "not flushed");  // It has begun.
     await Task.Delay(1100);  // A session's time goes by the clock of the system.
     sdk.EndSession("visit");
 

@@ -216,6 +216,7 @@ public class Life {
     check(lead.getUserAttributes().equals(Map.of("email", "ada@example.com", "plan", ODD_TEXT)), "lead");
     sdk.associateLead(lead);
     sdk.startSession("visit");
+    check(sdk.flush(Duration.ofSeconds(20)), "not flushed"); // It has begun.
     Thread.sleep(1100); // A session's time goes by the clock of the system.
     sdk.endSession("visit");
 

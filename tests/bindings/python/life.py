@@ -133,6 +133,7 @@ def host():
         assert lead.user_attributes == {"email": "ada@example.com", "plan": ODD_TEXT}
         sdk.associate_lead(lead)
         sdk.start_session("visit")
+        assert await flushed()  # It has begun.
         await asyncio.sleep(1.1)  # A session's time goes by the clock of the system.
         sdk.end_session("visit")
 
