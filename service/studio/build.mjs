@@ -12,7 +12,7 @@ const { build } = createRequire(path.join(packages, "packages.js"))("esbuild");
 await mkdir(target, { recursive: true });
 await build({
   absWorkingDir: here,
-  entryPoints: { studio: "src/main.tsx" },
+  entryPoints: { studio: "src/main.tsx", stream: "src/stream.ts" },
   nodePaths: [packages],
   bundle: true,
   minify: true,

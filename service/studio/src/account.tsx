@@ -1,20 +1,23 @@
 // The account's own settings, and signatures for its secure mode.
-import { useEffect, useState } from "preact/hooks";
 import { writeAccount } from "./accounts.ts";
 import { command } from "./api.ts";
 import { objectOf, wordOf } from "./campaign.ts";
+import { useDraft } from "./drafts.ts";
 import { accountOf, attempt, phoneOf, say, usePage } from "./store.ts";
-import { Button, Empty, Field, Switch, TextField } from "./ui.tsx";
+import { Button, Field, NoAccount, Switch, TextField } from "./ui.tsx";
 
 /** A text that is written when the person is done with it. */
 function StoredText({ label, value, path, hint }: { label: string; value: string; path: string[]; hint?: string }) {
-  const [text, setText] = useState(value);
-  useEffect(() => setText(value), [value]);
+  const name = usePage((page) => page.account);
+  const [draft, setDraft] = useDraft<string | undefined>(`account ${name}: ${path.join()}`, undefined);
+  const text = draft ?? value;
+  const save = async () => (await writeAccount({ path, value: text })) && setDraft(undefined);
   return (
     <>
-      <form class="row ends" onSubmit={(event) => { event.preventDefault(); void writeAccount({ path, value: text }); }}>
-        <TextField label={label} value={text} onChange={setText} />
+      <form class="row ends" onSubmit={(event) => { event.preventDefault(); void save(); }}>
+        <TextField label={label} value={text} onChange={(typed) => setDraft(typed === value ? undefined : typed)} />
         <button type="submit" class="button plain" disabled={text === value}>Save</button>
+        {text !== value && <Button kind="quiet" onClick={() => setDraft(undefined)}>Undo</Button>}
       </form>
       {hint && <p class="hint">{hint}</p>}
     </>
@@ -30,7 +33,7 @@ async function signatureOf(secret: string, text: string): Promise<string> {
 
 function Signatures({ accessKey, secret }: { accessKey: string; secret: string }) {
   const phone = usePage(phoneOf);
-  const [email, setEmail] = useState("ada@example.com");
+  const [email, setEmail] = useDraft("signature", "ada@example.com");
   const isRunning = phone?.status === "running";
   const give = () => attempt(async () => {
     const time = String(Math.floor(Date.now() / 1000));
@@ -55,7 +58,7 @@ export function AccountView() {
   const account = usePage(accountOf);
   const name = usePage((page) => page.account);
   const file = usePage((page) => page.accounts.file);
-  if (!name) return <Empty title="There is no account."><p>Add one to the accounts file {file}.</p></Empty>;
+  if (!name) return <NoAccount />;
   const config = objectOf(account.config);
   const setFlag = (...path: string[]) => (value: boolean) => void writeAccount({ path, value });
   return (

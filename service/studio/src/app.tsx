@@ -1,5 +1,5 @@
 // The page's frame: head, the phone at the left, the service at the right. On narrow screens one of both.
-import { useEffect, useState } from "preact/hooks";
+import { useEffect, useRef, useState } from "preact/hooks";
 import { AccountView } from "./account.tsx";
 import { CampaignsView } from "./campaigns.tsx";
 import { DevicesView } from "./devices.tsx";
@@ -9,7 +9,7 @@ import { PhoneColumn } from "./phone.tsx";
 import { PushView } from "./push.tsx";
 import { change, usePage } from "./store.ts";
 import { TimelineView } from "./timeline.tsx";
-import { Empty, Tabs } from "./ui.tsx";
+import { Button, Empty, Tabs } from "./ui.tsx";
 
 const VIEWS: [id: string, text: string, View: () => preact.JSX.Element][] = [
   ["events", "Events", EventsView],
@@ -40,18 +40,36 @@ function Head() {
   const connection = usePage((page) => page.connection);
   const accounts = usePage((page) => page.accounts);
   const account = usePage((page) => page.account);
-  const texts = { live: "Live", lost: "Disconnected, trying again", full: "Not live: 16 pages are open already", loading: "Connecting", error: "Refused" };
+  const texts = { live: "Live", lost: "Disconnected, trying again", full: "Not live: 16 browsers look already", loading: "Connecting", error: "Refused" };
   return (
     <header class="head">
       <h1>Lumora studio</h1>
       <label class="account">
         <span>Account</span>
         <select value={account} onChange={(event) => change({ account: event.currentTarget.value })}>
+          {!account && <option value="">none</option>}
           {Object.keys(accounts.accounts ?? {}).map((name) => <option key={name} value={name}>{name}</option>)}
         </select>
       </label>
       <p class={`connection ${connection}`} role="status">{texts[connection]}</p>
     </header>
+  );
+}
+
+/** What cannot be taken back is asked first. */
+function Question() {
+  const question = usePage((page) => page.question);
+  const dialog = useRef<HTMLDialogElement>(null);
+  useEffect(() => { if (question) dialog.current?.showModal(); }, [question]);
+  if (!question) return null;
+  return (
+    <dialog class="question" ref={dialog} aria-labelledby="question" onCancel={() => question.answer(false)}>
+      <p id="question">{question.text}</p>
+      <div class="row">
+        <Button onClick={() => question.answer(false)}>Cancel</Button>
+        <Button kind="bad" onClick={() => question.answer(true)}>{question.yes}</Button>
+      </div>
+    </dialog>
   );
 }
 
@@ -105,6 +123,7 @@ export function App() {
         </div>
       </main>
       <Notice />
+      <Question />
     </div>
   );
 }

@@ -6,7 +6,20 @@ import { usePage } from "./store.ts";
 import { Button, Switch, Tabs } from "./ui.tsx";
 
 const MOST_LINES = 3000;
-const SETTINGS = ["lmro.LastReport", "lmro.LastUpdate", "lmro.Lst", "lmro.SyncTimeout", "lmro.secureMode", "lmro.TestDevice", "lmro.DeviceName", "lmro.AcountBlocked", "lmro.AppVersion", "lmro.InstallDate", "lmro.Etag"];
+/** By their keys in the library's settings. */
+const SETTINGS: [key: string, name: string][] = [
+  ["lmro.LastReport", "Last upload"],
+  ["lmro.LastUpdate", "Last sync"],
+  ["lmro.Lst", "Campaigns as of"],
+  ["lmro.SyncTimeout", "Seconds between syncs"],
+  ["lmro.secureMode", "Secure mode"],
+  ["lmro.TestDevice", "Test device"],
+  ["lmro.DeviceName", "Its name"],
+  ["lmro.AcountBlocked", "Account blocked"],
+  ["lmro.AppVersion", "Application"],
+  ["lmro.InstallDate", "Installed"],
+  ["lmro.Etag", "Tag of the last sync"],
+];
 
 function textOf(value: JSONValue | undefined): string {
   if (value === null || value === undefined) return "—";
@@ -25,8 +38,8 @@ function Stored({ phone }: { phone: Phone }) {
       const storage = await ask<{ waiting: number | null }>(`phones/${phone.id}/storage`);
       if (isWanted) setWaiting(storage.waiting);
       if (phone.status !== "running") return;
-      const values = await Promise.all(SETTINGS.map((key) => command(phone, "setting", key)));
-      if (isWanted) setSettings(Object.fromEntries(SETTINGS.map((key, index) => [key, textOf(values[index]!.result)])));
+      const values = await Promise.all(SETTINGS.map(([key]) => command(phone, "setting", key)));
+      if (isWanted) setSettings(Object.fromEntries(SETTINGS.map(([key], index) => [key, textOf(values[index]!.result)])));
     };
     const timer = setTimeout(() => void look().catch(() => {}), 400);
     return () => { isWanted = false; clearTimeout(timer); };
@@ -36,7 +49,7 @@ function Stored({ phone }: { phone: Phone }) {
       <dt>Events waiting</dt><dd>{waiting ?? "—"}</dd>
       <dt>Device</dt><dd>{phone.device || "—"}</dd>
       <dt>Push token</dt><dd>{phone.token || "—"}</dd>
-      {SETTINGS.map((key) => <><dt key={key}>{key.replace("lmro.", "")}</dt><dd>{settings[key] ?? "—"}</dd></>)}
+      {SETTINGS.map(([key, name]) => <><dt key={key} title={key}>{name}</dt><dd>{settings[key] ?? "—"}</dd></>)}
     </dl>
   );
 }

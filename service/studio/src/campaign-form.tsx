@@ -2,7 +2,7 @@
 import { useRef, useState } from "preact/hooks";
 import { send } from "./api.ts";
 import type { JSONObject, JSONValue } from "./api.ts";
-import { dateOf, FREQUENCIES, LAYOUTS, objectOf, PARTS, wordOf } from "./campaign.ts";
+import { dateOf, FREQUENCIES, LAYOUTS, objectOf, own, PARTS, wordOf } from "./campaign.ts";
 import type { FieldOf } from "./campaign.ts";
 import { LayoutChoice } from "./previews.tsx";
 import { attempt, current } from "./store.ts";
@@ -30,10 +30,16 @@ function ColourField({ label, value, set, isOptional }: { label: string; value: 
 
 function PictureField({ label, value, set, isOptional }: { label: string; value: JSONValue | undefined; set: Set; isOptional?: boolean }) {
   const [isOver, setOver] = useState(false);
+  const latest = useRef(set);
+  latest.current = set;
   const take = (files: FileList | null | undefined) => {
     const file = files?.[0];
     if (!file) return;
-    void attempt(async () => set(assetAddress((await send<{ name: string }>(`assets/${encodeURIComponent(file.name)}`, file)).name)));
+    void attempt(async () => {
+      const { name } = await send<{ name: string }>(`assets/${encodeURIComponent(file.name)}`, file);
+      // Other fields may have changed while it was sent.
+      latest.current(assetAddress(name));
+    });
   };
   return (
     <div class={isOver ? "drop over" : "drop"} onDragOver={(event) => { event.preventDefault(); setOver(true); }} onDragLeave={() => setOver(false)}
@@ -70,6 +76,8 @@ function PartField({ field, value, set }: { field: FieldOf; value: JSONValue | u
   return <TextField label={label} value={wordOf(value)} onChange={set} />;
 }
 
+const FREQUENCY_NAMES = Object.entries(FREQUENCIES).map(([value, { label }]): [string, string] => [value, label]);
+
 const pad = (number: number) => String(number).padStart(2, "0");
 
 /** A campaign's time in the person's own zone, written with that zone. */
@@ -90,23 +98,31 @@ function changed(object: JSONObject, key: string, value: JSONValue | undefined):
   return rest;
 }
 
-export function CampaignForm({ campaign, onChange, picture }: { campaign: JSONObject; onChange: (campaign: JSONObject) => void; picture: string }) {
+interface CampaignFormProps {
+  campaign: JSONObject;
+  onChange: (campaign: JSONObject) => void;
+  picture: string;
+  isLocked: boolean;
+}
+
+export function CampaignForm({ campaign, onChange, picture, isLocked }: CampaignFormProps) {
   const set = (key: string): Set => (value) => onChange(changed(campaign, key, value));
   const layout = objectOf(campaign.layout);
   const type = wordOf(layout.type);
+  const frequency = wordOf(campaign.display_frequency);
   const before = useRef<JSONObject>({});
   before.current = { ...before.current, ...layout };
-  const parts = [...(LAYOUTS[type]?.parts ?? []), "close_button"];
+  const parts = [...(own(LAYOUTS, type)?.parts ?? []), "close_button"];
   const setPart = (name: string, key: string): Set => (value) => onChange({ ...campaign, layout: { ...layout, [name]: changed(objectOf(layout[name]), key, value) } });
   return (
-    <form class="campaign-form" onSubmit={(event) => event.preventDefault()}>
+    <form class="campaign-form" inert={isLocked} onSubmit={(event) => event.preventDefault()}>
       <fieldset>
         <legend>When it is shown</legend>
         <div class="fields">
           <TextField label="Identifier" value={wordOf(campaign.cid)} onChange={set("cid")} />
           <Choice label="Status" value={wordOf(campaign.status)} options={[["active", "active"], ["pause", "paused"], ["stop", "stopped"]]} onChange={set("status")} />
           <TextField label="Event that shows it" value={wordOf(campaign.display_trigger)} onChange={set("display_trigger")} />
-          <Choice label="How often" value={wordOf(campaign.display_frequency)} options={Object.entries(FREQUENCIES)} onChange={set("display_frequency")} />
+          <Choice label="How often" value={frequency} options={FREQUENCY_NAMES} hint={own(FREQUENCIES, frequency)?.meaning} onChange={set("display_frequency")} />
           <TimeField label="From" value={campaign.start_time} set={set("start_time")} isOptional />
           <TimeField label="Until" value={campaign.end_time} set={set("end_time")} />
         </div>

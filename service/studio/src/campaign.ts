@@ -76,13 +76,16 @@ export const LAYOUTS: Record<string, { label: string; parts: string[] }> = {
   layout6: { label: "Full screen: picture, texts, two buttons", parts: ["image", "primary_text", "secondary_text", "primary_button", "secondary_button"] },
 };
 
-export const FREQUENCIES: Record<string, string> = {
-  everytime: "every time",
-  once_per_session: "once in each session, until it was tapped",
-  everytime_until_cta: "every time, until something other than the close button was tapped",
-  once_per_session_until_cta: "once in each session, until something other than the close button was tapped",
-  once: "once, until it was tapped; then it is deleted",
+/** In a word or two, and in full. */
+export const FREQUENCIES: Record<string, { label: string; meaning: string }> = {
+  everytime: { label: "every time", meaning: "every time" },
+  once_per_session: { label: "once a session", meaning: "once in each session, until it was tapped" },
+  everytime_until_cta: { label: "until tapped", meaning: "every time, until something other than the close button was tapped" },
+  once_per_session_until_cta: { label: "once a session, until tapped", meaning: "once in each session, until something other than the close button was tapped" },
+  once: { label: "once", meaning: "once, until it was tapped; then it is deleted" },
 };
+
+const STATES: Record<string, string> = { pause: "It is paused.", stop: "It is stopped: phones delete it." };
 
 const text = (value: string, size: number, color: string, bold: boolean): JSONObject => ({ text: value, color, size, alignment: "center", bold, italic: false, underline: false });
 const button = (value: string, color: string, text_color: string, action: string): JSONObject => ({ color, style: "style2", gradient: false, border: false, text: value, text_size: 17, text_color, bold: true, italic: false, underline: false, action: { ios: action } });
@@ -99,18 +102,20 @@ function newPart(name: string, picture: string): JSONObject {
     secondary_button: button("Not now", "#e7ecea", "#1d5c4f", "close"),
     close_button: { style: "style2", color: "#5b6b66", layout_alignment: "end", action: { ios: "close" } },
   };
-  return parts[name] ?? {};
+  return own(parts, name) ?? {};
 }
 
+/** An entry of that name, which may come from anywhere: what every object has is none. */
+export const own = <Value>(entries: { [name: string]: Value }, name: string): Value | undefined => (Object.hasOwn(entries, name) ? entries[name] : undefined);
 export const objectOf = (value: JSONValue | undefined): JSONObject => (typeof value === "object" && value !== null && !Array.isArray(value) ? value : {});
 export const wordOf = (value: JSONValue | undefined): string => (typeof value === "string" || typeof value === "number" ? String(value) : "");
 
 /** With every part of that layout, as it is, as it was before, or new, and with no other: the library reads those too. */
 export function withLayout(campaign: JSONObject, type: string, picture: string, before: JSONObject = {}): JSONObject {
   const layout = objectOf(campaign.layout);
-  const wanted = [...(LAYOUTS[type]?.parts ?? []), "close_button"];
-  const unknown = Object.entries(layout).filter(([name]) => !(name in PARTS));
-  const parts = wanted.map((name) => [name, layout[name] ?? before[name] ?? newPart(name, picture)]);
+  const wanted = [...(own(LAYOUTS, type)?.parts ?? []), "close_button"];
+  const unknown = Object.entries(layout).filter(([name]) => !Object.hasOwn(PARTS, name));
+  const parts = wanted.map((name) => [name, own(layout, name) ?? own(before, name) ?? newPart(name, picture)]);
   return { ...campaign, layout: { ...Object.fromEntries([...unknown, ...parts]), type } };
 }
 
@@ -129,9 +134,8 @@ export const dateOf = (value: JSONValue | undefined): Date | null => {
 export function scheduleOf(campaign: JSONObject): string {
   const day = (date: Date | null) => date?.toLocaleString(undefined, { dateStyle: "medium", timeStyle: "short" });
   const [start, end] = [dateOf(campaign.start_time), dateOf(campaign.end_time)];
-  const frequency = FREQUENCIES[wordOf(campaign.display_frequency)] ?? "with no limit";
-  const states: Record<string, string> = { pause: "It is paused.", stop: "It is stopped: phones delete it." };
+  const frequency = own(FREQUENCIES, wordOf(campaign.display_frequency))?.meaning ?? "with no limit";
   const isWaiting = start && start.getTime() > Date.now();
-  const now = states[wordOf(campaign.status)] ?? (end && end.getTime() < Date.now() ? "Its time is over." : isWaiting ? "Its time has not come." : "Its time is now.");
+  const now = own(STATES, wordOf(campaign.status)) ?? (end && end.getTime() < Date.now() ? "Its time is over." : isWaiting ? "Its time has not come." : "Its time is now.");
   return `Shown when “${wordOf(campaign.display_trigger) || "…"}” is recorded, ${frequency}${start ? `, from ${day(start)}` : ""}${end ? ` until ${day(end)}` : ""}. ${now}`;
 }

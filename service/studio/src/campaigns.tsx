@@ -1,14 +1,15 @@
 // The account's campaigns, and the editor: form and JSON in step, what the library says, how it looks.
-import { useEffect, useMemo, useState } from "preact/hooks";
+import { useEffect, useMemo } from "preact/hooks";
 import { writeCampaign } from "./accounts.ts";
 import { ask } from "./api.ts";
 import type { JSONObject, Verdict } from "./api.ts";
 import { assetAddress, CampaignForm } from "./campaign-form.tsx";
-import { LAYOUTS, newCampaign, objectOf, scheduleOf, wordOf } from "./campaign.ts";
+import { LAYOUTS, newCampaign, objectOf, own, scheduleOf, wordOf } from "./campaign.ts";
 import { CodeEditor } from "./code-editor.tsx";
+import { useDraft } from "./drafts.ts";
 import { Previews, useVerdict } from "./previews.tsx";
-import { campaignsOf, current as currentPage, usePage } from "./store.ts";
-import { Button, Empty, Tabs } from "./ui.tsx";
+import { campaignsOf, current as currentPage, isSure, say, usePage } from "./store.ts";
+import { Button, Empty, NoAccount, Tabs } from "./ui.tsx";
 
 function VerdictBox({ verdict }: { verdict: Verdict | null }) {
   if (!verdict) return <p class="verdict" role="status">Asking the library…</p>;
@@ -33,65 +34,73 @@ function parsed(text: string): JSONObject | null {
 
 const textOf = (campaign: JSONObject): string => JSON.stringify(campaign, null, 2);
 
-interface EditorProps {
-  first: JSONObject;
-  /** Its place in the account's list; none for a new one. */
+/** A campaign that is being written. */
+interface Draft {
+  text: string;
+  /** What the JSON said when it could be read last. */
+  campaign: JSONObject;
+  /** What it was when the editor was opened. */
+  first: string;
+  /** Its place in the account's list, and what stands there; none for a new one. */
   index: number | null;
-  onClose: () => void;
+  base: string | null;
+  side: string;
 }
 
-function CampaignEditor({ first, index, onClose }: EditorProps) {
-  const [text, setText] = useState(textOf(first));
-  const [campaign, setCampaign] = useState(first);
-  const [side, setSide] = useState("form");
+const draftOf = (campaign: JSONObject, index: number | null): Draft => ({ text: textOf(campaign), first: textOf(campaign), campaign, index, base: index === null ? null : textOf(campaign), side: "form" });
+
+interface EditorProps {
+  draft: Draft;
+  setDraft: (draft: Draft | null) => void;
+}
+
+function CampaignEditor({ draft, setDraft }: EditorProps) {
+  const { text, campaign, index, base, side } = draft;
   const accounts = usePage((page) => page.accounts);
   const stored = useMemo(() => campaignsOf(currentPage()).map(textOf), [accounts]);
-  const [base, setBase] = useState(index === null ? null : textOf(first));
   // Where it stands now. One that was changed or taken out by hand is nowhere.
   const place = base === null ? stored.length : stored.indexOf(base);
   const verdict = useVerdict(text);
   useEffect(() => document.getElementById("view")?.scrollTo(0, 0), []);
-  const picture = useMemo(() => wordOf(objectOf(objectOf(first.layout).image).uri) || assetAddress("welcome.png"), []);
-  const read = (written: string) => {
-    setText(written);
-    const value = parsed(written);
-    if (value) setCampaign(value);
-  };
-  const take = (value: JSONObject) => {
-    setCampaign(value);
-    setText(textOf(value));
+  const picture = useMemo(() => wordOf(objectOf(objectOf(campaign.layout).image).uri) || assetAddress("welcome.png"), []);
+  const read = (written: string) => setDraft({ ...draft, text: written, campaign: parsed(written) ?? campaign });
+  const take = (value: JSONObject) => setDraft({ ...draft, text: textOf(value), campaign: value });
+  const close = async () => {
+    if (text === draft.first || (await isSure("Leave the editor? What you have changed is not published.", "Throw the changes away"))) setDraft(null);
   };
   const publish = async (status?: string) => {
     const value = status ? { ...campaign, status } : campaign;
-    if (await writeCampaign({ path: [place], value })) onClose();
+    if (await writeCampaign({ path: [place], value })) setDraft(null);
   };
   const isLost = place < 0;
   const other = stored[index ?? 0];
   return (
     <div class="editor">
-      <div class="toolbar">
-        <Button kind="quiet" onClick={onClose}>← Campaigns</Button>
+      <div class="toolbar editor-head">
+        <Button kind="quiet" onClick={close}>← Campaigns</Button>
         <h2>{wordOf(campaign.cid) || "A campaign"}</h2>
         <Button kind="main" isDisabled={!parsed(text) || isLost} onClick={() => publish("active")}>Publish</Button>
-        {index !== null && <Button isDisabled={isLost} onClick={() => publish("pause")}>Pause</Button>}
-        {index !== null && <Button kind="bad" isDisabled={isLost} onClick={() => publish("stop")}>Stop</Button>}
+        {index !== null && <Button isDisabled={!parsed(text) || isLost} onClick={() => publish("pause")}>Pause</Button>}
+        {index !== null && <Button kind="bad" isDisabled={!parsed(text) || isLost} onClick={() => publish("stop")}>Stop</Button>}
       </div>
       {isLost && (
-        <p class="problem mild" role="alert">
-          The file was changed by hand, and has this campaign no more as it was. {other && <Button onClick={() => { setBase(other); read(other); }}>Show what stands there</Button>}
-        </p>
+        <div class="problem mild row" role="alert">
+          <p>The file was changed by hand, and has this campaign no more as it was.</p>
+          {other && <Button onClick={() => setDraft({ ...draftOf(parsed(other)!, index), side })}>Show what stands there</Button>}
+          <Button onClick={() => setDraft({ ...draft, index: null, base: null })}>Keep this as a new one</Button>
+        </div>
       )}
       <p class="schedule">{scheduleOf(campaign)}</p>
       <VerdictBox verdict={verdict} />
       <div class={`sides ${side}`}>
         <div class="side-live">
           <Previews description={verdict?.description ?? null} />
-          <Tabs label="Ways to edit" tabs={[["form", "Form"], ["json", "JSON"]]} shown={side} onShow={setSide} />
+          <Tabs label="Ways to edit" tabs={[["form", "Form"], ["json", "JSON"]]} shown={side} onShow={(shown) => setDraft({ ...draft, side: shown })} />
           <div class="side-json"><CodeEditor label="The campaign as JSON" text={text} onChange={read} /></div>
         </div>
         <div class="side-form">
-          {!parsed(text) && <p class="problem" role="alert">The JSON cannot be read; the form shows what could be read last.</p>}
-          <CampaignForm campaign={campaign} onChange={take} picture={picture} />
+          {!parsed(text) && <p class="problem" role="alert">The JSON cannot be read; the form shows what could be read last, and waits.</p>}
+          <CampaignForm campaign={campaign} onChange={take} picture={picture} isLocked={!parsed(text)} />
         </div>
       </div>
     </div>
@@ -109,13 +118,19 @@ export function CampaignsView() {
   const account = usePage((page) => page.account);
   const accounts = usePage((page) => page.accounts);
   const campaigns = useMemo(() => campaignsOf(currentPage()), [accounts, account]);
-  const [open, setOpen] = useState<{ campaign: JSONObject; index: number | null } | null>(null);
-  useEffect(() => setOpen(null), [account]);
-  if (!account) return <Empty title="There is no account."><p>Add one to the accounts file {accounts.file}.</p></Empty>;
-  if (open) return <CampaignEditor key={`${open.index}`} first={open.campaign} index={open.index} onClose={() => setOpen(null)} />;
+  const [draft, setDraft] = useDraft<Draft | null>(`campaign of ${account}`, null);
+  if (!account) return <NoAccount />;
+  if (draft) return <CampaignEditor key={account} draft={draft} setDraft={setDraft} />;
   const add = async () => {
     const names = await ask<string[]>("assets").catch(() => []);
-    setOpen({ campaign: newCampaign(newId(campaigns), names[0] ? assetAddress(names.find((name) => name.startsWith("welcome")) ?? names[0]) : ""), index: null });
+    setDraft(draftOf(newCampaign(newId(campaigns), names[0] ? assetAddress(names.find((name) => name.startsWith("welcome")) ?? names[0]) : ""), null));
+  };
+  const remove = async (campaign: JSONObject) => {
+    const question = `Remove “${wordOf(campaign.cid).slice(0, 100)}” from the accounts file? Phones that have it keep it; stop it first, if they are not to.`;
+    if (!(await isSure(question, "Remove it"))) return;
+    const place = campaignsOf(currentPage()).map(textOf).indexOf(textOf(campaign));
+    if (place < 0) say("The file was changed meanwhile, and has the campaign no more as it was.", true);
+    else await writeCampaign({ path: [place] });
   };
   const setStatus = (index: number, status: string) => writeCampaign({ path: [index, "status"], value: status });
   return (
@@ -127,16 +142,16 @@ export function CampaignsView() {
           const status = wordOf(campaign.status);
           return (
             <li key={index}>
-              <button type="button" class="campaign-open" onClick={() => setOpen({ campaign, index })}>
+              <button type="button" class="campaign-open" onClick={() => setDraft(draftOf(campaign, index))}>
                 <strong>{wordOf(campaign.cid).slice(0, 100) || "without a name"}</strong>
-                <span class={`status ${STATES[status] ?? ""}`}>{STATES[status] ?? (status.slice(0, 40) || "no status")}</span>
-                <span class="muted">{LAYOUTS[wordOf(objectOf(campaign.layout).type)]?.label ?? "an unknown layout"}</span>
+                <span class={`status ${own(STATES, status) ?? ""}`}>{own(STATES, status) ?? (status.slice(0, 40) || "no status")}</span>
+                <span class="muted">{own(LAYOUTS, wordOf(objectOf(campaign.layout).type))?.label ?? "an unknown layout"}</span>
                 <span>{scheduleOf(campaign).slice(0, 400)}</span>
               </button>
               <div class="row">
                 {status === "active" ? <Button onClick={() => setStatus(index, "pause")}>Pause</Button> : <Button onClick={() => setStatus(index, "active")}>Publish</Button>}
                 {status !== "stop" && <Button onClick={() => setStatus(index, "stop")}>Stop</Button>}
-                <Button kind="quiet" onClick={() => writeCampaign({ path: [index] })} title="Takes it out of the file; phones that have it keep it">Remove</Button>
+                <Button kind="quiet" onClick={() => remove(campaign)}>Remove</Button>
               </div>
             </li>
           );

@@ -2,6 +2,8 @@
 import { useEffect, useMemo, useRef, useState } from "preact/hooks";
 import { ask } from "./api.ts";
 import type { EventRow, JSONObject, JSONValue } from "./api.ts";
+import { objectOf, own } from "./campaign.ts";
+import { useDraft } from "./drafts.ts";
 import { current, usePage } from "./store.ts";
 import { Choice, clock, Empty, shortId, Switch, TextField } from "./ui.tsx";
 
@@ -86,10 +88,12 @@ function useRows(filter: Filter) {
   return { count, rowAt, isWaiting };
 }
 
+const OF_PUSH = { opened: "A notification was opened.", init: "A push token was registered.", unregister: "The push token was removed." };
+
 /** An event as a person reads it. */
 export function sentenceOf(event: JSONObject): string {
   const text = (value: JSONValue | undefined) => (typeof value === "string" ? value : "");
-  const inner = (key: string): JSONObject => (typeof event[key] === "object" && event[key] !== null ? (event[key] as JSONObject) : {});
+  const inner = (key: string) => objectOf(event[key]);
   const name = text(event.name);
   switch (event.event_type) {
     case "checkpoint":
@@ -101,7 +105,7 @@ export function sentenceOf(event: JSONObject): string {
     case "user":
       return `The person's profile was set${text(inner("user").firstName) && `: ${text(inner("user").firstName)}`}.`;
     case "push":
-      return { opened: "A notification was opened.", init: "A push token was registered.", unregister: "The push token was removed." }[text(inner("push").subtype)] ?? "Something about push notifications.";
+      return own(OF_PUSH, text(inner("push").subtype)) ?? "Something about push notifications.";
     case "inapp":
       return `The message “${text(inner("inapp").cid)}” was ${text(inner("inapp").subtype) || "used"}.`;
     default:
@@ -163,7 +167,7 @@ function Row({ row, top, isChosen, deviceName, position, count, onChoose }: RowP
       {row ? (
         <>
           <span class={`kind ${/^[a-z]+$/.test(row.kind ?? "") ? row.kind : ""}`}>{row.kind ?? "other"}</span>
-          <span class="event-name">{row.name ?? NAMELESS[row.kind ?? ""] ?? row.text}</span>
+          <span class="event-name">{row.name ?? own(NAMELESS, row.kind ?? "") ?? row.text}</span>
           <span class="event-device">{deviceName}</span>
           <time>{clock(row.received)}</time>
         </>
@@ -173,8 +177,8 @@ function Row({ row, top, isChosen, deviceName, position, count, onChoose }: RowP
 }
 
 export function EventsView() {
-  const [typed, setTyped] = useState({ search: "", name: "" });
-  const [filter, setFilter] = useState<Filter>({ search: "", device: "", kind: "", name: "" });
+  const [filter, setFilter] = useDraft<Filter>("filter of events", { search: "", device: "", kind: "", name: "" });
+  const [typed, setTyped] = useState({ search: filter.search, name: filter.name });
   const [chosen, setChosen] = useState<number | null>(null);
   const [follows, setFollows] = useState(true);
   const [seen, setSeen] = useState({ top: 0, height: 600 });
@@ -184,9 +188,9 @@ export function EventsView() {
   const names = useMemo(() => new Map(phones.filter(({ device }) => device).map(({ device, name }) => [device!, name])), [phones]);
 
   useEffect(() => {
-    const timer = setTimeout(() => setFilter((known) => ({ ...known, ...typed })), 200);
+    const timer = setTimeout(() => setFilter({ ...filter, ...typed }), 200);
     return () => clearTimeout(timer);
-  }, [typed.search, typed.name]);
+  }, [typed.search, typed.name, filter.kind, filter.device]);
   useEffect(() => {
     const watch = new ResizeObserver(() => list.current && setSeen((known) => ({ ...known, height: list.current!.clientHeight })));
     watch.observe(list.current!);

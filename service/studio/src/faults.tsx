@@ -3,9 +3,10 @@ import { useEffect, useState } from "preact/hooks";
 import { writeAccount, writeFile } from "./accounts.ts";
 import { ask } from "./api.ts";
 import type { JSONObject } from "./api.ts";
-import { wordOf } from "./campaign.ts";
-import { accountOf, usePage } from "./store.ts";
-import { Button, Choice, Empty, Field, Switch } from "./ui.tsx";
+import { objectOf, wordOf } from "./campaign.ts";
+import { useDraft } from "./drafts.ts";
+import { accountOf, every, usePage } from "./store.ts";
+import { Button, Choice, Empty, Field, NoAccount, Switch } from "./ui.tsx";
 
 const KINDS: [name: string, label: string, fault: JSONObject][] = [
   ["delay", "Answers after three seconds", { delay_ms: 3000 }],
@@ -32,19 +33,21 @@ export function FaultsView() {
   const revision = usePage((page) => page.accounts.revision);
   const request = usePage((page) => page.requests.at(-1)?.n);
   const [counts, setCounts] = useState<Strikes>({ strikes: [], certificate: "", failedHandshakes: 0 });
-  const [endpoint, setEndpoint] = useState("all");
-  const [times, setTimes] = useState("");
+  const [endpoint, setEndpoint] = useDraft("endpoint of faults", "all");
+  const [times, setTimes] = useDraft("times of faults", "");
   const given = account.misbehave;
-  const faults = (Array.isArray(given) ? given : given ? [given] : []).filter((fault): fault is JSONObject => typeof fault === "object" && fault !== null && !Array.isArray(fault));
+  // Entries by their places in the file: those of another kind stand there, too.
+  const faults = Array.isArray(given) ? given : given === undefined ? [] : [given];
   useEffect(() => {
     const look = () => void ask<Strikes>("faults", { account: name }).then(setCounts, () => {});
     const timer = setTimeout(look, 100);
     // Who does not trust the certificate makes no request that the stream could tell of.
-    const again = setInterval(look, 3000);
-    return () => { clearTimeout(timer); clearInterval(again); };
+    const end = every(3000, look);
+    return () => { clearTimeout(timer); end(); };
   }, [name, request, revision]);
-  if (!name) return <Empty title="There is no account." />;
-  const write = (list: JSONObject[]) => writeAccount(list.length > 0 ? { path: ["misbehave"], value: list } : { path: ["misbehave"] });
+  if (!name) return <NoAccount />;
+  const add = (fault: JSONObject) => writeAccount(Array.isArray(given) ? { path: ["misbehave", faults.length], value: fault } : { path: ["misbehave"], value: [...faults, fault] });
+  const remove = (index: number) => writeAccount({ path: faults.length > 1 ? ["misbehave", index] : ["misbehave"] });
   const placed = (fault: JSONObject): JSONObject => ({ endpoint, ...fault, ...(times ? { times: Number(times) } : {}) });
   return (
     <div class="faults">
@@ -52,14 +55,14 @@ export function FaultsView() {
         <legend>What goes wrong</legend>
         <div class="row">
           <Choice label="Switches are for" value={endpoint} options={ENDPOINTS} onChange={setEndpoint} />
-          <Field label="How often">{(id) => <input id={id} type="number" min={1} placeholder="always" value={times} onInput={(event) => setTimes(event.currentTarget.value)} />}</Field>
+          <Field label="How often" hint="Empty: always. It is for switches that are turned on from now on.">{(id) => <input id={id} type="number" min={1} placeholder="always" value={times} onInput={(event) => setTimes(event.currentTarget.value)} />}</Field>
         </div>
         <ul class="switches">
           {KINDS.map(([kind, label, fault]) => {
-            const index = faults.findIndex((one) => (one.endpoint ?? "all") === endpoint && without(one) === JSON.stringify(fault));
+            const index = faults.findIndex((one) => (objectOf(one).endpoint ?? "all") === endpoint && without(objectOf(one)) === JSON.stringify(fault));
             return (
               <li key={kind}>
-                <Switch label={label} isOn={index >= 0} onChange={(isOn) => void write(isOn ? [...faults, placed(fault)] : faults.filter((_, n) => n !== index))} />
+                <Switch label={label} isOn={index >= 0} onChange={(isOn) => void (isOn ? add(placed(fault)) : remove(index))} />
                 {index >= 0 && <span class="strikes">struck {counts.strikes[index] ?? 0} ×</span>}
               </li>
             );
@@ -73,8 +76,8 @@ export function FaultsView() {
             {faults.map((fault, index) => (
               <li key={index}>
                 <code>{JSON.stringify(fault).slice(0, 300)}</code>
-                <span class="strikes">struck {counts.strikes[index] ?? 0} ×{fault.times !== undefined && ` of ${wordOf(fault.times)}`}</span>
-                <Button onClick={() => write(faults.filter((_, n) => n !== index))}>Remove</Button>
+                <span class="strikes">struck {counts.strikes[index] ?? 0} ×{objectOf(fault).times !== undefined && ` of ${wordOf(objectOf(fault).times)}`}</span>
+                <Button onClick={() => remove(index)}>Remove</Button>
               </li>
             ))}
           </ul>

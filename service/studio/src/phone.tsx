@@ -3,9 +3,10 @@ import { useEffect, useLayoutEffect, useRef, useState } from "preact/hooks";
 import { ask, command, send } from "./api.ts";
 import type { Alert, JSONObject, Phone } from "./api.ts";
 import { Beneath } from "./beneath.tsx";
+import { forget, useDraft } from "./drafts.ts";
 import { MessageFrame, SCREENS } from "./message-frame.tsx";
 import { Shop } from "./shop.tsx";
-import { attempt, change, phoneOf, usePage } from "./store.ts";
+import { attempt, change, isSure, phoneOf, usePage } from "./store.ts";
 import { Button, Empty, Switch, Tabs } from "./ui.tsx";
 
 const run = (phone: Phone, ...words: (string | null)[]) => attempt(async () => {
@@ -31,7 +32,9 @@ function useScreen(phone: Phone): JSONObject | null {
 }
 
 function AlertBox({ phone, alert }: { phone: Phone; alert: Alert }) {
-  const [text, setText] = useState(alert.text ?? "");
+  const key = `alert ${alert.n} of ${phone.id}`;
+  const [text, setText] = useDraft(key, alert.text ?? "");
+  const answer = async (index: number) => (await run(phone, "answer", String(index), ...(alert.text !== undefined ? [text] : []))) && forget(key);
   const box = useRef<HTMLDivElement>(null);
   useEffect(() => box.current?.querySelector<HTMLElement>("input, button")?.focus(), []);
   return (
@@ -42,7 +45,7 @@ function AlertBox({ phone, alert }: { phone: Phone; alert: Alert }) {
         {alert.text !== undefined && <input aria-label={alert.title} value={text} onInput={(event) => setText(event.currentTarget.value)} />}
         <div class="row">
           {alert.buttons.map((button, index) => (
-            <Button key={index} kind={index === alert.buttons.length - 1 ? "main" : "plain"} onClick={() => run(phone, "answer", String(index), ...(alert.text !== undefined ? [text] : []))}>{button}</Button>
+            <Button key={index} kind={index === alert.buttons.length - 1 ? "main" : "plain"} onClick={() => answer(index)}>{button}</Button>
           ))}
         </div>
       </div>
@@ -104,6 +107,9 @@ function Screen({ phone, size, isWide }: { phone: Phone; size: keyof typeof SCRE
     addEventListener("resize", measure);
     return () => { watch.disconnect(); removeEventListener("resize", measure); };
   }, [width, height]);
+  useEffect(() => {
+    if (phone.status === "ended") forget(`checkout of ${phone.id}`);
+  }, [phone.status]);
   const isAway = phone.status === "ended" || phone.state === "background";
   const alert = phone.alerts?.at(-1);
   return (
@@ -129,15 +135,17 @@ function spanText(seconds: number): string {
 
 function Surroundings({ phone }: { phone: Phone }) {
   const isRunning = phone.status === "running";
-  const [version, setVersion] = useState("");
+  const [version, setVersion] = useDraft(`version of ${phone.id}`, "");
   const next = version || String(Math.floor(Number.parseFloat(phone.version) || 1) + 1) + ".0";
+  const reinstall = async () => (await isSure(`Reinstall the application on ${phone.name}? Its data goes, events that wait included; its keychain stays.`, "Reinstall")) && act(phone, "reinstall");
+  const remove = async () => (await isSure(`Remove ${phone.name} with its data?`, "Remove")) && act(phone, "remove");
   return (
     <div class="surroundings">
       <div class="row" role="group" aria-label="Application">
         {isRunning ? <Button kind="bad" onClick={() => act(phone, "kill")}>Kill</Button> : <Button kind="main" onClick={() => act(phone, "launch")}>Launch</Button>}
         <Button isDisabled={!isRunning} onClick={() => act(phone, "quit")}>Close</Button>
         <Button isDisabled={!isRunning} onClick={() => run(phone, phone.state === "background" ? "foreground" : "background")}>{phone.state === "background" ? "Foreground" : "Background"}</Button>
-        <Button onClick={() => act(phone, "reinstall")} title="The data goes, the keychain stays">Reinstall</Button>
+        <Button onClick={reinstall} title="The data goes, the keychain stays">Reinstall</Button>
       </div>
       <div class="row" role="group" aria-label="Time">
         <span class="group-name">Time</span>
@@ -153,7 +161,7 @@ function Surroundings({ phone }: { phone: Phone }) {
         <span class="group-name">Version {phone.version}</span>
         <input class="short" aria-label="New version" placeholder={next} value={version} onInput={(event) => setVersion(event.currentTarget.value)} />
         <Button onClick={() => act(phone, "update", { version: next, build: String(Number(phone.build) + 1 || 1) })}>Update</Button>
-        <Button kind="quiet" onClick={() => confirm(`Remove ${phone.name} with its data?`) && act(phone, "remove")}>Remove the phone</Button>
+        <Button kind="quiet" onClick={remove}>Remove the phone</Button>
       </div>
     </div>
   );
@@ -177,9 +185,9 @@ export function PhoneColumn() {
     <aside class="phones" aria-label="Phone">
       <div class="row phone-head">
         <Tabs label="Phones" tabs={phones.map(({ id, name }): [string, string] => [String(id), name])} shown={String(phone?.id ?? "")} onShow={(id) => change({ phone: Number(id) })} />
-        <Button kind="quiet" onClick={add}>Add a phone</Button>
+        <Button kind="quiet" isDisabled={!account} onClick={add}>Add a phone</Button>
       </div>
-      {!phone && connection !== "loading" && <Empty title="There is no phone yet."><Button kind="main" onClick={add}>Add one</Button></Empty>}
+      {!phone && connection !== "loading" && <Empty title="There is no phone yet."><Button kind="main" isDisabled={!account} onClick={add}>Add one</Button></Empty>}
       {phone && (
         <>
           <div class="row">

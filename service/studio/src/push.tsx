@@ -1,8 +1,9 @@
 // A composer for push notifications, which go to the phone in its present state.
-import { useState } from "preact/hooks";
 import { command, send } from "./api.ts";
-import type { JSONObject } from "./api.ts";
+import type { JSONObject, JSONValue } from "./api.ts";
+import { objectOf, wordOf } from "./campaign.ts";
 import { CodeEditor } from "./code-editor.tsx";
+import { useDraft } from "./drafts.ts";
 import { attempt, phoneOf, say, usePage } from "./store.ts";
 import { Button, Empty, TextField } from "./ui.tsx";
 
@@ -12,17 +13,24 @@ const SAMPLES: [name: string, payload: JSONObject][] = [
   ["Of somebody else", { aps: { alert: "Not from this service" } }],
 ];
 
+/** Of a text that is no object, null: the editor marks what is wrong with it. */
+function payloadOf(text: string): JSONObject | null {
+  try {
+    const value = JSON.parse(text) as JSONValue;
+    return typeof value === "object" && !Array.isArray(value) ? value : null;
+  } catch {
+    return null;
+  }
+}
+
 export function PushView() {
   const phone = usePage(phoneOf);
-  const [text, setText] = useState(JSON.stringify(SAMPLES[0]![1], null, 2));
-  let payload: JSONObject | null = null;
-  try {
-    payload = JSON.parse(text) as JSONObject;
-  } catch {
-    // The editor marks what is wrong with it.
-  }
-  const part = (name: string): JSONObject => (payload?.[name] ?? {}) as JSONObject;
-  const set = (name: string, key: string) => (value: string) => setText(JSON.stringify({ ...payload, [name]: { ...part(name), [key]: value } }, null, 2));
+  const [text, setText] = useDraft("push", JSON.stringify(SAMPLES[0]![1], null, 2));
+  const payload = payloadOf(text);
+  const aps = objectOf(payload?.aps);
+  const vs = objectOf(payload?.vs);
+  const set = (name: string, value: JSONValue) => setText(JSON.stringify({ ...payload, [name]: value }, null, 2));
+  const hasParts = Object.keys(objectOf(aps.alert)).length > 0;
   if (!phone) return <Empty title="There is no phone to send to." />;
   const isRunning = phone.status === "running";
   const deliver = () => attempt(async () => {
@@ -38,10 +46,11 @@ export function PushView() {
         {SAMPLES.map(([name, sample]) => <Button key={name} onClick={() => setText(JSON.stringify(sample, null, 2))}>{name}</Button>)}
       </div>
       <div class="fields">
-        <TextField label="Text" value={String(part("aps").alert ?? "")} onChange={set("aps", "alert")} />
-        <TextField label="Campaign" value={String(part("vs").cid ?? "")} onChange={set("vs", "cid")} />
-        <TextField label="A tap opens" value={String(part("vs").a ?? "")} onChange={set("vs", "a")} />
+        <TextField label="Text" value={wordOf(hasParts ? objectOf(aps.alert).body : aps.alert)} isDisabled={!payload} onChange={(value) => set("aps", { ...aps, alert: hasParts ? { ...objectOf(aps.alert), body: value } : value })} />
+        <TextField label="Campaign" value={wordOf(vs.cid)} isDisabled={!payload} onChange={(value) => set("vs", { ...vs, cid: value })} />
+        <TextField label="A tap opens" value={wordOf(vs.a)} isDisabled={!payload} onChange={(value) => set("vs", { ...vs, a: value })} />
       </div>
+      {!payload && <p class="problem" role="alert">The JSON below is no object that can be read; the fields wait for it.</p>}
       <div class="code-room"><CodeEditor label="The payload as JSON" text={text} onChange={setText} /></div>
       <p>{phone.name} {isRunning ? `is in the ${phone.state === "background" ? "background" : "foreground"}` : "is not running"}{phone.token ? "." : ", and has no push token, which a real service would need."}</p>
       <div class="row">

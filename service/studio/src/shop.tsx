@@ -1,6 +1,6 @@
 // The sample shop on the phone: its buttons are actions, sessions, and a profile.
-import { useState } from "preact/hooks";
 import type { Phone } from "./api.ts";
+import { useDraft } from "./drafts.ts";
 import { campaignsOf, usePage } from "./store.ts";
 import { Button, TextField } from "./ui.tsx";
 
@@ -28,8 +28,8 @@ function Goods({ run }: { run: Run }) {
   );
 }
 
-function Checkout({ run }: { run: Run }) {
-  const [isOpen, setOpen] = useState(false);
+function Checkout({ phone, run }: { phone: Phone; run: Run }) {
+  const [isOpen, setOpen] = useDraft(`checkout of ${phone.id}`, false);
   if (!isOpen) return <Button kind="main" onClick={async () => setOpen(await run("start-session", "checkout"))}>Go to the checkout</Button>;
   return (
     <div class="row">
@@ -39,8 +39,8 @@ function Checkout({ run }: { run: Run }) {
   );
 }
 
-function Profile({ run }: { run: Run }) {
-  const [person, setPerson] = useState({ firstName: "Ada", email: "ada@example.com", city: "London" });
+function Profile({ phone, run }: { phone: Phone; run: Run }) {
+  const [person, setPerson] = useDraft(`profile of ${phone.id}`, { firstName: "Ada", email: "ada@example.com", city: "London" });
   const set = (name: keyof typeof person) => (value: string) => setPerson({ ...person, [name]: value });
   const save = async () => (await run("lead", JSON.stringify(person))) && run("action", "profile_created");
   return (
@@ -54,8 +54,8 @@ function Profile({ run }: { run: Run }) {
 }
 
 /** An action of any name, with the events that the account's campaigns wait for at hand. */
-function AnyAction({ run }: { run: Run }) {
-  const [name, setName] = useState("");
+function AnyAction({ phone, run }: { phone: Phone; run: Run }) {
+  const [name, setName] = useDraft(`action of ${phone.id}`, "");
   const triggers = usePage((page) => campaignsOf(page).map((campaign) => campaign.display_trigger).filter((trigger) => typeof trigger === "string").join("\n"));
   return (
     <div class="any-action">
@@ -71,16 +71,16 @@ function AnyAction({ run }: { run: Run }) {
 }
 
 export function Shop({ phone, run }: { phone: Phone; run: Run }) {
-  const [part, setPart] = useState("shop");
+  const [part, setPart] = useDraft(`shop of ${phone.id}`, "shop");
   const show = (name: string, trigger?: string) => { setPart(name); if (trigger) void run("action", trigger); };
   const parts: [string, string, string?][] = [["shop", "Shop", "shop_opened"], ["profile", "Profile"], ["actions", "Actions"]];
   return (
     <div class="shop">
       <h2><span aria-hidden="true">▲</span> Base Camp <small>{phone.version}</small></h2>
       <div class="shop-body">
-        {part === "shop" && <><Goods run={run} /><Checkout run={run} /></>}
-        {part === "profile" && <Profile run={run} />}
-        {part === "actions" && <AnyAction run={run} />}
+        {part === "shop" && <><Goods run={run} /><Checkout phone={phone} run={run} /></>}
+        {part === "profile" && <Profile phone={phone} run={run} />}
+        {part === "actions" && <AnyAction phone={phone} run={run} />}
       </div>
       <nav class="shop-bar" aria-label="Shop">
         {parts.map(([name, text, trigger]) => <button type="button" key={name} aria-current={part === name ? "page" : undefined} onClick={() => show(name, trigger)}>{text}</button>)}

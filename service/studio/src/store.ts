@@ -2,6 +2,8 @@
 import { useEffect, useState } from "preact/hooks";
 import { ask, messageAddress, Refusal } from "./api.ts";
 import type { AccountsFile, EventRow, JSONObject, Phone, Request, StudioState } from "./api.ts";
+import { follow, gather, rest } from "./live.ts";
+import type { Listener } from "./live.ts";
 
 export type Connection = "loading" | "live" | "lost" | "full" | "error";
 
@@ -21,6 +23,8 @@ export interface Page {
   /** Grows with each hint of the stream that something is to be asked for again. */
   devices: number;
   logs: { [phone: number]: number };
+  /** What the person is asked before it is done. */
+  question: { text: string; yes: string; answer: (isYes: boolean) => void } | null;
   notice: { text: string; isBad: boolean; n: number } | null;
 }
 
@@ -29,7 +33,7 @@ const MOST_REQUESTS = 1000;
 let page: Page = {
   connection: "loading", problem: "", service: { port: 0, domain: "", authority: "" }, messagePage: "",
   phones: [], phone: 0, accounts: { file: "", revision: "" }, account: "", requests: [],
-  events: { total: 0, last: 0 }, arrived: [], devices: 0, logs: {}, notice: null,
+  events: { total: 0, last: 0 }, arrived: [], devices: 0, logs: {}, question: null, notice: null,
 };
 const listeners = new Set<() => void>();
 
@@ -58,6 +62,12 @@ export function say(text: string, isBad = false): void {
   change({ notice: { text, isBad, n: ++lastNotice } });
 }
 
+/** Asks the person, since what follows cannot be taken back. */
+export function isSure(text: string, yes: string): Promise<boolean> {
+  page.question?.answer(false);
+  return new Promise((resolve) => change({ question: { text, yes, answer: (isYes) => { change({ question: null }); resolve(isYes); } } }));
+}
+
 /** Does something that may be refused, and says so then. Gives whether it was done. */
 export async function attempt(work: () => Promise<unknown>): Promise<boolean> {
   try {
@@ -71,8 +81,9 @@ export async function attempt(work: () => Promise<unknown>): Promise<boolean> {
 
 /* The stream */
 
-let stream: EventSource | null = null;
 let retry = 0;
+/** Of the latest connect. */
+let turn = 0;
 
 function takePhone(phone: Phone): void {
   const others = page.phones.filter(({ id }) => id !== phone.id);
@@ -105,53 +116,60 @@ const takers: Record<string, (data: any) => void> = {
   log: ({ phone, last }) => change({ logs: { ...page.logs, [phone]: last } }),
   accounts: () => void attempt(readAccounts),
   devices: () => change({ devices: page.devices + 1 }),
-  reset: () => void connect(),
 };
+
+const listener: Listener = {
+  message: (type, data) => takers[type]?.(JSON.parse(data)),
+  state: (state) => {
+    change({ connection: state === "open" ? "live" : state === "lost" ? "lost" : "full" });
+    if (state === "refused") connectIn(2000);
+  },
+  behind: () => void connect(),
+};
+
+function connectIn(milliseconds: number): void {
+  clearTimeout(retry);
+  retry = window.setTimeout(connect, milliseconds);
+}
 
 /** Asks for everything, and follows the stream from there. */
 export async function connect(): Promise<void> {
   clearTimeout(retry);
-  stream?.close();
+  if (document.hidden) return;
+  const own = ++turn;
   try {
+    gather(listener);
     const { feed, accounts, ...state } = await ask<StudioState>("state");
     const messagePage = await messageAddress();
+    if (own !== turn) return;
     const phone = state.phones.some(({ id }) => id === page.phone) ? page.phone : (state.phones[0]?.id ?? 0);
     change({ ...state, messagePage, phone, problem: "", arrived: [] });
     takeAccounts(accounts);
-    follow(feed);
+    follow(feed, listener);
   } catch (error) {
+    if (own !== turn) return;
     const isRefused = error instanceof Refusal && error.status === 403;
     change({ connection: isRefused ? "error" : "lost", problem: error instanceof Error ? error.message : "" });
-    retry = window.setTimeout(connect, 1000);
+    connectIn(1000);
   }
 }
 
-function follow(feed: number): void {
-  const followed = new EventSource(`live?after=${feed}`);
-  stream = followed;
-  for (const [type, take] of Object.entries(takers)) {
-    followed.addEventListener(type, ({ data }) => stream === followed && take(JSON.parse(data)));
-  }
-  followed.onopen = () => stream === followed && change({ connection: "live" });
-  followed.onerror = () => {
-    if (stream !== followed) return;
-    // The browser tries again by itself, unless it was refused: the studio feeds so many pages and no more.
-    const isRefused = followed.readyState === EventSource.CLOSED;
-    change({ connection: isRefused ? "full" : "lost" });
-    if (isRefused) retry = window.setTimeout(connect, 2000);
-  };
+function restUnseen(): void {
+  clearTimeout(retry);
+  turn += 1;
+  rest();
 }
 
 /** A page that nobody sees asks for nothing. */
-document.addEventListener("visibilitychange", () => {
-  clearTimeout(retry);
-  if (document.hidden) {
-    stream?.close();
-    stream = null;
-  } else {
-    void connect();
-  }
-});
+document.addEventListener("visibilitychange", () => (document.hidden ? restUnseen() : void connect()));
+addEventListener("pagehide", restUnseen);
+addEventListener("pageshow", ({ persisted }) => persisted && void connect());
+
+/** Does it again and again while the page is seen; gives what ends that. */
+export function every(milliseconds: number, work: () => void): () => void {
+  const timer = setInterval(() => document.hidden || work(), milliseconds);
+  return () => clearInterval(timer);
+}
 
 /* What several views ask for */
 

@@ -3,7 +3,8 @@ import { useEffect, useRef, useState } from "preact/hooks";
 import uPlot from "uplot";
 import { ask } from "./api.ts";
 import type { Request } from "./api.ts";
-import { usePage } from "./store.ts";
+import { useDraft } from "./drafts.ts";
+import { every, usePage } from "./store.ts";
 import { Choice, clock, Empty, shortId } from "./ui.tsx";
 
 const SPANS: [string, string][] = [["300", "5 minutes"], ["3600", "an hour"], ["86400", "a day"]];
@@ -60,8 +61,8 @@ export function TimelineView() {
   const phones = usePage((page) => page.phones);
   const requests = usePage((page) => page.requests);
   const total = usePage((page) => page.events.total);
-  const [span, setSpan] = useState("300");
-  const [device, setDevice] = useState("");
+  const [span, setSpan] = useDraft("span", "300");
+  const [device, setDevice] = useDraft("device of requests", "");
   const [data, setData] = useState<uPlot.AlignedData | null>(null);
   const shown = requests.filter((request) => !device || request.device === device);
   useEffect(() => {
@@ -84,8 +85,8 @@ export function TimelineView() {
       setData(columns as unknown as uPlot.AlignedData);
     };
     const first = setTimeout(draw, 150);
-    const timer = setInterval(draw, 5000);
-    return () => { isWanted = false; clearTimeout(first); clearInterval(timer); };
+    const end = every(5000, draw);
+    return () => { isWanted = false; clearTimeout(first); end(); };
   }, [span, device, total, requests]);
   const known = phones.filter((phone) => phone.device);
   return (

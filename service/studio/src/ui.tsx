@@ -1,6 +1,7 @@
 // Small parts that all views are made of.
 import type { ComponentChildren } from "preact";
 import { useEffect, useId, useRef } from "preact/hooks";
+import { usePage } from "./store.ts";
 
 interface ButtonProps {
   children: ComponentChildren;
@@ -37,20 +38,29 @@ interface TextProps {
   hint?: string;
   type?: string;
   placeholder?: string;
+  isDisabled?: boolean;
 }
 
-export function TextField({ label, value, onChange, hint, type = "text", placeholder }: TextProps) {
+export function TextField({ label, value, onChange, hint, type = "text", placeholder, isDisabled }: TextProps) {
   return (
     <Field label={label} hint={hint}>
-      {(id) => <input id={id} type={type} value={value} placeholder={placeholder} autocomplete="off" spellcheck={false} onInput={(event) => onChange(event.currentTarget.value)} />}
+      {(id) => <input id={id} type={type} value={value} placeholder={placeholder} disabled={isDisabled} autocomplete="off" spellcheck={false} onInput={(event) => onChange(event.currentTarget.value)} />}
     </Field>
   );
 }
 
-export function Choice({ label, value, options, onChange }: { label: string; value: string; options: [value: string, text: string][]; onChange: (value: string) => void }) {
+interface ChoiceProps {
+  label: string;
+  value: string;
+  options: [value: string, text: string][];
+  onChange: (value: string) => void;
+  hint?: string;
+}
+
+export function Choice({ label, value, options, onChange, hint }: ChoiceProps) {
   const known = options.some(([option]) => option === value);
   return (
-    <Field label={label}>
+    <Field label={label} hint={hint}>
       {(id) => (
         <select id={id} value={value} onChange={(event) => onChange(event.currentTarget.value)}>
           {!known && <option value={value}>{value || "not given"}</option>}
@@ -116,6 +126,13 @@ export function Empty({ title, children }: { title: string; children?: Component
       {children}
     </div>
   );
+}
+
+/** Why there is no account to show. */
+export function NoAccount() {
+  const { file, error } = usePage((page) => page.accounts);
+  if (error) return <Empty title="The accounts file cannot be used."><p>{file}: {error}</p><p>As soon as it is mended, its accounts show up here.</p></Empty>;
+  return <Empty title="There is no account."><p>Add one to the accounts file {file}; it shows up here at once.</p></Empty>;
 }
 
 export const clock = (seconds: number): string => new Date(seconds * 1000).toLocaleTimeString(undefined, { hour12: false });
