@@ -6,11 +6,13 @@
 #include <openssl/evp.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <iostream>
 #include <stdexcept>
+#include <utility>
 
 #include "lumora/Platform/ASCII.h"
 #include "service/Files.h"
@@ -89,6 +91,7 @@ Misbehaviour misbehaviourFrom(const JSON& source) {
   if (drop == "before") result.drop = Misbehaviour::Drop::before;
   if (drop == "after") result.drop = Misbehaviour::Drop::after;
   result.times = numberMember(source, "times");
+  result.entry = source.dump(-1, ' ', false, JSON::error_handler_t::replace);
   return result;
 }
 
@@ -100,6 +103,16 @@ std::vector<Misbehaviour> misbehavioursFrom(const JSON& account) {
   if (!source->is_array()) return {misbehaviourFrom(*source)};
   for (const JSON& element : *source) result.push_back(misbehaviourFrom(element));
   return result;
+}
+
+/// An entry that is still the same goes on counting, whatever else of the file was changed.
+void carryOn(std::vector<Misbehaviour>& now, std::vector<Misbehaviour> before) {
+  for (Misbehaviour& misbehaviour : now) {
+    const auto same = std::ranges::find(before, misbehaviour.entry, &Misbehaviour::entry);
+    if (same == before.end()) continue;
+    misbehaviour = std::move(*same);
+    before.erase(same);
+  }
 }
 
 std::string contentOf(const std::string& file) {
@@ -141,12 +154,13 @@ void Accounts::readAgain() {
 void Accounts::take(const AccountsFile& content) {
   certificate_ = content.certificate;
   accounts_.clear();
-  misbehaviours_.clear();
+  auto before = std::exchange(misbehaviours_, {});
   for (const auto& [id, source] : content.accounts.items()) {
     if (!source.is_object()) continue;
     // Of two identifiers that differ by case alone the later one holds: host names have no case.
     accounts_[lowerCase(id)] = std::make_shared<const Account>(accountFrom(id, source));
     misbehaviours_[id] = misbehavioursFrom(source);
+    carryOn(misbehaviours_[id], std::move(before[id]));
   }
 }
 

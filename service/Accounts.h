@@ -33,6 +33,8 @@ struct Misbehaviour {
   std::optional<std::int64_t> times;
   /// How often it has been.
   std::int64_t strikes = 0;
+  /// Its entry in the file.
+  std::string entry;
 };
 
 /// One account, as it stands in the accounts file.
@@ -60,7 +62,7 @@ class Accounts {
   std::optional<Misbehaviour> takeMisbehaviour(const Account& account, std::string_view endpoint);
   /// What the service is to show, if the file says so.
   std::optional<CertificateKind> certificate();
-  /// How often each of the account's has been taken since the file has changed.
+  /// How often each of the account's has been taken since its entry stands in the file as it does.
   std::vector<std::int64_t> strikes(std::string_view id);
 
  private:

@@ -62,22 +62,28 @@ void apply(JSON& content, const JSON& change) {
   }
 }
 
+JSON parsed(const std::optional<std::string>& content) {
+  if (!content) return {{"error", "There is no such file, or it cannot be read."}};
+  try {
+    const AccountsFile file = parseAccountsFile(*content);
+    // As it stands in the file: the parser leaves out what its keys do not take.
+    return {{"notices", file.notices}, {"accounts", JSON::parse(*content).at("accounts")}};
+  } catch (const std::exception& error) {
+    return {{"error", error.what()}};
+  }
+}
+
 }  // namespace
 
 JSON AccountsEditor::read() const {
   const auto content = readFile(file_);
   JSON result{{"file", file_}, {"revision", content ? revisionOf(*content) : ""}};
-  if (!content) {
-    result["error"] = "There is no such file yet, or it cannot be read.";
-    return result;
-  }
-  try {
-    AccountsFile parsed = parseAccountsFile(*content);
-    result["notices"] = parsed.notices;
-    // As it stands in the file: the parser leaves out what its keys do not take.
-    result["accounts"] = JSON::parse(*content).at("accounts");
-  } catch (const std::exception& error) {
-    result["error"] = error.what();
+  result.update(parsed(content));
+  const Lock lock(knownMutex_);
+  if (result.contains("accounts")) {
+    known_ = result["accounts"];
+  } else if (!known_.is_null()) {
+    result["accounts"] = known_;
   }
   return result;
 }

@@ -12,7 +12,8 @@ class AccountsEditor {
  public:
   explicit AccountsEditor(std::string file) : file_(std::move(file)) {}
 
-  /// The file as it is: "file", "revision", "accounts", "notices", and "error" when it is no accounts file.
+  /// The file as it is: "file", "revision", "accounts", "notices". When it is no accounts file there is
+  /// "error" instead of the notices, and the accounts are those of before, which the service goes on with.
   JSON read() const;
 
   struct Outcome {
@@ -33,7 +34,10 @@ class AccountsEditor {
 
  private:
   const std::string file_;
+  /// Held while the file is changed.
   Mutex mutex_;
+  mutable Mutex knownMutex_;
+  mutable JSON known_ LUMORA_GUARDED_BY(knownMutex_);
 };
 
 }  // namespace lumora::service

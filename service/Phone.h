@@ -11,25 +11,12 @@
 #include "lumora/Platform/Mutex.h"
 #include "service/HostProcess.h"
 #include "service/LiveFeed.h"
+#include "service/PhoneSettings.h"
 
 namespace lumora::service {
 
 /// A command's words; one that is absent is the host's `nil`.
 using CommandWords = std::vector<std::optional<std::string>>;
-
-/// What is kept of a phone from one start of the studio to the next.
-struct PhoneSettings {
-  int id = 0;
-  std::string name;
-  std::string account;
-  std::string model = "iPhone";
-  std::string systemVersion = "16.4";
-  std::string version = "1.0";
-  std::string build = "1";
-  /// How many seconds its clock is ahead of the machine's.
-  double ahead = 0;
-  bool isOnline = true;
-};
 
 /// Where phones find what they need.
 struct PhoneWorld {

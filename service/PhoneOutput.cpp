@@ -29,15 +29,7 @@ void addTo(JSON& list, JSON entry) {
 }  // namespace
 
 JSON Phone::describe() const {
-  JSON result{{"id", settings_.id},
-              {"name", settings_.name},
-              {"account", settings_.account},
-              {"model", settings_.model},
-              {"system", settings_.systemVersion},
-              {"version", settings_.version},
-              {"build", settings_.build},
-              {"ahead", settings_.ahead},
-              {"online", settings_.isOnline}};
+  JSON result = jsonOf(settings_);
   result.update(seen_);
   return result;
 }

@@ -15,32 +15,6 @@ namespace {
 
 constexpr std::size_t kMostPhones = 16;
 
-JSON jsonOf(const PhoneSettings& settings) {
-  return {{"id", settings.id},
-          {"name", settings.name},
-          {"account", settings.account},
-          {"model", settings.model},
-          {"system", settings.systemVersion},
-          {"version", settings.version},
-          {"build", settings.build},
-          {"ahead", settings.ahead},
-          {"online", settings.isOnline}};
-}
-
-PhoneSettings settingsOf(const JSON& json) {
-  PhoneSettings settings;
-  settings.id = json.value("id", 0);
-  settings.name = json.value("name", "");
-  settings.account = json.value("account", "");
-  settings.model = json.value("model", settings.model);
-  settings.systemVersion = json.value("system", settings.systemVersion);
-  settings.version = json.value("version", settings.version);
-  settings.build = json.value("build", settings.build);
-  settings.ahead = json.value("ahead", 0.0);
-  settings.isOnline = json.value("online", true);
-  return settings;
-}
-
 }  // namespace
 
 Phones::Phones(std::string directory, PhoneWorld world)
@@ -88,7 +62,14 @@ std::shared_ptr<Phone> Phones::add(PhoneSettings settings) {
     settings.id = phones_.empty() ? 1 : phones_.rbegin()->first + 1;
     phone = make(std::move(settings));
   }
-  save();
+  try {
+    save();
+  } catch (const std::exception&) {
+    // One that the next start would not know is none now either.
+    const Lock lock(mutex_);
+    phones_.erase(phone->settings().id);
+    throw;
+  }
   world_.feed.tell("phone", phone->description());
   return phone;
 }
@@ -103,16 +84,19 @@ void Phones::remove(int id) {
   }
   std::error_code error;
   std::filesystem::remove_all(directory_ + '/' + std::to_string(id), error);
-  save();
   world_.feed.tell("phone-gone", {{"id", id}});
+  save();
 }
 
 void Phones::save() const {
   JSON list = JSON::array();
   const Lock lock(mutex_);
   for (const auto& [id, phone] : phones_) list.push_back(jsonOf(phone->settings()));
-  writePrivateFile(directory_ + "/phones.json",
-                   list.dump(1, ' ', false, JSON::error_handler_t::replace) + '\n');
+  std::string text = list.dump(1, ' ', false, JSON::error_handler_t::replace) + '\n';
+  // Most commands change nothing of it, and a disk that is full is no reason to refuse those.
+  if (text == saved_) return;
+  writePrivateFile(directory_ + "/phones.json", text);
+  saved_ = std::move(text);
 }
 
 }  // namespace lumora::service

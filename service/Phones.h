@@ -33,6 +33,8 @@ class Phones {
   const PhoneWorld world_;
   mutable Mutex mutex_;
   std::map<int, std::shared_ptr<Phone>> phones_ LUMORA_GUARDED_BY(mutex_);
+  /// What the file has.
+  mutable std::string saved_ LUMORA_GUARDED_BY(mutex_);
 };
 
 }  // namespace lumora::service

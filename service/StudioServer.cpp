@@ -144,6 +144,7 @@ std::string StudioServer::address() const {
 void StudioServer::readFiles(const std::string& pageDirectory, const std::string& messagePage) {
   const std::pair<const char*, const char*> pageFiles[] = {{"index.html", "text/html; charset=utf-8"},
                                                            {"studio.js", "text/javascript; charset=utf-8"},
+                                                           {"stream.js", "text/javascript; charset=utf-8"},
                                                            {"studio.css", "text/css"}};
   for (const auto& [name, type] : pageFiles)
     files_[name] = {readFile(pageDirectory + '/' + name).value_or(""), type};
@@ -214,7 +215,7 @@ void StudioServer::stream(const httplib::Request& request, httplib::Response& re
   if (streams_.fetch_add(1) >= kMostStreams) {
     --streams_;
     response.status = 503;
-    setBody(response, "There are 16 pages already.\n", "text/plain");
+    setBody(response, "16 browsers follow the studio already.\n", "text/plain");
     return;
   }
   const std::string known = request.has_header("Last-Event-ID") ? request.get_header_value("Last-Event-ID")
