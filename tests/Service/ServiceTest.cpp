@@ -224,6 +224,11 @@ TEST_F(ServiceTest, MisbehavesAsToldAndAsOften) {
   }
   writeAccounts(R"({"acme": {"secret": "s3", "misbehave": {"status": 500, "times": 2}}})");
   for (const int status : {500, 500, 200, 200}) EXPECT_EQ(sync().statusCode, status);
+  // What else is changed in the file lets a misbehaviour count on; a change of its own makes it begin anew.
+  writeAccounts(R"({"acme": {"secret": "s3", "lst": 1, "misbehave": {"status": 500, "times": 2}}})");
+  EXPECT_EQ(sync().statusCode, 200);
+  writeAccounts(R"({"acme": {"secret": "s3", "misbehave": {"status": 501, "times": 1}}})");
+  for (const int status : {501, 200}) EXPECT_EQ(sync().statusCode, status);
 }
 
 TEST_F(ServiceTest, EndsAtOnceWhateverItsConnectionsDo) {

@@ -1,5 +1,6 @@
 // Stories of the studio, each told in a browser with a service and phones of its own.
 import assert from "node:assert/strict";
+import { readFileSync, writeFileSync } from "node:fs";
 import http from "node:http";
 import { after, afterEach, test } from "node:test";
 import { axeSource, closeBrowser, PATIENCE, World } from "./world.mjs";
@@ -86,6 +87,14 @@ test("a campaign made in the form is shown on the phone, tapped, and its tap arr
   await button(page, "New campaign").click();
   await page.getByLabel("Identifier").fill("my-own");
   await page.getByLabel("Event that shows it").fill("my_event");
+  // What is begun is there again when one has looked elsewhere, and after a reload.
+  await page.getByRole("tab", { name: "Account" }).click();
+  await page.getByLabel("Access key").fill("begun");
+  await page.reload();
+  assert.equal(await page.getByLabel("Access key").inputValue(), "begun");
+  await button(page, "Undo").click();
+  await page.getByRole("tab", { name: "Campaigns" }).click();
+  assert.equal(await page.getByLabel("Event that shows it").inputValue(), "my_event");
   await page.getByLabel("Text", { exact: true }).first().fill("Made in the form");
   await page.getByText("The library keeps it.").waitFor();
   await page.frameLocator('iframe[title="Preview: Phone"]').getByText("Made in the form").waitFor();
@@ -182,8 +191,22 @@ test("a service that was killed and comes back is followed again", async () => {
   await world.addPhone();
   world.service.kill("SIGKILL");
   await page.getByText("Disconnected, trying again").waitFor();
+  const accounts = readFileSync(world.accountsFile);
+  writeFileSync(world.accountsFile, '{"accounts": ');
   await world.startService(new URL(world.address).port);
   await page.getByText("Live", { exact: true }).waitFor();
+  const other = await world.open("#campaigns");
+  await other.getByText("The accounts file cannot be used.").waitFor();
+  writeFileSync(world.accountsFile, accounts);
+  await other.getByRole("button", { name: /^welcome/ }).waitFor();
+  writeFileSync(world.accountsFile, "[]");
+  await other.getByText("it has no object").first().waitFor();
+  await other.reload();
+  await other.getByRole("button", { name: /^welcome/ }).waitFor();
+  await other.getByText("it has no object").first().waitFor();
+  writeFileSync(world.accountsFile, accounts);
+  await other.getByText("it has no object").first().waitFor({ state: "detached" });
+  await other.close();
   await button(page, "Launch Base Camp").click();
   await button(page, "Kill").waitFor();
   await page.getByRole("tab", { name: "Log" }).click();
@@ -232,6 +255,13 @@ test("files changed by hand show up at once, and have precedence; unknown entrie
   const stale = await world.api("POST", "accounts", { revision: "0123", changes: [{ path: ["accounts", "acme", "secret"], value: "lost" }] });
   assert.match(stale.error, /changed meanwhile/);
   assert.equal(world.accounts().acme.secret, "by-hand");
+  world.edit((file) => { file.accounts.acme.misbehave = ["odd", { status: 503, "x-own": 1 }]; });
+  await page.getByRole("tab", { name: "Faults" }).click();
+  await page.getByText("x-own").waitFor();
+  await turn(page, "Sends half of the answer", true);
+  assert.deepEqual(world.accounts().acme.misbehave, ["odd", { status: 503, "x-own": 1 }, { endpoint: "all", truncate: true }]);
+  await page.getByText('"odd"').locator("..").getByRole("button", { name: "Remove" }).click();
+  await until(() => world.accounts().acme.misbehave.length === 2, "the entry's end");
 
   const idsOf = () => world.accounts().acme.campaigns.map(({ cid, display_trigger: trigger }) => `${cid} ${trigger}`);
   const before = idsOf();
@@ -244,6 +274,11 @@ test("files changed by hand show up at once, and have precedence; unknown entrie
   await button(page, "Publish").click();
   await button(page, "New campaign").waitFor();
   assert.deepEqual(idsOf(), ["by-hand profile_created", ...before].map((one) => one.replace("shop_opened", "sale_opened")));
+  await button(page, "Remove").first().click();
+  await button(page, "Cancel").click();
+  await button(page, "Remove").first().click();
+  await button(page, "Remove it").click();
+  await until(() => idsOf().length === before.length && !idsOf()[0].startsWith("by-hand"), "the removed campaign");
 });
 
 test("100,000 events: the list scrolls, the page stays small, a new event shows at once", async (context) => {
@@ -298,6 +333,15 @@ test("what is hostile stays text", async () => {
   await page.getByRole("tab", { name: "Campaigns" }).click();
   await page.getByRole("button", { name: /img src/ }).click();
   await page.getByText("The library drops it.").waitFor();
+  await button(page, "← Campaigns").click();
+  // Names that every object has are nothing but names.
+  world.edit((file) => { file.accounts.acme.campaigns = ["constructor", "__proto__", "toString"].map((name) => ({ cid: name, status: name, display_frequency: name, layout: { type: name, [name]: name } })); });
+  await world.report(["constructor", "__proto__", "toString"].map((name) => ({ event_type: name, push: { subtype: name } })));
+  await page.getByRole("button", { name: /^toString/ }).click();
+  await page.getByText("The library drops it.").waitFor();
+  await page.getByRole("tab", { name: "Events" }).click();
+  await row(page, "toString").click();
+  await page.getByText("An event of another kind.").waitFor();
   assert.equal(await page.title(), "Studio");
   assert.equal(await page.locator("img[src=x]").count(), 0);
 });
@@ -329,6 +373,31 @@ test("wrong token, foreign origin and path tricks are refused", async () => {
   assert.equal(await statusOf(`${messages.replace("message", "")}api/state`), 403, "the frame's token opens nothing else");
 });
 
+test("a browser's pages share one stream, which ends while nobody sees them", async () => {
+  const { page } = await start();
+  const pages = [page];
+  while (pages.length < 16) pages.push(await world.open("#timeline"));
+  for (const one of pages) await one.getByText("Live", { exact: true }).waitFor();
+  await world.report([{ event_type: "checkpoint", name: "seen by all" }]);
+  for (const one of pages.slice(1)) await one.getByRole("cell", { name: "POST /report/events/" }).first().waitFor();
+
+  const others = [];
+  const follow = () => new Promise((resolve) => others.push(http.get(`${world.address}live`, { agent: false }, resolve).on("error", () => {})));
+  while (others.length < 15) assert.equal((await follow()).statusCode, 200);
+  assert.equal((await follow()).statusCode, 503, "the browser has one of 16");
+  const see = (one, isSeen) => one.evaluate((hidden) => {
+    Object.defineProperty(document, "hidden", { value: hidden, configurable: true });
+    document.dispatchEvent(new Event("visibilitychange"));
+  }, !isSeen);
+  for (const one of pages) await see(one, false);
+  await until(async () => (await follow()).statusCode === 200, "the stream's end");
+  others.forEach((request) => request.destroy());
+  await world.report([{ event_type: "checkpoint", name: "seen by nobody" }]);
+  assert.equal(await row(page, "seen by nobody").count(), 0);
+  await see(page, true);
+  await row(page, "seen by nobody").waitFor();
+});
+
 /** What tells that a view is drawn. */
 const VIEWS = { phone: ".phones .shop", events: ".event-row", timeline: ".chart canvas", campaigns: ".campaign-list li", editor: ".verdict.good", push: ".code", devices: "svg.qr", account: ".account-view", faults: ".switches" };
 
@@ -346,6 +415,7 @@ test("axe finds nothing serious on any view", async () => {
       await page.evaluate(axeSource);
       const { violations } = await page.evaluate(() => window.axe.run(document, { iframes: false, resultTypes: ["violations"] }));
       const serious = violations.filter(({ impact }) => impact === "serious" || impact === "critical");
+      if (view === "editor") await button(page, "← Campaigns").click();
       assert.deepEqual(serious.map(({ id, nodes }) => `${id}: ${nodes.map(({ html, failureSummary }) => `${html.slice(0, 160)} ${failureSummary}`).slice(0, 3).join(" | ")}`), [], `${view}, ${scheme}, ${width}`);
     }
   }

@@ -86,9 +86,11 @@ function Notice() {
 function Problems() {
   const accounts = usePage((page) => page.accounts);
   const connection = usePage((page) => page.connection);
+  const refusal = usePage(({ requests, account }) => requests.filter((request) => request.account === account && request.path.startsWith("/report")).at(-1)?.refusal);
   if (connection === "loading") return null;
   return (
     <>
+      {refusal && <p class="problem mild">The service refused the last report: {refusal} The phone keeps its events and tries again.</p>}
       {accounts.error && <p class="problem" role="alert">The accounts file {accounts.file} cannot be used: {accounts.error}</p>}
       {(accounts.notices ?? []).length > 0 && <p class="problem mild">The accounts file: {accounts.notices!.join("; ")}</p>}
     </>

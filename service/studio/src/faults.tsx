@@ -88,7 +88,7 @@ export function FaultsView() {
         <div class="row" role="radiogroup" aria-label="Certificate">
           {CERTIFICATES.map(([kind, label]) => (
             <label key={kind} class="switch">
-              <input type="radio" name="certificate" checked={kind === counts.certificate} onChange={() => void writeFile({ path: ["certificate"], value: kind })} />
+              <input type="radio" name="certificate" checked={kind === counts.certificate} onClick={(event) => { event.preventDefault(); void writeFile({ path: ["certificate"], value: kind }); }} />
               <span>{label}</span>
             </label>
           ))}

@@ -71,10 +71,15 @@ export function Choice({ label, value, options, onChange, hint }: ChoiceProps) {
   );
 }
 
+/** Moves when what it stands for has come about, which may be refused. */
 export function Switch({ label, isOn, onChange }: { label: string; isOn: boolean; onChange: (isOn: boolean) => void }) {
+  const turn = (box: HTMLInputElement) => {
+    box.checked = isOn;
+    onChange(!isOn);
+  };
   return (
     <label class="switch">
-      <input type="checkbox" role="switch" checked={isOn} onChange={(event) => onChange(event.currentTarget.checked)} />
+      <input type="checkbox" role="switch" checked={isOn} onChange={(event) => turn(event.currentTarget)} />
       <span>{label}</span>
     </label>
   );
