@@ -173,7 +173,12 @@ StudioAnswer Studio::changePhone(const StudioRequest& request) {
   const JSON& arguments = request.arguments;
   if (what == "command") {
     JSON result = phone->run(wordsOf(arguments));
-    phones_.save();
+    try {
+      phones_.save();
+    } catch (const std::exception& error) {
+      // It is done all the same.
+      result["unsaved"] = error.what();
+    }
     return answerWith(result);
   }
   if (what == "launch") {

@@ -132,6 +132,8 @@ export interface CommandAnswer {
   error?: string;
   result?: JSONValue;
   pending?: boolean;
+  /** Why the next start of the studio will not know what the command changed. */
+  unsaved?: string;
 }
 
 /** Runs a command of a phone's host. */

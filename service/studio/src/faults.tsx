@@ -53,7 +53,7 @@ export function FaultsView() {
     <div class="faults">
       <fieldset>
         <legend>What goes wrong</legend>
-        <div class="row">
+        <div class="fields">
           <Choice label="Switches are for" value={endpoint} options={ENDPOINTS} onChange={setEndpoint} />
           <Field label="How often" hint="Empty: always. It is for switches that are turned on from now on.">{(id) => <input id={id} type="number" min={1} placeholder="always" value={times} onInput={(event) => setTimes(event.currentTarget.value)} />}</Field>
         </div>

@@ -6,12 +6,13 @@ import { Beneath } from "./beneath.tsx";
 import { forget, useDraft } from "./drafts.ts";
 import { MessageFrame, SCREENS } from "./message-frame.tsx";
 import { Shop } from "./shop.tsx";
-import { attempt, change, isSure, phoneOf, usePage } from "./store.ts";
+import { attempt, change, isSure, phoneOf, say, usePage } from "./store.ts";
 import { Button, Empty, Switch, Tabs } from "./ui.tsx";
 
 const run = (phone: Phone, ...words: (string | null)[]) => attempt(async () => {
-  const { error } = await command(phone, ...words);
+  const { error, unsaved } = await command(phone, ...words);
   if (error) throw new Error(error);
+  if (unsaved) say(unsaved, true);
 });
 
 const act = (phone: Phone, what: string, body: object = {}) => attempt(() => send(`phones/${phone.id}/${what}`, body));
