@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 #include "service/Files.h"
 
@@ -77,15 +78,14 @@ JSON parsed(const std::optional<std::string>& content) {
 
 JSON AccountsEditor::read() const {
   const auto content = readFile(file_);
-  JSON result{{"file", file_}, {"revision", content ? revisionOf(*content) : ""}};
+  const std::string revision = content ? revisionOf(*content) : "";
+  const Lock lock(lastMutex_);
+  // A large file takes its time to parse, and is asked for often.
+  if (!last_.is_null() && last_["revision"] == revision) return last_;
+  JSON result{{"file", file_}, {"revision", revision}};
   result.update(parsed(content));
-  const Lock lock(knownMutex_);
-  if (result.contains("accounts")) {
-    known_ = result["accounts"];
-  } else if (!known_.is_null()) {
-    result["accounts"] = known_;
-  }
-  return result;
+  if (!result.contains("accounts") && last_.contains("accounts")) result["accounts"] = last_["accounts"];
+  return last_ = std::move(result);
 }
 
 AccountsEditor::Outcome AccountsEditor::change(const std::string& revision, const JSON& changes) {

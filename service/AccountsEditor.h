@@ -36,8 +36,9 @@ class AccountsEditor {
   const std::string file_;
   /// Held while the file is changed.
   Mutex mutex_;
-  mutable Mutex knownMutex_;
-  mutable JSON known_ LUMORA_GUARDED_BY(knownMutex_);
+  mutable Mutex lastMutex_;
+  /// What was read last.
+  mutable JSON last_ LUMORA_GUARDED_BY(lastMutex_);
 };
 
 }  // namespace lumora::service

@@ -89,7 +89,7 @@ function TimeField({ label, value, set, isOptional }: { label: string; value: JS
     const offset = -new Date(text).getTimezoneOffset();
     set(`${text}:00${offset < 0 ? "-" : "+"}${pad(Math.floor(Math.abs(offset) / 60))}${pad(Math.abs(offset) % 60)}`);
   };
-  return <Field label={label} hint={date || !wordOf(value) ? undefined : `“${wordOf(value)}” is no time.`}>{(id) => <input id={id} type="datetime-local" value={local} onChange={(event) => write(event.currentTarget.value)} />}</Field>;
+  return <Field label={label} hint={date || !wordOf(value) ? undefined : `“${wordOf(value).slice(0, 100)}” is no time.`}>{(id) => <input id={id} type="datetime-local" value={local} onChange={(event) => write(event.currentTarget.value)} />}</Field>;
 }
 
 function changed(object: JSONObject, key: string, value: JSONValue | undefined): JSONObject {

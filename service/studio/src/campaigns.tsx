@@ -32,6 +32,9 @@ function parsed(text: string): JSONObject | null {
   }
 }
 
+/** A campaign may have texts of any length. */
+const LONGEST_SCHEDULE = 400;
+
 const textOf = (campaign: JSONObject): string => JSON.stringify(campaign, null, 2);
 
 /** A campaign that is being written. */
@@ -78,7 +81,7 @@ function CampaignEditor({ draft, setDraft }: EditorProps) {
     <div class="editor">
       <div class="toolbar editor-head">
         <Button kind="quiet" onClick={close}>← Campaigns</Button>
-        <h2>{wordOf(campaign.cid) || "A campaign"}</h2>
+        <h2>{wordOf(campaign.cid).slice(0, 100) || "A campaign"}</h2>
         <Button kind="main" isDisabled={!parsed(text) || isLost} onClick={() => publish("active")}>Publish</Button>
         {index !== null && <Button isDisabled={!parsed(text) || isLost} onClick={() => publish("pause")}>Pause</Button>}
         {index !== null && <Button kind="bad" isDisabled={!parsed(text) || isLost} onClick={() => publish("stop")}>Stop</Button>}
@@ -90,7 +93,7 @@ function CampaignEditor({ draft, setDraft }: EditorProps) {
           <Button onClick={() => setDraft({ ...draft, index: null, base: null })}>Keep this as a new one</Button>
         </div>
       )}
-      <p class="schedule">{scheduleOf(campaign)}</p>
+      <p class="schedule">{scheduleOf(campaign).slice(0, LONGEST_SCHEDULE)}</p>
       <VerdictBox verdict={verdict} />
       <div class={`sides ${side}`}>
         <div class="side-live">
@@ -146,7 +149,7 @@ export function CampaignsView() {
                 <strong>{wordOf(campaign.cid).slice(0, 100) || "without a name"}</strong>
                 <span class={`status ${own(STATES, status) ?? ""}`}>{own(STATES, status) ?? (status.slice(0, 40) || "no status")}</span>
                 <span class="muted">{own(LAYOUTS, wordOf(objectOf(campaign.layout).type))?.label ?? "an unknown layout"}</span>
-                <span>{scheduleOf(campaign).slice(0, 400)}</span>
+                <span>{scheduleOf(campaign).slice(0, LONGEST_SCHEDULE)}</span>
               </button>
               <div class="row">
                 {status === "active" ? <Button onClick={() => setStatus(index, "pause")}>Pause</Button> : <Button onClick={() => setStatus(index, "active")}>Publish</Button>}

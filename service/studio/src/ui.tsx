@@ -63,7 +63,7 @@ export function Choice({ label, value, options, onChange, hint }: ChoiceProps) {
     <Field label={label} hint={hint}>
       {(id) => (
         <select id={id} value={value} onChange={(event) => onChange(event.currentTarget.value)}>
-          {!known && <option value={value}>{value || "not given"}</option>}
+          {!known && <option value={value}>{value.slice(0, 100) || "not given"}</option>}
           {options.map(([option, text]) => <option key={option} value={option}>{text}</option>)}
         </select>
       )}
