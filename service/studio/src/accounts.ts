@@ -1,7 +1,7 @@
 // Changes to the accounts file.
 import { send } from "./api.ts";
 import type { AccountsFile, JSONValue } from "./api.ts";
-import { accountOf, attempt, current, readAccounts, say, takeAccounts } from "./store.ts";
+import { accountOf, askAccounts, attempt, current, readAccounts, say } from "./store.ts";
 
 export interface Change {
   path: (string | number)[];
@@ -13,7 +13,7 @@ type Changes = () => Change[];
 
 async function write(changes: Changes): Promise<void> {
   try {
-    takeAccounts(await send<AccountsFile>("accounts", { revision: current().accounts.revision, changes: changes() }));
+    await askAccounts(() => send<AccountsFile>("accounts", { revision: current().accounts.revision, changes: changes() }));
   } catch (error) {
     await readAccounts();
     throw error;

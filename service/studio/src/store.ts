@@ -95,12 +95,22 @@ function forgetPhone(id: number): void {
   change({ phones, phone: page.phone === id ? (phones[0]?.id ?? 0) : page.phone });
 }
 
-export async function readAccounts(): Promise<void> {
-  takeAccounts(await ask<AccountsFile>("accounts"));
+let lastAsked = 0;
+let lastTaken = 0;
+
+/** Takes the answer, unless one to a later question has overtaken it. */
+export async function askAccounts(question: () => Promise<AccountsFile>): Promise<void> {
+  const own = ++lastAsked;
+  const read = await question();
+  if (own < lastTaken) return;
+  lastTaken = own;
+  takeAccounts(read);
 }
 
+export const readAccounts = (): Promise<void> => askAccounts(() => ask<AccountsFile>("accounts"));
+
 /** Of a file that cannot be used the service keeps what was there before, and so does the page. */
-export function takeAccounts(read: AccountsFile): void {
+function takeAccounts(read: AccountsFile): void {
   const accounts = { accounts: page.accounts.accounts, ...read };
   const names = Object.keys(accounts.accounts ?? {});
   change({ accounts, account: names.includes(page.account) ? page.account : (names[0] ?? "") });
