@@ -239,6 +239,8 @@ test("a push, a deep link, secure mode from start to end", async () => {
   await button(page, "Foreground").click();
   await until(async () => (await world.run("is-secure-mode")).result === true, "secure mode on the phone");
   await world.run("action", "while_unsigned");
+  // What is stored by now goes out with the signature.
+  await world.run("drain");
   await page.getByRole("button", { name: /a signature$/ }).click();
   await until(async () => (await world.events()).some(({ name }) => name === "while_unsigned"), "the signed upload");
 });
@@ -257,7 +259,7 @@ test("files changed by hand show up at once, and have precedence; unknown entrie
   assert.equal(world.accounts().acme.secret, "by-hand");
   world.edit((file) => { file.accounts.acme.misbehave = ["odd", { status: 503, "x-own": 1 }]; });
   await page.getByRole("tab", { name: "Faults" }).click();
-  await page.getByText("x-own").waitFor();
+  await page.getByText('{"status":503,"x-own":1}').waitFor();
   await turn(page, "Sends half of the answer", true);
   assert.deepEqual(world.accounts().acme.misbehave, ["odd", { status: 503, "x-own": 1 }, { endpoint: "all", truncate: true }]);
   await page.getByText('"odd"').locator("..").getByRole("button", { name: "Remove" }).click();
