@@ -298,15 +298,16 @@ URLResponse perform(CurlHandle& handle, Transfer& transfer) {
   return std::move(transfer.response);
 }
 
-/// Has OpenSSL, where libcurl uses it, register its exit handler before it starts in earnest, and ours behind
-/// it, which thus runs before: the process may end at any moment, and OpenSSL must not be taken down under
-/// its start.
+/// Keeps OpenSSL, where libcurl uses it, from registering an exit handler: the process may end at any moment,
+/// and OpenSSL must not be taken down under its start; and a forked child's would wait for ever, for a lock
+/// that a thread of the parent held. What it frees ends with the process anyway. Where the host has used
+/// OpenSSL before, there is one already, and ours behind it runs before.
 void watchAheadOfTLS() {
   using Initialise = int(std::uint64_t options, const void* settings);
-  // OPENSSL_INIT_ATFORK, an option that does nothing else: without any OpenSSL would not begin at all.
-  constexpr std::uint64_t hardlyAnything = 0x20000;
+  // OPENSSL_INIT_NO_ATEXIT; libcurl may have been built with something else, without OpenSSL's headers.
+  constexpr std::uint64_t withoutExitHandler = 0x80000;
   void* const initialise = ::dlsym(RTLD_DEFAULT, "OPENSSL_init_crypto");
-  if (initialise != nullptr) reinterpret_cast<Initialise*>(initialise)(hardlyAnything, nullptr);
+  if (initialise != nullptr) reinterpret_cast<Initialise*>(initialise)(withoutExitHandler, nullptr);
   ProcessEnd::watch();
 }
 
