@@ -40,7 +40,8 @@ def options():
     known = [scenario.name for scenario in scenarios()]
     parser.add_argument("scenarios", nargs="*", metavar="SCENARIO", help="of: " + ", ".join(known) + "; default: all")
     size = parser.add_mutually_exclusive_group()
-    for name, text in (("ci", "three minutes (the default)"), ("hour", "an hour at most, on two cores"), ("long", "everything")):
+    for name, text in (("ci", "three minutes (the default)"), ("hour", "an hour at most, on two cores"),
+                       ("long", "everything")):
         size.add_argument("--" + name, dest="size", action="store_const", const=name, help=text)
     parser.add_argument("--rounds", type=int, metavar="N", help="so many rounds of each scenario")
     parser.add_argument("--round", type=int, metavar="N", help="only this round")
