@@ -8,7 +8,7 @@ END = "<!-- end of figures -->\n"
 
 
 def figures_of(run):
-    return ", ".join(f"{count:,} {what}" for what, count in sorted(run.figures.items())) or "not tried here"
+    return "; ".join(f"{what}: {count:,}" for what, count in sorted(run.figures.items())) or "not tried here"
 
 
 def commit_of(root):
