@@ -1,5 +1,6 @@
 """Runs scenarios, and tells how they went."""
 import argparse
+import concurrent.futures
 import importlib
 import os
 import random
@@ -7,15 +8,19 @@ import shutil
 import signal
 import sys
 import tempfile
+import time
 
 from suite import page
-from suite.run import Run, Suite
+from suite.guard import Guard
+from suite.run import Board, Run, Suite
 from suite.scenario import Scenario
 
 ROOT = os.path.realpath(os.path.join(os.path.dirname(__file__), "../.."))
-# In the order in which they run.
 MODULES = ["shim", "kills", "failures", "power_cuts", "disks", "stores", "processes", "hostile_service", "ends",
            "long_life", "memory"]
+# So many scenarios at a time: hosts wait more than they compute. Those that wait the longest begin.
+AT_A_TIME = 3
+FIRST = ["hostile-service", "failures", "locked-stores"]
 
 
 def scenarios():
@@ -71,36 +76,50 @@ def options():
     return chosen
 
 
+def play(runs):
+    """Plays them, and tells of each when it is over."""
+    def play_one(run):
+        run.play()
+        run.report()
+
+    order = sorted(runs, key=lambda run: FIRST.index(run.scenario.name) if run.scenario.name in FIRST else len(FIRST))
+    with concurrent.futures.ThreadPoolExecutor(AT_A_TIME) as pool:
+        try:
+            list(pool.map(play_one, order))
+        except KeyboardInterrupt:
+            for run in runs:
+                run.suite.end()
+            raise
+
+
 def main():
     chosen = options()
     seed = random.randrange(1, 1000000) if chosen.seed is None else chosen.seed
-    folder = tempfile.mkdtemp(prefix="endurance-", dir=chosen.folder)
-    # What is tried; by the end of the run the folder may hold something newer.
-    commit = page.commit_of(ROOT) if chosen.page else ""
-    suite = Suite(ROOT, os.path.realpath(chosen.build), folder, chosen.go_on, chosen.workers)
-    failed = 0
-    runs = []
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, signal.default_int_handler)
+    folder = tempfile.mkdtemp(prefix="endurance-", dir=chosen.folder)
+    guard = Guard(folder)
+    # What is tried; by the end of the run the folder may hold something newer.
+    commit = page.commit_of(ROOT) if chosen.page else ""
+    start = time.monotonic()
+    board = Board()
+    runs = [Run(Suite(ROOT, os.path.realpath(chosen.build), folder, chosen.go_on, chosen.workers), board, scenario,
+                chosen.size, seed, chosen.round, chosen.rounds)
+            for scenario in scenarios() if not chosen.scenarios or scenario.name in chosen.scenarios]
+    failed = 0
     try:
-        for scenario in scenarios():
-            if chosen.scenarios and scenario.name not in chosen.scenarios:
-                continue
-            runs.append(Run(suite, scenario, chosen.size, seed, chosen.round, chosen.rounds))
-            runs[-1].play()
-            runs[-1].report()
-            failed += runs[-1].failure is not None
-        if chosen.page and not failed:
-            page.write(ROOT, commit, f"--{chosen.size} --seed {seed}", runs)
+        play(runs)
+        failed = sum(run.failure is not None for run in runs)
     except KeyboardInterrupt:
-        print("interrupted", flush=True)
+        board.print("interrupted")
         return 130
     finally:
-        suite.end()
-        if chosen.keep and failed:
-            print(f"The files are in {folder}")
-        else:
-            shutil.rmtree(folder, ignore_errors=True)
+        keeps_folder = chosen.keep and failed > 0
+        guard.dismiss(keeps_folder)
+    if keeps_folder:
+        print(f"The files are in {folder}")
+    if chosen.page and not failed:
+        page.write(ROOT, commit, f"--{chosen.size} --seed {seed}", (time.monotonic() - start) / 60, runs)
     print(f"{len(runs) - failed} passed, {failed} failed")
     return 1 if failed else 0
 

@@ -16,9 +16,8 @@ def commit_of(root):
                           check=True).stdout.strip()
 
 
-def write(root, commit, options, runs):
+def write(root, commit, options, minutes, runs):
     day = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d")
-    minutes = runs[0].progress.seconds() / 60
     lines = [f"The last long run: `endurance/run {options}` on {day}, commit `{commit}`, {os.cpu_count()} cores, "
              f"{minutes:.0f} minutes. Every scenario held.", "",
              "| scenario | what is tried | what held | rounds | figures |", "|---|---|---|---:|---|"]

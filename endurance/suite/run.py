@@ -18,8 +18,12 @@ from suite.scenario import Failure, Round
 from suite.service import Service
 
 
+def counted(number, what):
+    return f"{number:,} {what}{'' if number == 1 else 's'}"
+
+
 class Suite:
-    """Where the programs are, and the one temporary folder."""
+    """What a scenario needs: where the programs are, the one temporary folder, and the processes it has started."""
 
     def __init__(self, root, build, folder, goes_on, workers=None):
         self.goes_on = goes_on
@@ -60,23 +64,47 @@ class Suite:
         self.end_processes()
 
 
-class Progress:
-    """A line now and then, on a terminal the same one again and again."""
+class Board:
+    """Where all scenarios tell how far they are: on a terminal one line, which is written over; else a line now and then."""
 
-    def __init__(self, name):
-        self.name, self.total, self.done = name, 0, 0
-        self.start = self.told = time.monotonic()
+    def __init__(self):
+        self.lock = threading.Lock()
+        self.is_terminal = sys.stdout.isatty()
+        self.texts = {}
+        self.told = time.monotonic()
+
+    def tell(self, name, text):
+        with self.lock:
+            self.texts[name] = text
+            if time.monotonic() - self.told < (0.5 if self.is_terminal else 20):
+                return
+            self.told = time.monotonic()
+            line = "   " + "; ".join(f"{name}: {text}" for name, text in self.texts.items())
+            if self.is_terminal:
+                width = shutil.get_terminal_size().columns
+                print(f"\r{line[:width - 1]}\033[K", end="", flush=True)
+            else:
+                print(line, flush=True)
+
+    def print(self, text, ended=None):
+        """A line that stays; a scenario may have ended by it."""
+        with self.lock:
+            self.texts.pop(ended, None)
+            print("\r\033[K" + text if self.is_terminal else text, flush=True)
+
+
+class Progress:
+    """How many rounds are over, of how many, since when."""
+
+    def __init__(self):
+        self.total, self.done = 0, 0
+        self.start = time.monotonic()
 
     def seconds(self):
         return max(time.monotonic() - self.start, 0.001)
 
-    def step(self):
-        self.done += 1
-        interval = 0.5 if sys.stdout.isatty() else 20
-        if time.monotonic() - self.told > interval:
-            self.told = time.monotonic()
-            text = f"   {self.name}: {self.done} of {self.total} rounds, {self.done / self.seconds():.1f}/s"
-            print(text, end="\r" if sys.stdout.isatty() else "\n", flush=True)
+    def __str__(self):
+        return f"{self.done} of {counted(self.total, 'round')}, {self.done / self.seconds():.1f}/s"
 
 
 def spread(numbers, count):
@@ -89,16 +117,17 @@ def spread(numbers, count):
 class Run:
     """One scenario, from its first round to its last or to its first failure."""
 
-    def __init__(self, suite, scenario, size, seed, only=None, rounds=None):
-        self.suite, self.scenario, self.size, self.seed = suite, scenario, size, seed
+    def __init__(self, suite, board, scenario, size, seed, only=None, rounds=None):
+        self.suite, self.board, self.scenario, self.size, self.seed = suite, board, scenario, size, seed
         self.only, self.rounds = only, rounds
         self.figures = collections.Counter()
         self.failure = None
         self.lock = threading.Lock()
         self.folder = os.path.join(suite.folder, scenario.name)
-        self.progress = Progress(scenario.name)
+        self.progress = Progress()
 
     def play(self):
+        self.progress = Progress()
         try:
             numbers = self.prepare()
             self.play_rounds(numbers, min(self.workers(), len(numbers)))
@@ -127,22 +156,18 @@ class Run:
         """So many at a time, each with one of as many services."""
         services = queue.SimpleQueue()
         running = []
-        pool = concurrent.futures.ThreadPoolExecutor(count or 1)
         try:
             for worker in range(count):
                 running.append(Service(self.suite, os.path.join(self.folder, f"service{worker}")))
                 services.put(running[-1])
-            list(pool.map(lambda number: self.play_round(number, services), numbers))
-        except KeyboardInterrupt:
-            self.suite.end()
-            raise
+            with concurrent.futures.ThreadPoolExecutor(count or 1) as pool:
+                list(pool.map(lambda number: self.play_round(number, services), numbers))
         finally:
-            pool.shutdown()
             for service in running:
                 service.stop()
 
     def play_round(self, number, services):
-        if self.failure and not self.suite.goes_on:
+        if self.suite.is_ending or (self.failure and not self.suite.goes_on):
             return
         service = services.get()
         folder = os.path.join(self.folder, str(number))
@@ -155,7 +180,8 @@ class Run:
                 for what, figure in round.figures.items():
                     total = max if what.startswith("most") else operator.add
                     self.figures[what] = total(self.figures[what], figure)
-                self.progress.step()
+                self.progress.done += 1
+                self.board.tell(self.scenario.name, self.progress)
             shutil.rmtree(folder, ignore_errors=True)
         except Exception as error:  # A fault of the suite's own ends the scenario just as well.
             self.fail(number, error)
@@ -169,17 +195,20 @@ class Run:
         with self.lock:
             what = str(error) if isinstance(error, Failure) else traceback.format_exc()
             if self.failure:
-                print(f"   round {number}: {what}", flush=True)
+                self.board.print(f"   {self.scenario.name}, round {number}: {what}")
             else:
                 self.failure = (number, what)
 
     def report(self):
-        name, seconds = self.scenario.name, self.progress.seconds()
-        rate = f"{self.progress.done} rounds in {seconds:.0f} s, {self.progress.done / seconds:.1f}/s, seed {self.seed}"
+        if self.suite.is_ending:
+            return
+        name, seconds, done = self.scenario.name, self.progress.seconds(), self.progress.done
+        rate = f"{counted(done, 'round')} in {seconds:.0f} s, {done / seconds:.1f}/s, seed {self.seed}"
         if self.failure:
             number, what = self.failure
             only = "" if number is None else f" --round {number}"
-            print(f"FAILED {name}: {what}\n   after {rate}\n"
-                  f"   again: endurance/run {name} --{self.size} --seed {self.seed}{only}", flush=True)
+            text = (f"FAILED {name}: {what}\n   after {rate}\n"
+                    f"   again: endurance/run {name} --{self.size} --seed {self.seed}{only}")
         else:
-            print(f"ok {name}: {rate}: {page.figures_of(self)}", flush=True)
+            text = f"ok {name}: {rate}: {page.figures_of(self)}"
+        self.board.print(text, ended=name)
