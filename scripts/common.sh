@@ -126,20 +126,26 @@ choose_bindings() {
   if has_tools mcs mono doxygen; then configure_options+=(-DLUMORA_BUILD_CSHARP=ON); fi
 }
 
-# build_preset PRESET [TARGET…]: configures and builds in build/PRESET, with what configure_options holds.
+# build_preset PRESET [TARGET…]: configures and builds in build/PRESET, with what configure_options holds. Where
+# another command builds there already it waits for that.
 configure_options=()
-build_preset() {
-  local preset=$1 targets=()
+build_preset() (
+  preset=$1 targets=()
   shift
   (($# > 0)) && targets=(--target "$@")
+  mkdir -p "build/$preset" && exec 9>"build/$preset/lock" || exit 1
+  if ! flock -n 9; then
+    say "Waiting for another build in build/$preset"
+    flock 9
+  fi
   say "Configuring $preset"
   if ! run_build "build/$preset/configure.log" cmake --preset "$preset" "${configure_options[@]}"; then
     complain "configuring $preset failed" "read build/$preset/configure.log; rm -r build/$preset starts afresh"
-    return 1
+    exit 1
   fi
   say "Building $preset"
   if ! run_build "build/$preset/build.log" cmake --build --preset "$preset" --parallel "$jobs" "${targets[@]}"; then
     complain "building $preset failed" "mend what build/$preset/build.log tells, then run the same command again"
-    return 1
+    exit 1
   fi
-}
+)

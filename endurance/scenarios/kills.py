@@ -1,11 +1,12 @@
 """A process that is killed at any moment loses nothing that it had stored, and sends nothing twice without need."""
 import json
+import os
 import signal
 import time
 
 from suite.host import Host, shim_environment
 from suite.scenario import Scenario
-from suite.stores import Ledger, settings, upload_rest
+from suite.stores import Ledger, settings, temporary, upload_rest
 
 LIVES = 10
 LONGEST_LIFE = 0.25
@@ -19,7 +20,7 @@ class Kills(Scenario):
              "application's files")
     holds = ("every event that was stored arrives, once unless the kill fell between answer and deletion; what was "
              "stored before an acknowledgement is there; the database is sound, settings and keychain parse, "
-             "identifiers stay, no half picture")
+             "identifiers stay, no half picture, and no temporary file of a killed process stays")
     sizes = {"ci": 30, "hour": 200, "long": 1000}
 
     def play(self, round):
@@ -37,7 +38,10 @@ class Kills(Scenario):
             lost = {key for key, allowed in kept.items() if values.get(key) not in allowed}
             round.expect(not lost, f"settings that were written are gone: {lost}")
             round.count("kills")
-        arrived = upload_rest(round, folder)
+        # Whoever writes a setting removes what earlier writers left behind.
+        arrived = upload_rest(round, folder, "set-setting last 1")
+        left = temporary(os.listdir(folder + "/app"))
+        round.expect(not left, f"temporary files stay after the last life: {left}")
         ledger.check_identifiers(folder)
         ledger.check_arrivals(arrived, certain)
         round.count("events stored", len(ledger.stored))

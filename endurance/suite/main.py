@@ -22,6 +22,8 @@ MODULES = ["shim", "kills", "failures", "power_cuts", "disks", "stores", "proces
 AT_A_TIME = 3
 FIRST = ["hostile-service", "failures", "locked-stores"]
 
+LEAST_FREE = 1 << 30
+
 
 def scenarios():
     found = []
@@ -40,6 +42,29 @@ def default_parent():
     return tempfile.gettempdir()
 
 
+def positive(text):
+    number = int(text)
+    if number < 1:
+        raise ValueError
+    return number
+
+
+positive.__name__ = "whole number from 1 on"  # What an error calls it.
+
+
+def make_folder(parent):
+    """The one temporary folder."""
+    try:
+        free = shutil.disk_usage(parent).free
+        if free < LEAST_FREE:
+            raise SystemExit(f"endurance/run: {parent} has {free >> 20} MiB left, and {LEAST_FREE >> 20} MiB are needed; "
+                             "--folder names another place")
+        return tempfile.mkdtemp(prefix="endurance-", dir=parent)
+    except OSError as error:
+        raise SystemExit(f"endurance/run: no folder can be made in {parent}: {error.strerror}; "
+                         "--folder names another place") from None
+
+
 def options():
     parser = argparse.ArgumentParser(prog="endurance/run", description="Proves that nothing is lost.")
     known = [scenario.name for scenario in scenarios()]
@@ -48,10 +73,10 @@ def options():
     for name, text in (("ci", "three minutes (the default)"), ("hour", "an hour at most, on two cores"),
                        ("long", "everything")):
         size.add_argument("--" + name, dest="size", action="store_const", const=name, help=text)
-    parser.add_argument("--rounds", type=int, metavar="N", help="so many rounds of each scenario")
+    parser.add_argument("--rounds", type=positive, metavar="N", help="so many rounds of each scenario")
     parser.add_argument("--round", type=int, metavar="N", help="only this round")
     parser.add_argument("--seed", type=int, metavar="S", help="of the random numbers; default: a new one")
-    parser.add_argument("--workers", type=int, metavar="N",
+    parser.add_argument("--workers", type=positive, metavar="N",
                         help="so many rounds at a time, of the scenarios that allow it; default: 2, and 4 of those that wait")
     parser.add_argument("--go-on", action="store_true", help="play the other rounds after a failure too")
     parser.add_argument("--folder", metavar="DIR", default=default_parent(),
@@ -97,7 +122,7 @@ def main():
     seed = random.randrange(1, 1000000) if chosen.seed is None else chosen.seed
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, signal.default_int_handler)
-    folder = tempfile.mkdtemp(prefix="endurance-", dir=chosen.folder)
+    folder = make_folder(chosen.folder)
     guard = Guard(folder)
     # What is tried; by the end of the run the folder may hold something newer.
     commit = page.commit_of(ROOT) if chosen.page else ""

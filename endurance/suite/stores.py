@@ -81,10 +81,14 @@ def check_pictures(folder, assets):
             raise Failure(f"half a picture: {name}, {os.path.getsize(os.path.join(caches, name))} bytes")
 
 
+def temporary(names):
+    return [name for name in names if name.startswith(TEMPORARY)]
+
+
 def check_files(folder):
     """Nothing was taken for damaged, and no temporary file has come to stay."""
     for base, _, names in os.walk(folder):
-        left = [name for name in names if name.startswith(TEMPORARY)]
+        left = temporary(names)
         # Whoever replaces a file removes what was left before; two threads fetch pictures.
         if len(left) > (2 if os.path.basename(base) == "Caches" else 1):
             raise Failure(f"temporary files heap up in {base}: {left}")
