@@ -19,6 +19,7 @@ namespace LumoraSdk {
     private readonly NativePlatform platform;
     private readonly MessageScreens screens;
     private volatile bool isStopped;
+    private bool isRunning;
 
     /// <summary>The calling thread becomes the main thread.</summary>
     public LinuxPlatform(LinuxPlatformOptions options) {
@@ -49,9 +50,9 @@ namespace LumoraSdk {
       return platform.RunPending();
     }
 
-    /// <summary>Runs tasks until <see cref="Stop"/> is called. Main thread only.</summary>
+    /// <summary>Runs tasks until <see cref="Stop"/> is called. Main thread only; not within another Run.</summary>
     public void Run() {
-      RunUntil(() => false);
+      AsOnlyLoop(() => RunUntil(() => false));
     }
 
     /// <summary>Runs an async function and the main queue until the function has ended. What follows an await runs on
@@ -62,19 +63,7 @@ namespace LumoraSdk {
       if (function == null) {
         throw new ArgumentNullException(nameof(function));
       }
-      platform.RequireMainThread();
-      var earlier = SynchronizationContext.Current;
-      SynchronizationContext.SetSynchronizationContext(new MainQueue(this));
-      try {
-        var task = function() ?? throw new InvalidOperationException("the function has given no task");
-        task.ContinueWith(ended => Post(() => {}), TaskScheduler.Default);
-        RunUntil(() => task.IsCompleted);
-        if (task.IsCompleted) {
-          task.GetAwaiter().GetResult();
-        }
-      } finally {
-        SynchronizationContext.SetSynchronizationContext(earlier);
-      }
+      AsOnlyLoop(() => RunWithContext(function));
     }
 
     /// <summary>Lets <see cref="Run()"/> return. Any thread.</summary>
@@ -85,7 +74,7 @@ namespace LumoraSdk {
     /// <summary>From now on a loop that has a context, such as a window system's, runs the main queue: the one of the
     /// calling thread, which must be the main thread.</summary>
     public void Attach() {
-      platform.RequireMainThread();
+      RequireNoLoop();
       var context = SynchronizationContext.Current ?? throw new InvalidOperationException("the thread has no context");
       var pump = new Thread(() => Pump(context)) { IsBackground = true, Name = "lumora-pump" };
       pump.Start();
@@ -126,12 +115,44 @@ namespace LumoraSdk {
       return screens != null && screens.Tap(message, element);
     }
 
+    private void RunWithContext(Func<Task> function) {
+      var earlier = SynchronizationContext.Current;
+      SynchronizationContext.SetSynchronizationContext(new MainQueue(this));
+      try {
+        var task = function() ?? throw new InvalidOperationException("the function has given no task");
+        task.ContinueWith(ended => Post(() => {}), TaskScheduler.Default);
+        RunUntil(() => task.IsCompleted);
+        if (task.IsCompleted) {
+          task.GetAwaiter().GetResult();
+        }
+      } finally {
+        SynchronizationContext.SetSynchronizationContext(earlier);
+      }
+    }
+
     private void RunUntil(Func<bool> hasEnded) {
-      platform.RequireMainThread();
       isStopped = false;
       while (!isStopped && !hasEnded()) {
         platform.WaitForTasks(WithoutEnd);
         platform.RunPending();
+      }
+    }
+
+    private void AsOnlyLoop(Action run) {
+      RequireNoLoop();
+      isRunning = true;
+      try {
+        run();
+      } finally {
+        isRunning = false;
+      }
+    }
+
+    /// <summary>One stop would end two loops, and what a loop within a loop waits for may wait for the outer one.</summary>
+    private void RequireNoLoop() {
+      platform.RequireMainThread();
+      if (isRunning) {
+        throw new InvalidOperationException("Run runs the main queue already");
       }
     }
 

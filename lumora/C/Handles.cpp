@@ -2,28 +2,33 @@
 #include "lumora/C/Handles.h"
 
 #include <bit>
+#include <chrono>
 #include <limits>
 #include <new>
+#include <thread>
 
 namespace lumora::c {
 
 Handles::Visit::Visit(Place* place, lumora_handle handle) noexcept : key_(handle) {
   if (place == nullptr) return;
   lumora_handle found = handle;
-  while (!place->key.compare_exchange_strong(found, handle | kBusy, std::memory_order_acquire)) {
-    if (found != (handle | kBusy)) return;
-    place->key.wait(found, std::memory_order_relaxed);
+  for (int tries = 0; !place->key.compare_exchange_weak(found, handle | kBusy, std::memory_order_acquire);
+       ++tries) {
+    if (found != handle && found != (handle | kBusy)) return;
+    // Two threads at one object are rare, and visits short: nobody pays for waking those who wait. They sleep
+    // after a while, since a visitor of lower priority may need this very processor.
+    if (tries < 100) {
+      std::this_thread::yield();
+    } else {
+      std::this_thread::sleep_for(std::chrono::microseconds(50));
+    }
     found = handle;
   }
   place_ = place;
 }
 
 Handles::Visit::~Visit() {
-  if (place_ == nullptr) return;
-  // In one order with the look for waiters.
-  place_->key.store(key_, std::memory_order_seq_cst);
-  // Those who wait for a place that was closed need to learn of it, each.
-  place_->key.notify_all();
+  if (place_ != nullptr) place_->key.store(key_, std::memory_order_release);
 }
 
 Handles& Handles::sharedInstance() {

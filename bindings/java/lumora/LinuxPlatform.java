@@ -29,6 +29,7 @@ public final class LinuxPlatform implements Executor {
   private final NativePlatform platform;
   private final MessageScreens screens;
   private volatile boolean isStopped;
+  private boolean isRunning;
 
   /** The calling thread becomes the main thread: it calls {@link #run}, or {@link #runPending} again and again. */
   public LinuxPlatform(LinuxPlatformOptions options) {
@@ -72,13 +73,21 @@ public final class LinuxPlatform implements Executor {
     return platform.runPending();
   }
 
-  /** Runs tasks until {@link #stop} is called. Main thread only. */
+  /** Runs tasks until {@link #stop} is called. Main thread only; not within itself, where one stop would end both. */
   public void run() {
     platform.requireMainThread();
+    if (isRunning) {
+      throw new IllegalStateException("run runs the main queue already");
+    }
     isStopped = false;
-    while (!isStopped) {
-      platform.waitForTasks(WITHOUT_END);
-      platform.runPending();
+    isRunning = true;
+    try {
+      while (!isStopped) {
+        platform.waitForTasks(WITHOUT_END);
+        platform.runPending();
+      }
+    } finally {
+      isRunning = false;
     }
   }
 

@@ -118,6 +118,7 @@ class LinuxPlatform:
         self._native = _native.LinuxPlatform(made)
         self._native.thisown = False
         self._is_stopped = False
+        self._is_running = False
         _native.begin_library()
 
     def install(self):
@@ -141,12 +142,19 @@ class LinuxPlatform:
         return self._native.run_pending()
 
     def run(self):
-        """Runs tasks until `stop` is called. Main thread only; Ctrl-C ends it as any other Python function."""
+        """Runs tasks until `stop` is called. Main thread only, and not within itself, where one stop would end both;
+        Ctrl-C ends it as any other Python function."""
         self._native.require_main_thread()
+        if self._is_running:
+            raise RuntimeError("run runs the main queue already")
         self._is_stopped = False
-        while not self._is_stopped:
-            select.select([self.descriptor], [], [])
-            self.run_pending()
+        self._is_running = True
+        try:
+            while not self._is_stopped:
+                select.select([self.descriptor], [], [])
+                self.run_pending()
+        finally:
+            self._is_running = False
 
     def stop(self):
         """Lets `run` return. Any thread."""
@@ -192,6 +200,8 @@ class LinuxPlatform:
         """The person tapped a part of a message, named as in the description's "elements". False when the message is
         not shown, or has no such part that can be tapped. Main thread only."""
         self._native.require_main_thread()
+        if not isinstance(message, int) or not isinstance(element, str):
+            raise TypeError("a message's number and a part's name are wanted")
         return self._screens is not None and self._screens.tap(message, element)
 
 

@@ -141,6 +141,8 @@ static class Life {
     var goOn = new TaskCompletionSource<bool>();
     platform.Run(async () => {
       ++steps;
+      Refused<InvalidOperationException>(platform.Run);
+      Refused<InvalidOperationException>(platform.Attach);
       platform.Stop();
       await goOn.Task;
       ++steps;

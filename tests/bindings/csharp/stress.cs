@@ -99,6 +99,7 @@ static class Stress {
     Make();
     var started = new Barrier(Threads + 1);
     var paused = new CountdownEvent(Threads);
+    var room = new SemaphoreSlim(1000);  // More would wait with each RunPending than with the last.
     var hasEnded = false;
     AppDomain.CurrentDomain.ProcessExit += (sender, arguments) => {
       Volatile.Write(ref hasEnded, true);
@@ -111,7 +112,9 @@ static class Stress {
         ReportFrom(one, 20);
         while (!Volatile.Read(ref hasEnded)) {
           sdk.ReportAction("");  // Each writes a line, which calls C# back.
-          platform.Post(() => {});
+          if (room.Wait(0)) {
+            platform.Post(() => room.Release());
+          }
         }
         paused.Signal();
         Thread.Sleep(Timeout.Infinite);

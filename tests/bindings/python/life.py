@@ -106,6 +106,12 @@ def host():
         platform.post(lambda: done.append("task"))
         refused(KeyboardInterrupt, platform.run_pending)
         assert done == ["refused", "task"], done
+        # No loop runs within the loop.
+        platform.post(lambda: refused(RuntimeError, platform.run))
+        platform.post(lambda: done.append("still running"))
+        platform.stop()
+        platform.run()
+        assert done[-1] == "still running", done
 
     async def live():
         sdk.set_observer(Watcher())
@@ -169,6 +175,7 @@ def host():
     sdk.set_observer(None)
     refused(TypeError, sdk.set_observer, object())
     refused(TypeError, platform.post, None)
+    refused(TypeError, platform.tap, "1", "x")
     refused(TypeError, lambda: lumora.LinuxPlatform(log_sink=7))
     refused(RuntimeError, platform.install)
     refused(TypeError, sdk.flush, "5")
