@@ -2,10 +2,11 @@
 #include "lumora/C/Handles.h"
 
 #include <bit>
-#include <chrono>
 #include <limits>
 #include <new>
 #include <thread>
+
+#include "lumora/Platform/Linux/Host/LinuxClock.h"
 
 namespace lumora::c {
 
@@ -20,7 +21,7 @@ Handles::Visit::Visit(Place* place, lumora_handle handle) noexcept : key_(handle
     if (tries < 100) {
       std::this_thread::yield();
     } else {
-      std::this_thread::sleep_for(std::chrono::microseconds(50));
+      LinuxClock().sleepFor(std::chrono::milliseconds(1));
     }
     found = handle;
   }

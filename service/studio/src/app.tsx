@@ -105,6 +105,8 @@ export function App() {
   useEffect(() => {
     const look = () => setView(viewOfAddress());
     addEventListener("hashchange", look);
+    // It may have changed since the page was first drawn.
+    look();
     return () => removeEventListener("hashchange", look);
   }, []);
   useEffect(() => document.getElementById("view")?.scrollTo(0, 0), [view]);
