@@ -33,6 +33,10 @@
   $action
 }
 %feature("compactdefaultargs") lumora::Lumora::setObserver;
+// The library reads them later, on its queue; a host here may fill in the same object for its next call by then.
+%typemap(check) std::shared_ptr<lumora::LumoraActionMetaData>, std::shared_ptr<lumora::LumoraLead> {
+  if ($1) $1 = lumora::copyOf(*$1);
+}
 %lumora_main_thread(lumora::Lumora::openURL, lumora::platform().queues.isMainThread())
 %include "lumora/Facade/Lumora.h"
 

@@ -167,9 +167,14 @@ bool fromPython(PyObject* object, Date& date) {
                                                             PyDateTimeAPI->DateTimeType));
   const Owned passed(epoch ? PyNumber_Subtract(object, epoch.get()) : nullptr);
   if (!passed) return false;
-  date = Date(std::chrono::days(PyDateTime_DELTA_GET_DAYS(passed.get())) +
-              std::chrono::seconds(PyDateTime_DELTA_GET_SECONDS(passed.get())) +
-              std::chrono::microseconds(PyDateTime_DELTA_GET_MICROSECONDS(passed.get())));
+  const std::chrono::sys_days day{std::chrono::days(PyDateTime_DELTA_GET_DAYS(passed.get()))};
+  if (const auto year = std::chrono::year_month_day(day).year();
+      year < std::chrono::year(1) || year > std::chrono::year(9999)) {
+    PyErr_SetString(PyExc_ValueError, "the datetime is beyond the years 1 to 9999 in UTC");
+    return false;
+  }
+  date = day + std::chrono::seconds(PyDateTime_DELTA_GET_SECONDS(passed.get())) +
+         std::chrono::microseconds(PyDateTime_DELTA_GET_MICROSECONDS(passed.get()));
   return true;
 }
 

@@ -4,6 +4,7 @@
 
 #include "lumora/C/Arguments.h"
 #include "lumora/C/Facade.h"
+#include "lumora/Facade/Copies.h"
 
 namespace lumora::c {
 
@@ -11,18 +12,6 @@ template <>
 inline constexpr Kind kindOf<LumoraActionMetaData> = Kind::action;
 template <>
 inline constexpr Kind kindOf<LumoraLead> = Kind::lead;
-
-inline std::shared_ptr<LumoraActionMetaData> copyOf(const LumoraActionMetaData& details) {
-  auto copy = std::make_shared<LumoraActionMetaData>();
-  copy->setActionMetadata(details.actionMetadata());
-  return copy;
-}
-
-inline std::shared_ptr<LumoraLead> copyOf(const LumoraLead& lead) {
-  auto copy = std::make_shared<LumoraLead>();
-  copy->setUserAttributes(lead.userData());
-  return copy;
-}
 
 /// Changes what a C caller fills in and hands over, perhaps several times. The library has it as it was at
 /// that moment: while the library holds a share, the change goes to a copy, which takes the place.

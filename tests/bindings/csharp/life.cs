@@ -180,6 +180,7 @@ static class Life {
     details.SetMetric(12.5);
     details.ActionMetadata = details.ActionMetadata.Concat(Nested()).ToDictionary(one => one.Key, one => one.Value);
     sdk.ReportAction("checkout", details);
+    details.ActionMetadata = new Map();  // What was reported is a copy, and so below.
     Check(!await Flushed(sdk), "flushed without a signature");
     Check(LMRSecuritySignature.InitWithAccessKey("key", "signed", null, "ada@example.com") == null, "signature");
     var signature = LMRSecuritySignature.InitWithAccessKey("key", "signed", "1", "ada@example.com");
@@ -192,6 +193,7 @@ static class Life {
     lead.SetCity(null);
     Check(Shown(lead.UserAttributes) == Shown(new Map { ["email"] = "ada@example.com", ["plan"] = OddText }), "lead");
     sdk.AssociateLead(lead);
+    lead.UserAttributes = new Map();
     sdk.StartSession("visit");
     Check(await Flushed(sdk), "not flushed");  // It has begun.
     await Task.Delay(1100);  // A session's time goes by the clock of the system.

@@ -203,6 +203,7 @@ public class Life {
     all.putAll(nested());
     details.setActionMetadata(all);
     sdk.reportAction("checkout", details);
+    details.setActionMetadata(Map.of()); // What was reported is a copy, and so below.
     check(!sdk.flush(Duration.ofSeconds(20)), "flushed without a signature");
     check(LMRSecuritySignature.initWithAccessKey("key", "signed", null, "ada@example.com") == null, "signature");
     LMRSecuritySignature signature = LMRSecuritySignature.initWithAccessKey("key", "signed", "1", "ada@example.com");
@@ -215,6 +216,7 @@ public class Life {
     lead.setCity(null);
     check(lead.getUserAttributes().equals(Map.of("email", "ada@example.com", "plan", ODD_TEXT)), "lead");
     sdk.associateLead(lead);
+    lead.setUserAttributes(Map.of());
     sdk.startSession("visit");
     check(sdk.flush(Duration.ofSeconds(20)), "not flushed"); // It has begun.
     Thread.sleep(1100); // A session's time goes by the clock of the system.

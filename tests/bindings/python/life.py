@@ -126,6 +126,7 @@ def host():
         details.set_metric(12.5)
         details.action_metadata = {**details.action_metadata, **NESTED}
         sdk.report_action("checkout", details)
+        details.action_metadata = {}  # What was reported is a copy, and so below.
         assert not await flushed()
         assert lumora.LMRSecuritySignature.init_with_access_key("key", "signed", None, "ada@example.com") is None
         signature = lumora.LMRSecuritySignature.init_with_access_key("key", "signed", "1", "ada@example.com")
@@ -138,6 +139,7 @@ def host():
         lead.set_city(None)
         assert lead.user_attributes == {"email": "ada@example.com", "plan": ODD_TEXT}
         sdk.associate_lead(lead)
+        lead.user_attributes = {}
         sdk.start_session("visit")
         assert await flushed()  # It has begun.
         await asyncio.sleep(1.1)  # A session's time goes by the clock of the system.
@@ -193,7 +195,8 @@ def host():
         else:
             raise AssertionError(wanted)
     try_main_thread()
-    for error, value in [(ValueError, "\udfff"), (ValueError, datetime.datetime(2026, 1, 1)), (TypeError, object()),
+    last = datetime.datetime(9999, 12, 31, 23, tzinfo=datetime.timezone(datetime.timedelta(hours=-2)))
+    for error, value in [(ValueError, "\udfff"), (ValueError, datetime.datetime(2026, 1, 1)), (ValueError, last), (TypeError, object()),
                          (OverflowError, 2**64), (OverflowError, -2**63 - 1), (ValueError, endless), (ValueError, nested(511)), (TypeError, {1: 2})]:
         refused(error, setattr, details, "action_metadata", {"value": value})
     details.action_metadata = nested(511)
