@@ -10,6 +10,7 @@
 #include <string>
 
 #include "bindings/Callbacks.h"
+#include "bindings/Folders.h"
 #include "lumora/Facade/Copies.h"
 #include "lumora/Facade/Lumora.h"
 #include "lumora/Facade/LumoraActionMetaData.h"

@@ -16,6 +16,9 @@ enum class ApplicationState { active, inactive, background };
 %ignore lumora::LinuxPlatformOptions::localNotificationScheduler;
 %ignore lumora::LinuxPlatformOptions::rootViewController;
 %ignore lumora::LinuxPlatformOptions::layoutLoader;
+%typemap(check) lumora::LinuxPlatformOptions options {
+  $1 = lumora::bindings::withOwnFolders(std::move($1));
+}
 %ignore lumora::LinuxPlatform::platform;
 %ignore lumora::LinuxPlatform::mainQueue;
 %ignore lumora::LinuxPlatform::queues;

@@ -18,9 +18,10 @@ inline constexpr std::string_view KEY_ACTION_LENGTH = "Action Length";
 /// The details of a custom action, for `Lumora::reportAction`.
 ///
 /// The host makes one, fills it in and hands it over. What a host in C++ changes after that and before the
-/// library's queue reads it is seen; other languages hand over a copy. Any thread may call any operation. An absent value or an empty text changes
-/// nothing, silently; a later value for the same key replaces the earlier one. What JSON does not have, a
-/// number that is not finite, data or a date, makes the whole action unrecordable.
+/// library's queue reads it is seen; other languages hand over a copy. Any thread may call any operation. An
+/// absent value or an empty text changes nothing, silently; a later value for the same key replaces the
+/// earlier one. What JSON does not have, a number that is not finite, data or a date, makes the whole action
+/// unrecordable.
 ///
 ///     auto metaData = std::make_shared<lumora::LumoraActionMetaData>();
 ///     metaData->setType("purchase");

@@ -30,8 +30,9 @@ inline constexpr std::string_view KEY_FACEBOOK_PROFILE_PIC = "facebookPhotoURL";
 /// The person who uses the application, for `Lumora::associateLead`.
 ///
 /// The host makes one, fills it in and hands it over. What a host in C++ changes after that and before the
-/// library's queue reads the lead is seen; other languages hand over a copy. Any thread may call any operation. An absent or empty text changes nothing,
-/// silently; a later value for the same attribute replaces the earlier one; nothing can be removed.
+/// library's queue reads the lead is seen; other languages hand over a copy. Any thread may call any
+/// operation. An absent or empty text changes nothing, silently; a later value for the same attribute
+/// replaces the earlier one; nothing can be removed.
 ///
 ///     auto lead = std::make_shared<lumora::LumoraLead>();
 ///     lead->setEmail("ada@example.com");

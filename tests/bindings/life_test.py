@@ -3,6 +3,7 @@
 life_test.py COMMAND…: runs COMMAND host, and after it COMMAND next_run.
 """
 import json
+import pathlib
 import sys
 import tempfile
 
@@ -21,6 +22,10 @@ def reported():
         try:
             service.run_host(*sys.argv[1:], "host")
             service.run_host(*sys.argv[1:], "next_run")
+            folders = [one.name for one in (service.folder / "home" / "data").iterdir()]
+            # A runtime's name is not the application's, that of a program is.
+            name = pathlib.Path(sys.argv[1]).name if len(sys.argv) == 2 else "com.example.tést"
+            assert sorted(folders) == sorted([name, "lumora"]), folders
             return service.events()
         finally:
             service.end()

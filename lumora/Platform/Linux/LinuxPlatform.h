@@ -19,7 +19,8 @@ class LinuxTaskQueues;
 
 /// What a host tells the Linux platform about itself. Every field has a usable default.
 ///
-/// A relative path never means the working directory: it counts from the folder of the field's default.
+/// A relative path never means the working directory: it counts from the folder of the field's default. For
+/// hosts in managed languages `<program name>` is their `CFBundleIdentifier`, since one runtime runs many.
 struct LinuxPlatformOptions {
   /// The database's folder; empty: `$XDG_DATA_HOME/<program name>/Documents` (`~/.local/share` when unset).
   std::string documentsDirectory;
