@@ -142,12 +142,12 @@ JSON Phone::run(const CommandWords& words) {
     {
       const Lock lock(mutex_);
       if (!process_ || process_->hasEnded())
-        throw std::runtime_error("The phone's application does not run.");
+        return {{"error", "The phone's application does not run."}};
       process = process_;
       if (!seen_["alerts"].empty()) pending->alert = seen_["alerts"].back().value("n", std::uint64_t{0});
       pending_.push_back(pending);
     }
-    if (!process->write(line)) throw std::runtime_error("The phone's application has ended.");
+    if (!process->write(line)) return {{"error", "The phone's application has ended."}};
   }
   if (answer.wait_for(kCommandPatience) != std::future_status::ready) return {{"pending", true}};
   return answer.get();

@@ -61,7 +61,7 @@ export class World {
   async open(hash = "") {
     const page = await this.context.newPage();
     page.on("pageerror", (error) => this.faults.push(String(error)));
-    page.on("console", (message) => message.type() === "error" && !/ERR_CONNECTION|ERR_INTERNET|ERR_INCOMPLETE|409|400/.test(message.text()) && this.faults.push(message.text()));
+    page.on("console", (message) => message.type() === "error" && !/ERR_CONNECTION|ERR_INTERNET|ERR_INCOMPLETE|409/.test(message.text()) && this.faults.push(message.text()));
     await page.goto(this.address + hash);
     return page;
   }

@@ -3,6 +3,7 @@ import { useEffect, useRef, useState } from "preact/hooks";
 import { ask, command } from "./api.ts";
 import type { JSONValue, LogLine, Phone } from "./api.ts";
 import { usePage } from "./store.ts";
+import { moment } from "./times.ts";
 import { Button, Switch, Tabs } from "./ui.tsx";
 
 const MOST_LINES = 3000;
@@ -23,7 +24,7 @@ const SETTINGS: [key: string, name: string][] = [
 
 function textOf(value: JSONValue | undefined): string {
   if (value === null || value === undefined) return "—";
-  if (typeof value === "object" && !Array.isArray(value) && typeof value.date === "number") return new Date(value.date * 1000).toLocaleString();
+  if (typeof value === "object" && !Array.isArray(value) && typeof value.date === "number") return moment(value.date);
   return typeof value === "string" ? value : JSON.stringify(value);
 }
 

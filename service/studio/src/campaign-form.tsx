@@ -78,6 +78,11 @@ function PartField({ field, value, set }: { field: FieldOf; value: JSONValue | u
 
 const FREQUENCY_NAMES = Object.entries(FREQUENCIES).map(([value, { label }]): [string, string] => [value, label]);
 
+function frequencyHint(frequency: string): string | undefined {
+  const known = own(FREQUENCIES, frequency);
+  return known?.meaning === known?.label ? undefined : known?.meaning;
+}
+
 const pad = (number: number) => String(number).padStart(2, "0");
 
 /** A campaign's time in the person's own zone, written with that zone. */
@@ -119,10 +124,10 @@ export function CampaignForm({ campaign, onChange, picture, isLocked }: Campaign
       <fieldset>
         <legend>When it is shown</legend>
         <div class="fields">
-          <TextField label="Identifier" value={wordOf(campaign.cid)} onChange={set("cid")} />
+          <TextField label="Identifier" value={wordOf(campaign.cid)} hint={wordOf(campaign.cid).includes("/") ? "With a “/” in it the library cannot store the campaign’s pictures, and drops it." : undefined} onChange={set("cid")} />
           <Choice label="Status" value={wordOf(campaign.status)} options={[["active", "active"], ["pause", "paused"], ["stop", "stopped"]]} onChange={set("status")} />
           <TextField label="Event that shows it" value={wordOf(campaign.display_trigger)} onChange={set("display_trigger")} />
-          <Choice label="How often" value={frequency} options={FREQUENCY_NAMES} hint={own(FREQUENCIES, frequency)?.meaning} onChange={set("display_frequency")} />
+          <Choice label="How often" value={frequency} options={FREQUENCY_NAMES} hint={frequencyHint(frequency)} onChange={set("display_frequency")} />
           <TimeField label="From" value={campaign.start_time} set={set("start_time")} isOptional />
           <TimeField label="Until" value={campaign.end_time} set={set("end_time")} />
         </div>

@@ -1,5 +1,6 @@
 // What a campaign is made of, for the form. Whether one is good is the library's to say.
 import type { JSONObject, JSONValue } from "./api.ts";
+import { minute } from "./times.ts";
 
 export interface FieldOf {
   key: string;
@@ -132,10 +133,9 @@ export const dateOf = (value: JSONValue | undefined): Date | null => {
 
 /** When, how often and on what event it is shown. */
 export function scheduleOf(campaign: JSONObject): string {
-  const day = (date: Date | null) => date?.toLocaleString(undefined, { dateStyle: "medium", timeStyle: "short" });
   const [start, end] = [dateOf(campaign.start_time), dateOf(campaign.end_time)];
   const frequency = own(FREQUENCIES, wordOf(campaign.display_frequency))?.meaning ?? "with no limit";
   const isWaiting = start && start.getTime() > Date.now();
   const now = own(STATES, wordOf(campaign.status)) ?? (end && end.getTime() < Date.now() ? "Its time is over." : isWaiting ? "Its time has not come." : "Its time is now.");
-  return `Shown when “${wordOf(campaign.display_trigger) || "…"}” is recorded, ${frequency}${start ? `, from ${day(start)}` : ""}${end ? ` until ${day(end)}` : ""}. ${now}`;
+  return `Shown when “${wordOf(campaign.display_trigger) || "…"}” is recorded, ${frequency}${start ? `, from ${minute(start)}` : ""}${end ? ` until ${minute(end)}` : ""}. ${now}`;
 }

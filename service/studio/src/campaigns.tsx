@@ -1,26 +1,35 @@
 // The account's campaigns, and the editor: form and JSON in step, what the library says, how it looks.
 import { useEffect, useMemo } from "preact/hooks";
 import { writeCampaign } from "./accounts.ts";
-import { ask } from "./api.ts";
+import { ask, send } from "./api.ts";
 import type { JSONObject, Verdict } from "./api.ts";
 import { assetAddress, CampaignForm } from "./campaign-form.tsx";
 import { LAYOUTS, newCampaign, objectOf, own, scheduleOf, wordOf } from "./campaign.ts";
 import { CodeEditor } from "./code-editor.tsx";
 import { useDraft } from "./drafts.ts";
 import { Previews, useVerdict } from "./previews.tsx";
+import type { Opinion } from "./previews.tsx";
 import { campaignsOf, current as currentPage, isSure, say, usePage } from "./store.ts";
 import { Button, Empty, NoAccount, Tabs } from "./ui.tsx";
 
-function VerdictBox({ verdict }: { verdict: Verdict | null }) {
+function VerdictBox({ verdict, isCurrent }: Opinion) {
   if (!verdict) return <p class="verdict" role="status">Asking the library…</p>;
   const lines = verdict.lines.map((line) => line.replace("LumoraSDK-", "").trim());
+  const said = verdict.kept ? "The library keeps it." : "The library drops it.";
   return (
-    <div class={verdict.kept ? "verdict good" : "verdict bad"} role="status">
-      <p><strong>{verdict.kept ? "The library keeps it." : "The library drops it."}</strong>{verdict.ended && " Its time is over, so it is not shown."}</p>
+    <div class={!isCurrent ? "verdict" : verdict.kept ? "verdict good" : "verdict bad"} role="status">
+      <p><strong>{isCurrent ? said : "Asking the library…"}</strong>{isCurrent && verdict.ended && " Its time is over, so it is not shown."}</p>
       {lines.length > 0 && <ul>{lines.map((line, index) => <li key={index}>{line}</li>)}</ul>}
       {verdict.untried.map((uri) => <p key={uri}>Not fetched, as it lies elsewhere: {uri}</p>)}
     </div>
   );
+}
+
+/** Asks before phones are told of what they will drop. */
+async function isMeant(campaign: JSONObject): Promise<boolean> {
+  const verdict = await send<Verdict>("verdict", campaign).catch(() => null);
+  const name = wordOf(campaign.cid).slice(0, 100);
+  return !verdict || verdict.kept || isSure(`The library drops “${name}”, so no phone will show it. Publish it all the same?`, "Publish it");
 }
 
 function parsed(text: string): JSONObject | null {
@@ -63,7 +72,7 @@ function CampaignEditor({ draft, setDraft }: EditorProps) {
   const stored = useMemo(() => campaignsOf(currentPage()).map(textOf), [accounts]);
   // Where it stands now. One that was changed or taken out by hand is nowhere.
   const place = base === null ? stored.length : stored.indexOf(base);
-  const verdict = useVerdict(text);
+  const opinion = useVerdict(text);
   useEffect(() => document.getElementById("view")?.scrollTo(0, 0), []);
   const picture = useMemo(() => wordOf(objectOf(objectOf(campaign.layout).image).uri) || assetAddress("welcome.png"), []);
   const read = (written: string) => setDraft({ ...draft, text: written, campaign: parsed(written) ?? campaign });
@@ -71,8 +80,9 @@ function CampaignEditor({ draft, setDraft }: EditorProps) {
   const close = async () => {
     if (text === draft.first || (await isSure("Leave the editor? What you have changed is not published.", "Throw the changes away"))) setDraft(null);
   };
-  const publish = async (status?: string) => {
-    const value = status ? { ...campaign, status } : campaign;
+  const publish = async (status: string) => {
+    const value = { ...campaign, status };
+    if (status === "active" && !(await isMeant(value))) return;
     if (await writeCampaign({ path: [place], value })) setDraft(null);
   };
   const isLost = place < 0;
@@ -94,10 +104,10 @@ function CampaignEditor({ draft, setDraft }: EditorProps) {
         </div>
       )}
       <p class="schedule">{scheduleOf(campaign).slice(0, LONGEST_SCHEDULE)}</p>
-      <VerdictBox verdict={verdict} />
+      <VerdictBox {...opinion} />
       <div class={`sides ${side}`}>
         <div class="side-live">
-          <Previews description={verdict?.description ?? null} />
+          <Previews verdict={opinion.verdict} />
           <Tabs label="Ways to edit" tabs={[["form", "Form"], ["json", "JSON"]]} shown={side} onShow={(shown) => setDraft({ ...draft, side: shown })} />
           <div class="side-json"><CodeEditor label="The campaign as JSON" text={text} onChange={read} /></div>
         </div>
@@ -136,6 +146,7 @@ export function CampaignsView() {
     else await writeCampaign({ path: [place] });
   };
   const setStatus = (index: number, status: string) => writeCampaign({ path: [index, "status"], value: status });
+  const publish = async (index: number) => (await isMeant({ ...campaigns[index]!, status: "active" })) && setStatus(index, "active");
   return (
     <div class="campaigns">
       <div class="toolbar"><Button kind="main" onClick={add}>New campaign</Button></div>
@@ -152,7 +163,7 @@ export function CampaignsView() {
                 <span>{scheduleOf(campaign).slice(0, LONGEST_SCHEDULE)}</span>
               </button>
               <div class="row">
-                {status === "active" ? <Button onClick={() => setStatus(index, "pause")}>Pause</Button> : <Button onClick={() => setStatus(index, "active")}>Publish</Button>}
+                {status === "active" ? <Button onClick={() => setStatus(index, "pause")}>Pause</Button> : <Button onClick={() => publish(index)}>Publish</Button>}
                 {status !== "stop" && <Button onClick={() => setStatus(index, "stop")}>Stop</Button>}
                 <Button kind="quiet" onClick={() => remove(campaign)}>Remove</Button>
               </div>

@@ -3,6 +3,7 @@ import qrcode from "qrcode-generator";
 import { useEffect, useState } from "preact/hooks";
 import { ask, command } from "./api.ts";
 import { attempt, phoneOf, say, usePage } from "./store.ts";
+import { moment } from "./times.ts";
 import { Button, Empty } from "./ui.tsx";
 
 interface TestDevice {
@@ -64,7 +65,7 @@ export function DevicesView() {
       {devices.length === 0 ? <Empty title="No test device is enrolled." /> : (
         <table>
           <thead><tr><th>Name</th><th>Account</th><th>Type</th><th>Push token</th><th>Enrolled</th></tr></thead>
-          <tbody>{devices.map((device) => <tr key={`${device.account} ${device.name}`}><td>{device.name.slice(0, 200)}</td><td>{device.account}</td><td>{device.device_type.slice(0, 40)}</td><td class="mono">{device.push_token.slice(0, 80) || "none"}</td><td>{new Date(device.registered * 1000).toLocaleString()}</td></tr>)}</tbody>
+          <tbody>{devices.map((device) => <tr key={`${device.account} ${device.name}`}><td>{device.name.slice(0, 200)}</td><td>{device.account}</td><td>{device.device_type.slice(0, 40)}</td><td class="mono">{device.push_token.slice(0, 80) || "none"}</td><td>{moment(device.registered)}</td></tr>)}</tbody>
         </table>
       )}
     </div>

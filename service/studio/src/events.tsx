@@ -5,7 +5,8 @@ import type { EventRow, JSONObject, JSONValue } from "./api.ts";
 import { objectOf, own } from "./campaign.ts";
 import { useDraft } from "./drafts.ts";
 import { current, usePage } from "./store.ts";
-import { Choice, clock, Empty, shortId, Switch, TextField } from "./ui.tsx";
+import { clock, moment } from "./times.ts";
+import { Choice, Empty, shortId, Switch, TextField } from "./ui.tsx";
 
 const ROW = 44;
 const BLOCK = 100;
@@ -115,7 +116,7 @@ export function sentenceOf(event: JSONObject): string {
 
 const timeOf = (value: JSONValue | undefined): string => {
   const number = typeof value === "number" ? value : Number(value);
-  return Number.isFinite(number) && number > 0 ? new Date(number > 1e11 ? number : number * 1000).toLocaleString() : "unknown";
+  return Number.isFinite(number) && number > 0 ? moment(number > 1e11 ? number / 1000 : number) : "unknown";
 };
 
 const LONGEST_SHOWN = 200_000;
@@ -142,7 +143,7 @@ function Detail({ id }: { id: number }) {
       <h2>{parsed ? sentenceOf(parsed).slice(0, 300) : "No JSON."}</h2>
       <dl class="stored">
         <dt>Happened</dt><dd>{timeOf(parsed?.timestamp)}</dd>
-        <dt>Arrived</dt><dd>{new Date(event.received * 1000).toLocaleString()}</dd>
+        <dt>Arrived</dt><dd>{moment(event.received)}</dd>
         <dt>Account</dt><dd>{event.account}</dd>
         <dt>Device</dt><dd>{event.uuid}</dd>
       </dl>

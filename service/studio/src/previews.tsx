@@ -12,40 +12,47 @@ const GAP = 16;
 const LARGEST_SCALE = 0.42;
 const SMALLEST_BESIDE = 0.15;
 
+/** What the library made of a campaign, and whether that is the campaign as it stands now. */
+export interface Opinion {
+  verdict: Verdict | null;
+  isCurrent: boolean;
+}
+
 /** What the library makes of the campaign, asked for when it has not changed for so many milliseconds. */
-export function useVerdict(text: string, patience = 120): Verdict | null {
-  const [verdict, setVerdict] = useState<Verdict | null>(null);
+export function useVerdict(text: string, patience = 120): Opinion {
+  const [last, setLast] = useState<{ verdict: Verdict; text: string } | null>(null);
   useEffect(() => {
     let isWanted = true;
     const timer = setTimeout(() => void attempt(async () => {
-      const answer = await send<Verdict>("verdict", text);
-      if (isWanted) setVerdict(answer);
+      const verdict = await send<Verdict>("verdict", text);
+      if (isWanted) setLast({ verdict, text });
     }), patience);
     return () => { isWanted = false; clearTimeout(timer); };
   }, [text]);
-  return verdict;
+  return { verdict: last?.verdict ?? null, isCurrent: last?.text === text };
 }
 
 interface PreviewProps {
   title: string;
-  description: JSONObject | null;
+  verdict: Verdict | null;
   width: number;
   height: number;
   scale: number;
 }
 
-function Preview({ title, description, width, height, scale }: PreviewProps) {
+function Preview({ title, verdict, width, height, scale }: PreviewProps) {
   return (
     <div class="preview-room" style={{ width: `${width * scale}px`, height: `${height * scale}px` }}>
       <div class="preview" style={{ width: `${width}px`, height: `${height}px`, transform: `scale(${scale})` }}>
-        <MessageFrame title={title} description={description} />
+        <MessageFrame title={title} description={verdict?.description ?? null} />
       </div>
+      {!verdict?.description && <p class="preview-none">{verdict ? "Nothing to show" : "Loading…"}</p>}
     </div>
   );
 }
 
 /** On screens of three sizes, all at one scale: side by side, or below each other where that would be too small. */
-export function Previews({ description }: { description: JSONObject | null }) {
+export function Previews({ verdict }: { verdict: Verdict | null }) {
   const room = useRef<HTMLDivElement>(null);
   const [scale, setScale] = useState(0.3);
   useLayoutEffect(() => {
@@ -63,7 +70,7 @@ export function Previews({ description }: { description: JSONObject | null }) {
     <div class="previews" ref={room}>
       {SIZES.map(([name, width, height]) => (
         <figure key={name}>
-          <Preview title={`Preview: ${name}`} description={description} width={width} height={height} scale={scale} />
+          <Preview title={`Preview: ${name}`} verdict={verdict} width={width} height={height} scale={scale} />
           <figcaption>{name}</figcaption>
         </figure>
       ))}
@@ -83,12 +90,12 @@ interface LayoutProps {
 function LayoutCard({ campaign, picture, before, shown, onChange, layout }: LayoutProps & { layout: string }) {
   const wanted = withLayout(campaign, layout, picture, before);
   // Six of them are asked for, none of which the person waits for.
-  const verdict = useVerdict(JSON.stringify(wanted), 500);
+  const { verdict } = useVerdict(JSON.stringify(wanted), 500);
   const { label } = LAYOUTS[layout]!;
   return (
     <label class="layout">
       <input type="radio" name="layout" checked={shown === layout} onChange={() => onChange(wanted)} />
-      <Preview title={`Layout: ${label}`} description={verdict?.description ?? null} width={WIDTH} height={HEIGHT} scale={0.2} />
+      <Preview title={`Layout: ${label}`} verdict={verdict} width={WIDTH} height={HEIGHT} scale={0.2} />
       <span>{label}</span>
     </label>
   );

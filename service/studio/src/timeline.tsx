@@ -5,7 +5,8 @@ import { ask } from "./api.ts";
 import type { Request } from "./api.ts";
 import { useDraft } from "./drafts.ts";
 import { every, usePage } from "./store.ts";
-import { Choice, clock, Empty, shortId } from "./ui.tsx";
+import { clock } from "./times.ts";
+import { Choice, Empty, shortId } from "./ui.tsx";
 
 const SPANS: [string, string][] = [["300", "5 minutes"], ["3600", "an hour"], ["86400", "a day"]];
 const PARTS = 60;

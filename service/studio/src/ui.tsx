@@ -140,7 +140,5 @@ export function NoAccount() {
   return <Empty title="There is no account."><p>Add one to the accounts file {file}; it shows up here at once.</p></Empty>;
 }
 
-export const clock = (seconds: number): string => new Date(seconds * 1000).toLocaleTimeString(undefined, { hour12: false });
-
 /** A device's identifier, short enough for a line. */
 export const shortId = (id: string): string => (id.length > 12 ? `${id.slice(0, 8)}…` : id);
