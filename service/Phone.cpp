@@ -141,8 +141,7 @@ JSON Phone::run(const CommandWords& words) {
     std::shared_ptr<HostProcess> process;
     {
       const Lock lock(mutex_);
-      if (!process_ || process_->hasEnded())
-        return {{"error", "The phone's application does not run."}};
+      if (!process_ || process_->hasEnded()) return {{"error", "The phone's application does not run."}};
       process = process_;
       if (!seen_["alerts"].empty()) pending->alert = seen_["alerts"].back().value("n", std::uint64_t{0});
       pending_.push_back(pending);

@@ -4,7 +4,7 @@ import { send } from "./api.ts";
 import type { JSONObject, Verdict } from "./api.ts";
 import { LAYOUTS, withLayout } from "./campaign.ts";
 import { MessageFrame, SCREENS } from "./message-frame.tsx";
-import { attempt } from "./store.ts";
+import { attempt, usePage } from "./store.ts";
 
 const [WIDTH, HEIGHT] = SCREENS.phone;
 const SIZES: [name: string, width: number, height: number][] = [["Phone", WIDTH, HEIGHT], ["Tablet", ...SCREENS.tablet], ["Landscape", HEIGHT, WIDTH]];
@@ -21,14 +21,17 @@ export interface Opinion {
 /** What the library makes of the campaign, asked for when it has not changed for so many milliseconds. */
 export function useVerdict(text: string, patience = 120): Opinion {
   const [last, setLast] = useState<{ verdict: Verdict; text: string } | null>(null);
+  // Without the service the question waits for it.
+  const isLost = usePage(({ connection }) => connection === "lost");
   useEffect(() => {
+    if (isLost || last?.text === text) return;
     let isWanted = true;
     const timer = setTimeout(() => void attempt(async () => {
       const verdict = await send<Verdict>("verdict", text);
       if (isWanted) setLast({ verdict, text });
     }), patience);
     return () => { isWanted = false; clearTimeout(timer); };
-  }, [text]);
+  }, [text, isLost]);
   return { verdict: last?.verdict ?? null, isCurrent: last?.text === text };
 }
 
