@@ -8,7 +8,10 @@ const phoneMessage = page.frameLocator('iframe[title="Message on the phone"]').l
 
 /** Each with what is done for its picture, and what tells that it is drawn. */
 const VIEWS = {
-  events: async () => page.locator(".event-row").filter({ hasText: "order_paid" }).click(),
+  events: async () => {
+    await page.locator(".event-row").filter({ hasText: "order_paid" }).click();
+    await page.locator(".detail pre").waitFor();
+  },
   timeline: async () => page.locator(".chart canvas").waitFor(),
   campaigns: async () => page.locator(".campaign-list li").first().waitFor(),
   editor: async () => {

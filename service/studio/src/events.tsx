@@ -135,8 +135,7 @@ function Detail({ id }: { id: number }) {
       return null;
     }
   }, [event]);
-  if (failure) return <p class="problem">{failure}</p>;
-  if (!event) return <p class="waiting">Loading…</p>;
+  if (!event) return <div class="detail"><p class={failure ? "problem" : "waiting"}>{failure || "Loading…"}</p></div>;
   const text = parsed ? JSON.stringify(parsed, null, 2) : event.event;
   return (
     <article class="detail" aria-label={`Event ${id}`}>
