@@ -11,6 +11,7 @@
 #include "lumora/Util/CallGate.h"
 #include "lumora/Util/FlagMark.h"
 #include "lumora/Util/Log.h"
+#include "lumora/Util/LostCall.h"
 
 namespace lumora {
 namespace {
@@ -63,6 +64,13 @@ LMRDataManager::Burst::~Burst() {
   LMRDataManager& store = LMRDataManager::sharedInstance();
   const bool isLast = !tasks_ || --*tasks_ == 0;
   if (isLast || !store.mayBurstGoOn()) store.storeWaiting();
+}
+
+/// What is stored stays so, whatever becomes of its outcome.
+void LMRDataManager::Change::tell(const DatabaseFault& fault) const noexcept try {
+  if (whenOver) whenOver(fault);
+} catch (const std::exception&) {
+  tellLostCall("its outcome");
 }
 
 LMRDataManager& LMRDataManager::sharedInstance() {
@@ -186,18 +194,23 @@ bool LMRDataManager::storeUpTo(std::uint64_t number) {
   Lock lock(databaseLock_);
   if (storeTogether(number).kind == DatabaseFault::Kind::busy) return false;
   while (!waiting_.empty() && waiting_.front().number <= number) {
-    // Taken out first: an operation that throws is gone.
-    Change next = std::move(waiting_.front());
+    const DatabaseFault fault = attemptAlone(waiting_.front().operation);
+    if (fault.kind == DatabaseFault::Kind::busy) return false;
+    const Change over = std::move(waiting_.front());
     waiting_.pop_front();
-    const DatabaseFault fault = attempt(Access::writes, next.operation);
-    if (fault.kind == DatabaseFault::Kind::busy) {
-      waiting_.push_front(std::move(next));
-      return false;
-    }
-    if (next.whenOver) next.whenOver(fault);
+    over.tell(fault);
   }
   if (waiting_.empty()) isStoringLater_ = false;
   return true;
+}
+
+/// What an operation throws when nothing else is stored with it is a fault like any other.
+DatabaseFault LMRDataManager::attemptAlone(const Operation& operation) try {
+  return attempt(Access::writes, operation);
+} catch (const std::exception& error) {
+  DatabaseFault fault{DatabaseFault::Kind::unusable, error.what()};
+  report(fault);
+  return fault;
 }
 
 /// Stores several changes in one transaction. Where it fails they all stay.
@@ -222,7 +235,7 @@ DatabaseFault LMRDataManager::storeTogether(std::uint64_t number) {
   for (auto left = count; left > 0; --left) {
     const Change stored = std::move(waiting_.front());
     waiting_.pop_front();
-    if (stored.whenOver) stored.whenOver({});
+    stored.tell({});
   }
   return {};
 }
@@ -258,7 +271,7 @@ bool LMRDataManager::dropFirst(std::uint64_t number) {
   const Change lost = std::move(*first);
   waiting_.erase(first);
   if (waiting_.empty()) isStoringLater_ = false;
-  if (lost.whenOver) lost.whenOver(heldByOthers());
+  lost.tell(heldByOthers());
   logLine("LumoraSDK-Another process holds the database {} for too long, changes lost: 1",
           sql_.getDatabasePath());
   return std::ranges::any_of(waiting_, isDropped);
@@ -285,6 +298,7 @@ DatabaseFault LMRDataManager::runTransaction(Access access, const Operation& ope
   // Another process may have saved or sent events since.
   storedEvents_.reset();
   droppedEvents_ = 0;
+  refusedEvents_ = 0;
   OstrelSQLiteManager::Transaction transaction(sql_, access);
   if (transaction.fault()) return transaction.fault();
   operation(sql_);
@@ -295,8 +309,17 @@ DatabaseFault LMRDataManager::runTransaction(Access access, const Operation& ope
   DatabaseFault fault = transaction.commit();
   // A reading proves little: it succeeds on a full disk too.
   if (!fault && hasChanged) lastFault_.clear();
-  if (!fault) tellLost(LumoraEventLoss::queueFull, droppedEvents_);
+  if (!fault) tellLeftOut();
   return fault;
+}
+
+/// The events that the transaction has stored must not be stored again, whatever comes of this.
+void LMRDataManager::tellLeftOut() noexcept try {
+  tellLost(LumoraEventLoss::queueFull, droppedEvents_);
+  if (refusedEvents_ > 0) report({DatabaseFault::Kind::unusable, "it refuses events"});
+  tellLost(LumoraEventLoss::storeFailed, refusedEvents_);
+} catch (const std::exception&) {
+  tellLostCall("its outcome");
 }
 
 /// Tells that the file cannot be used, once for each reason: until it has been written again.

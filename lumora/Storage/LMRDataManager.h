@@ -184,6 +184,8 @@ class LMRDataManager {
   using Operation = std::function<void(OstrelSQLiteManager& sql)>;
   using Outcome = std::function<void(const DatabaseFault& fault)>;
   struct Change {
+    void tell(const DatabaseFault& fault) const noexcept;
+
     std::uint64_t number;
     Operation operation;
     Outcome whenOver;
@@ -210,6 +212,8 @@ class LMRDataManager {
   bool mayBurstGoOn();
   bool tryUntilFree(const std::function<bool()>& attempt);
   bool storeUpTo(std::uint64_t number);
+  void tellLeftOut() noexcept LUMORA_REQUIRES(databaseLock_);
+  DatabaseFault attemptAlone(const Operation& operation) LUMORA_REQUIRES(databaseLock_);
   DatabaseFault storeTogether(std::uint64_t number) LUMORA_REQUIRES(databaseLock_);
   bool giveUp(std::uint64_t number);
   void reportLossesAtEnd();
@@ -253,6 +257,9 @@ class LMRDataManager {
   std::optional<std::int64_t> storedEvents_ LUMORA_GUARDED_BY(databaseLock_);
   /// The events that the transaction under way leaves out because the queue is full.
   std::size_t droppedEvents_ LUMORA_GUARDED_BY(databaseLock_) = 0;
+  /// The events of the transaction under way that the table does not take, as by a trigger of another
+  /// program.
+  std::size_t refusedEvents_ LUMORA_GUARDED_BY(databaseLock_) = 0;
   std::atomic<CampaignObserver*> observer_ = nullptr;
   std::atomic<EventLossObserver*> lossObserver_ = nullptr;
   std::atomic<TaskQueue*> laterQueue_ = nullptr;

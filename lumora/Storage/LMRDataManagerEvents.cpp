@@ -63,8 +63,11 @@ void LMRDataManager::saveEventInDB(const Dictionary& event) {
   const auto save = [this, values = List{Value(*text)}](OstrelSQLiteManager& sql) {
     const int before = sql.changedRows();
     sql.doQuery("INSERT INTO ostrel_events (event) VALUES (?);", values);
-    if (sql.changedRows() == before) return;  // What was not stored must not push another event out.
     Lock lock(databaseLock_);
+    if (sql.changedRows() == before) {  // What was not stored must not push another event out.
+      if (!sql.fault()) ++refusedEvents_;
+      return;
+    }
     if (storedEvents_) ++*storedEvents_;
     // The id is a new event's from now on.
     sent_.erase(sql.getLastInsertRowID());

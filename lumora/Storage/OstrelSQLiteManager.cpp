@@ -4,6 +4,7 @@
 
 #include <sqlite3.h>
 
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -49,31 +50,33 @@ std::string reasonOf(sqlite3* database) {
   return error == 0 ? reason : reason + ": " + std::generic_category().message(error);
 }
 
-void bindNumber(sqlite3_stmt* statement, int index, const Value& number) {
+int bindNumber(sqlite3_stmt* statement, int index, const Value& number) {
   switch (*number.numberKind()) {
     case Value::NumberKind::floating:
-      sqlite3_bind_double(statement, index, number.doubleValue());
-      break;
+      return sqlite3_bind_double(statement, index, number.doubleValue());
     case Value::NumberKind::integer:
     case Value::NumberKind::longLong:
-      sqlite3_bind_int(statement, index, static_cast<int>(number.integerValue()));
-      break;
+      return sqlite3_bind_int(statement, index, static_cast<int>(number.integerValue()));
     default:
       logLine("unknown NSNumber");
+      return SQLITE_OK;
   }
 }
 
-void bindParameters(sqlite3_stmt* statement, const List& parameters) {
+int bindParameters(sqlite3_stmt* statement, const List& parameters) {
   int index = 0;
+  int result = SQLITE_OK;
   for (const Value& parameter : parameters) {
     ++index;
     if (const auto* text = parameter.asString()) {
       // Up to a NUL, if the text has one.
-      sqlite3_bind_text(statement, index, text->c_str(), -1, SQLITE_TRANSIENT);
+      result = sqlite3_bind_text(statement, index, text->c_str(), -1, SQLITE_TRANSIENT);
     } else if (parameter.isNumber()) {
-      bindNumber(statement, index, parameter);
+      result = bindNumber(statement, index, parameter);
     }
+    if (result != SQLITE_OK) break;
   }
+  return result;
 }
 
 std::string columnText(sqlite3_stmt* statement, int column) {
@@ -106,7 +109,8 @@ std::vector<std::string> columnNames(sqlite3_stmt* statement) {
   std::vector<std::string> names;
   for (int column = 0; column < sqlite3_column_count(statement); ++column) {
     const char* name = sqlite3_column_name(statement, column);
-    names.emplace_back(name ? name : "");
+    if (!name) throw std::bad_alloc();
+    names.emplace_back(name);
   }
   return names;
 }
@@ -300,9 +304,10 @@ std::optional<SQLiteError> OstrelSQLiteManager::runStatement(const std::string& 
   {
     Statement statement = kept_.sql == sql ? std::move(kept_.statement) : nullptr;
     if (!statement) statement = prepare(sql);
-    if (statement && parameters) bindParameters(statement.get(), *parameters);
-    // One step: whatever rows there are, nobody wants them.
-    const int result = statement ? sqlite3_step(statement.get()) : SQLITE_OK;
+    int result = statement && parameters ? bindParameters(statement.get(), *parameters) : SQLITE_OK;
+    // One step: whatever rows there are, nobody wants them. None where a parameter could not be bound, which
+    // would be stored as NULL.
+    if (statement && result == SQLITE_OK) result = sqlite3_step(statement.get());
     note(result);
     if (result == SQLITE_ERROR) {
       stepError = createDBErrorWithDescription(sqlite3_errmsg(db_), kSQLiteStatementError);

@@ -125,8 +125,11 @@ TEST_F(EventStoreTest, anEventThatCannotBeStoredPushesNoneOut) {
   fill(1000);
   SQLiteConnection(path()).run(
       "CREATE TRIGGER refusal BEFORE INSERT ON ostrel_events BEGIN SELECT RAISE(FAIL, 'no'); END");
+  host.log.clear();
   save("refused");
   EXPECT_EQ(count(), 1000U);
+  EXPECT_EQ(host.log.messages(),
+            Texts{"LumoraSDK-The database " + path() + " cannot be used: it refuses events"});
 }
 
 }  // namespace
