@@ -1,9 +1,12 @@
 // The program around the service: options, signals, and the command that prints a deep link.
+#include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <atomic>
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <exception>
@@ -11,9 +14,13 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "lumora/Platform/Linux/Files/FileDescriptor.h"
+#include "lumora/Platform/Linux/Files/StoreLock.h"
 #include "service/Accounts.h"
 #include "service/DeepLink.h"
 #include "service/Files.h"
@@ -129,10 +136,22 @@ void announce(const lumora::service::Service& service, const std::string& studio
   if (!readyFile.empty()) lumora::service::writePrivateFile(readyFile, address.dump() + '\n');
 }
 
+/// Of two studios on one folder each would start the other's phones and write over its list of them.
+lumora::StoreLock lockedFolder(const std::string& folder) {
+  lumora::FileDescriptor file(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (file.isOpen() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0) return lumora::StoreLock(std::move(file));
+  if (errno == EWOULDBLOCK) {
+    throw std::runtime_error("The folder " + folder +
+                             " is used by another studio. End that one, or name another folder by --data.");
+  }
+  return {};  // The file system has no locks.
+}
+
 /// The studio with its server.
 struct RunningStudio {
   RunningStudio(const Options& options, lumora::service::Service& service)
-      : studio({options.service.dataDirectory, options.service.accountsFile, options.service.assetsDirectory,
+      : lock(lockedFolder(options.service.dataDirectory)),
+        studio({options.service.dataDirectory, options.service.accountsFile, options.service.assetsDirectory,
                 options.service.domain,
                 options.hostProgram.empty() ? lumora::service::hostBesideProgram() : options.hostProgram},
                service) {
@@ -143,6 +162,7 @@ struct RunningStudio {
         studio);
   }
 
+  const lumora::StoreLock lock;
   lumora::service::Studio studio;
   std::optional<lumora::service::StudioServer> server;
 };

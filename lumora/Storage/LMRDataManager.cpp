@@ -194,11 +194,15 @@ bool LMRDataManager::storeUpTo(std::uint64_t number) {
   Lock lock(databaseLock_);
   if (storeTogether(number).kind == DatabaseFault::Kind::busy) return false;
   while (!waiting_.empty() && waiting_.front().number <= number) {
-    const DatabaseFault fault = attemptAlone(waiting_.front().operation);
-    if (fault.kind == DatabaseFault::Kind::busy) return false;
-    const Change over = std::move(waiting_.front());
+    // Taken out first: what an operation brings about may come here again.
+    Change next = std::move(waiting_.front());
     waiting_.pop_front();
-    over.tell(fault);
+    const DatabaseFault fault = attemptAlone(next.operation);
+    if (fault.kind == DatabaseFault::Kind::busy) {
+      waiting_.push_front(std::move(next));
+      return false;
+    }
+    next.tell(fault);
   }
   if (waiting_.empty()) isStoringLater_ = false;
   return true;

@@ -63,6 +63,7 @@ int bindNumber(sqlite3_stmt* statement, int index, const Value& number) {
   }
 }
 
+/// SQLITE_NOMEM, or SQLITE_OK: what the statement has no place for is left out.
 int bindParameters(sqlite3_stmt* statement, const List& parameters) {
   int index = 0;
   int result = SQLITE_OK;
@@ -74,9 +75,9 @@ int bindParameters(sqlite3_stmt* statement, const List& parameters) {
     } else if (parameter.isNumber()) {
       result = bindNumber(statement, index, parameter);
     }
-    if (result != SQLITE_OK) break;
+    if (result == SQLITE_NOMEM) return result;
   }
-  return result;
+  return SQLITE_OK;
 }
 
 std::string columnText(sqlite3_stmt* statement, int column) {
@@ -305,7 +306,7 @@ std::optional<SQLiteError> OstrelSQLiteManager::runStatement(const std::string& 
     Statement statement = kept_.sql == sql ? std::move(kept_.statement) : nullptr;
     if (!statement) statement = prepare(sql);
     int result = statement && parameters ? bindParameters(statement.get(), *parameters) : SQLITE_OK;
-    // One step: whatever rows there are, nobody wants them. None where a parameter could not be bound, which
+    // One step: whatever rows there are, nobody wants them. None where memory ran out for a parameter, which
     // would be stored as NULL.
     if (statement && result == SQLITE_OK) result = sqlite3_step(statement.get());
     note(result);

@@ -1,7 +1,9 @@
 // Stories of the studio, each told in a browser with a service and phones of its own.
 import assert from "node:assert/strict";
+import { spawnSync } from "node:child_process";
 import { readFileSync, writeFileSync } from "node:fs";
 import http from "node:http";
+import path from "node:path";
 import { after, afterEach, test } from "node:test";
 import { axeSource, closeBrowser, PATIENCE, World } from "./world.mjs";
 
@@ -189,6 +191,9 @@ test("offline, kill, relaunch, online: nothing lost, nothing twice", async () =>
 test("a service that was killed and comes back is followed again", async () => {
   const { page } = await start();
   await world.addPhone();
+  const { status, stderr } = spawnSync(process.env.STUDIO_SERVICE, ["--data", path.join(world.folder, "data"), "--accounts", world.accountsFile, "--studio", "0"], { encoding: "utf8" });
+  assert.equal(status, 1);
+  assert.match(stderr, /is used by another studio/);
   world.service.kill("SIGKILL");
   await page.getByText("Disconnected, trying again").waitFor();
   const accounts = readFileSync(world.accountsFile);
