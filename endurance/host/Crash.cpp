@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 namespace endurance {
 namespace {
@@ -32,17 +33,19 @@ void tell(int signal) {
   ::dladdr(reinterpret_cast<void*>(&tell), &own);
   // The innermost frames are this handler's.
   bool hasLeftHandler = false;
+  const void* innermost = nullptr;
   for (int frame = 0; frame < count; ++frame) {
     Dl_info info{};
     if (::dladdr(frames[static_cast<std::size_t>(frame)], &info) == 0 || !info.dli_fname) continue;
     const bool isSystem = isOfSystem(info.dli_fname);
     hasLeftHandler = hasLeftHandler || isSystem;
     if (!hasLeftHandler || isSystem) continue;
-    print("crashed in ");
+    if (info.dli_fbase == innermost) continue;
+    print(innermost == nullptr ? "crashed in " : " called by ");
     print(info.dli_fbase == own.dli_fbase ? "the program" : info.dli_fname);
-    print("\n");
-    break;
+    if (std::exchange(innermost, info.dli_fbase) != nullptr) break;
   }
+  print("\n");
   std::signal(signal, SIG_DFL);
   ::raise(signal);
 }

@@ -182,7 +182,12 @@ std::optional<SQLiteError> OstrelSQLiteManager::closeDatabase() {
 }
 
 OstrelSQLiteManager::Transaction::Transaction(OstrelSQLiteManager& sql, Access access) : sql_(sql) {
-  sql_.beginTransaction(access);
+  try {
+    sql_.beginTransaction(access);
+  } catch (const std::bad_alloc&) {
+    sql_.endTransaction();  // There is nobody else to do so: this is not to become an object.
+    throw;
+  }
 }
 
 OstrelSQLiteManager::Transaction::~Transaction() {
